@@ -1,0 +1,76 @@
+#include "app/Settings.h"
+
+#include "app/DRLogging.h"
+#include "platform/foundation/Preferences.h"
+
+#include <mutex>
+
+namespace {
+
+const QString domain = QString::fromLatin1(Settings::PreferencesDomain);
+const QString user = QString::fromLatin1(PreferencesCurrentUser);
+const QString host = QString::fromLatin1(PreferencesAnyHost);
+
+} // namespace
+
+QColor Settings::backgroundColor()
+{
+    return QColor(Qt::white);
+}
+
+QColor Settings::statusLabelColor()
+{
+    return QColor(Qt::black);
+}
+
+QString Settings::_appContainerPath()
+{
+    static std::once_flag once;
+    static QString path;
+    std::call_once(once, [] {
+        path = AppDataContainerURLForBundleIdentifier(QString::fromLatin1(AerovaAppBundleIdentifier)).toLocalFile();
+        DRLog(LOG_DEBUG, "AppContainer is %@", path);
+    });
+    return path;
+}
+
+bool Settings::boolPrefForKey_withDefault(const QString &key, bool defaultValue)
+{
+    const QString container = _appContainerPath();
+    // another process may have written the domain since we last looked
+    PreferencesSynchronizeWithContainer(domain, user, host, container);
+    const QVariant stored = PreferencesCopyValueWithContainer(key, domain, user, host, container);
+    const bool result = stored.isValid() ? stored.toBool() : defaultValue;
+    DRLog(LOG_DEBUG, "%@ = %@", key, result);
+    return result;
+}
+
+void Settings::setBoolPref_forKey(bool value, const QString &key)
+{
+    const QString container = _appContainerPath();
+    PreferencesSetValueWithContainer(key, value, domain, user, host, container);
+    if (!PreferencesSynchronizeWithContainer(domain, user, host, container)) {
+        DRLog(LOG_ERR, "Failed to write prefs");
+    }
+}
+
+bool Settings::gridMode()
+{
+    return boolPrefForKey_withDefault(QStringLiteral("GridMode"), false);
+}
+
+void Settings::setGridMode(bool gridMode)
+{
+    setBoolPref_forKey(gridMode, QStringLiteral("GridMode"));
+}
+
+bool Settings::quickLaunch()
+{
+    return true;
+}
+
+void Settings::setQuickLaunch(bool quickLaunch)
+{
+    DRLog(LOG_DEBUG, "set QuickLaunch = %@", quickLaunch);
+    setBoolPref_forKey(quickLaunch, QStringLiteral("QuickLaunch"));
+}

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <QColor>
+#include <QString>
+
+/// The app's preferences, kept in its own domain inside its data container so that every
+/// process reading the container sees the same values, and two fixed colours.
+class Settings final
+{
+public:
+    Settings() = delete;
+
+    static constexpr const char PreferencesDomain[] = "com.quillmere.AerovaDriveApp";
+
+    static QColor backgroundColor();
+    /// The colour of the status bar's text.
+    static QColor statusLabelColor();
+
+    /// The path of the app's data container, found once per process.
+    static QString _appContainerPath();
+
+    static bool boolPrefForKey_withDefault(const QString &key, bool defaultValue);
+    static void setBoolPref_forKey(bool value, const QString &key);
+
+    static bool gridMode();
+    static void setGridMode(bool gridMode);
+    /// Always YES: handing a document to the app that opens it is fixed on, whatever
+    /// setQuickLaunch stored.
+    static bool quickLaunch();
+    static void setQuickLaunch(bool quickLaunch);
+};

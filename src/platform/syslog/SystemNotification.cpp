@@ -1,0 +1,122 @@
+#include "platform/syslog/SystemNotification.h"
+
+#include "platform/foundation/AerovaHome.h"
+#include "platform/foundation/DispatchQueue.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QDateTime>
+#include <QFileSystemWatcher>
+#include <QMutex>
+#include <QSocketNotifier>
+
+#include <algorithm>
+#include <csignal>
+#include <memory>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <vector>
+
+const QString SystemNotification::ManagedDefaultsDidChange
+    = QStringLiteral("com.quillmere.managedconfiguration.defaultsdidchange");
+
+namespace {
+
+struct Registration {
+    QString name;
+    DispatchQueue *queue;
+    std::function<void()> handler;
+};
+
+QMutex g_mutex;
+std::vector<Registration> g_registrations;
+int g_signalPipe[2] = {-1, -1};
+
+void onSighup(int)
+{
+    const char byte = 1;
+    [[maybe_unused]] const auto written = ::write(g_signalPipe[1], &byte, 1);
+}
+
+/// Watches the standard defaults file (and its folder, since the file is replaced on every
+/// save) and SIGHUP, and posts the managed-defaults notification for either.
+void startDefaultsMonitor()
+{
+    static DispatchQueue *monitorQueue = new DispatchQueue(QStringLiteral("com.quillmere.aerovadriveapp.notifyd"));
+    monitorQueue->async([] {
+        const QString file = AerovaHome::defaultsFile();
+        const QString folder = QFileInfo(file).absolutePath();
+        QDir().mkpath(folder);
+        auto *watcher = new QFileSystemWatcher(monitorQueue->context()); // lives as long as the queue
+        auto lastSeen = std::make_shared<QDateTime>(QFileInfo(file).lastModified());
+        auto rearm = [watcher, file, folder] {
+            if (!watcher->files().contains(file) && QFileInfo::exists(file)) {
+                watcher->addPath(file);
+            }
+            if (!watcher->directories().contains(folder)) {
+                watcher->addPath(folder);
+            }
+        };
+        rearm();
+        auto changed = [rearm, file, lastSeen] {
+            rearm();
+            const QFileInfo info(file);
+            const QDateTime modified = info.exists() ? info.lastModified() : QDateTime();
+            if (modified == *lastSeen && !modified.isNull()) {
+                return; // the folder changed for another file
+            }
+            *lastSeen = modified;
+            SystemNotification::post(SystemNotification::ManagedDefaultsDidChange);
+        };
+        QObject::connect(watcher, &QFileSystemWatcher::fileChanged, watcher, changed);
+        QObject::connect(watcher, &QFileSystemWatcher::directoryChanged, watcher, changed);
+
+        if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, g_signalPipe) == 0) {
+            struct sigaction action = {};
+            action.sa_handler = onSighup;
+            sigemptyset(&action.sa_mask);
+            action.sa_flags = SA_RESTART;
+            ::sigaction(SIGHUP, &action, nullptr);
+            auto *notifier = new QSocketNotifier(g_signalPipe[0], QSocketNotifier::Read, watcher);
+            QObject::connect(notifier, &QSocketNotifier::activated, watcher, [] {
+                char byte = 0;
+                [[maybe_unused]] const auto got = ::read(g_signalPipe[0], &byte, 1);
+                SystemNotification::post(SystemNotification::ManagedDefaultsDidChange);
+            });
+        }
+    });
+}
+
+} // namespace
+
+void SystemNotification::registerForName(const QString &name, DispatchQueue *queue, std::function<void()> handler)
+{
+    bool startMonitor = false;
+    {
+        QMutexLocker locker(&g_mutex);
+        startMonitor = name == ManagedDefaultsDidChange
+            && std::none_of(g_registrations.begin(), g_registrations.end(),
+                            [&](const Registration &r) { return r.name == ManagedDefaultsDidChange; });
+        g_registrations.push_back(Registration{name, queue, std::move(handler)});
+    }
+    if (startMonitor) {
+        startDefaultsMonitor();
+    }
+}
+
+void SystemNotification::post(const QString &name)
+{
+    std::vector<Registration> matching;
+    {
+        QMutexLocker locker(&g_mutex);
+        for (const Registration &r : g_registrations) {
+            if (r.name == name) {
+                matching.push_back(r);
+            }
+        }
+    }
+    for (const Registration &r : matching) {
+        r.queue->async(r.handler);
+    }
+}
