@@ -1,0 +1,130 @@
+#include "platform/drive/ContainerRegistry.h"
+
+#include "platform/drive/DriveLayout.h"
+#include "platform/drive/KDContainer.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QSaveFile>
+
+namespace {
+
+const QString defaultContainerName = QStringLiteral("Aerova Drive");
+
+std::shared_ptr<KDContainer> fromJson(const QJsonObject &object)
+{
+    const QJsonValue levels = object.value(QStringLiteral("supportedFolderLevels"));
+    return std::make_shared<KDContainer>(object.value(QStringLiteral("identifier")).toString(),
+                                         object.value(QStringLiteral("localizedName")).toString(),
+                                         levels.isString() ? QVariant(levels.toString()) : QVariant(),
+                                         object.value(QStringLiteral("documentsTypes")).toArray().toVariantList());
+}
+
+QJsonArray readContainersArray(const QString &path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        return {};
+    }
+    return QJsonDocument::fromJson(file.readAll()).object().value(QStringLiteral("containers")).toArray();
+}
+
+} // namespace
+
+ContainerRegistry *ContainerRegistry::shared()
+{
+    static ContainerRegistry registry;
+    return &registry;
+}
+
+void ContainerRegistry::reloadIfChanged()
+{
+    const QString path = DriveLayout::containersFile();
+    const QFileInfo info(path);
+    const QDateTime modified = info.exists() ? info.lastModified() : QDateTime();
+    const qint64 size = info.exists() ? info.size() : -1;
+    if (path == m_loadedPath && modified == m_loadedModified && size == m_loadedSize) {
+        return;
+    }
+    m_loadedPath = path;
+    m_loadedModified = modified;
+    m_loadedSize = size;
+    m_containers.clear();
+    bool hasDefault = false;
+    for (const QJsonValue &value : readContainersArray(path)) {
+        auto container = fromJson(value.toObject());
+        if (container->identifier().isEmpty()) {
+            continue;
+        }
+        hasDefault = hasDefault || container->isDefaultContainer();
+        m_containers << container;
+    }
+    if (!hasDefault) {
+        m_containers.prepend(std::make_shared<KDContainer>(KDUbiquitousDefaultContainerID, defaultContainerName,
+                                                           QVariant(KDUbiquitousContainerSupportedFolderAny),
+                                                           QVariantList()));
+    }
+}
+
+std::shared_ptr<KDContainer> ContainerRegistry::containerWithIdentifier(const QString &identifier)
+{
+    QMutexLocker locker(&m_mutex);
+    reloadIfChanged();
+    for (const auto &container : std::as_const(m_containers)) {
+        if (container->identifier() == identifier) {
+            return container;
+        }
+    }
+    // a folder of the drive's root that nobody registered is still a container, without rules
+    if (!identifier.isEmpty() && !identifier.startsWith(QLatin1Char('.'))
+        && QFileInfo(DriveLayout::mobileDocumentsPath() + QLatin1Char('/') + identifier).isDir()) {
+        return std::make_shared<KDContainer>(identifier, identifier, QVariant(), QVariantList());
+    }
+    return nullptr;
+}
+
+QList<std::shared_ptr<KDContainer>> ContainerRegistry::registeredContainers()
+{
+    QMutexLocker locker(&m_mutex);
+    reloadIfChanged();
+    return m_containers;
+}
+
+QJsonObject ContainerRegistry::describe(const QString &identifier, const QString &localizedName,
+                                        const QString &supportedFolderLevels, const QStringList &contentTypes)
+{
+    QJsonObject object{{QStringLiteral("identifier"), identifier}, {QStringLiteral("localizedName"), localizedName}};
+    if (!supportedFolderLevels.isEmpty()) {
+        object.insert(QStringLiteral("supportedFolderLevels"), supportedFolderLevels);
+    }
+    if (!contentTypes.isEmpty()) {
+        object.insert(QStringLiteral("documentsTypes"),
+                      QJsonArray{QJsonObject{{QStringLiteral("CFBundleTypeName"), localizedName},
+                                             {QStringLiteral("LSItemContentTypes"),
+                                              QJsonArray::fromStringList(contentTypes)}}});
+    }
+    return object;
+}
+
+bool ContainerRegistry::registerContainer(const QJsonObject &description)
+{
+    const QString path = DriveLayout::containersFile();
+    QJsonArray containers = readContainersArray(path);
+    const QString identifier = description.value(QStringLiteral("identifier")).toString();
+    for (qsizetype i = containers.size() - 1; i >= 0; --i) {
+        if (containers.at(i).toObject().value(QStringLiteral("identifier")).toString() == identifier) {
+            containers.removeAt(i);
+        }
+    }
+    containers.append(description);
+    QDir().mkpath(QFileInfo(path).absolutePath());
+    QSaveFile file(path);
+    if (!file.open(QIODevice::WriteOnly)) {
+        return false;
+    }
+    file.write(QJsonDocument(QJsonObject{{QStringLiteral("containers"), containers}}).toJson());
+    return file.commit();
+}

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <QDateTime>
+#include <QJsonObject>
+#include <QList>
+#include <QMutex>
+#include <QString>
+
+#include <memory>
+
+class KDContainer;
+
+/// The service's list of containers, `Service/containers.json`:
+///
+///     { "containers": [ { "identifier": "com.example.Writer", "localizedName": "Writer",
+///                         "supportedFolderLevels": "One",
+///                         "documentsTypes": [ { "CFBundleTypeName": "Text",
+///                                               "LSItemContentTypes": ["text/plain"] } ] } ] }
+///
+/// Re-read when the file changes. The default container is always known, named "Aerova Drive"
+/// unless the file names it otherwise; a folder of the drive's root that the file does not list
+/// is a container named after its folder, with no declared rules.
+class ContainerRegistry final
+{
+public:
+    static ContainerRegistry *shared();
+
+    std::shared_ptr<KDContainer> containerWithIdentifier(const QString &identifier);
+    QList<std::shared_ptr<KDContainer>> registeredContainers();
+
+    /// Adds or replaces a container in the file (used by the control program and tests).
+    static bool registerContainer(const QJsonObject &description);
+    static QJsonObject describe(const QString &identifier, const QString &localizedName,
+                                const QString &supportedFolderLevels, const QStringList &contentTypes);
+
+private:
+    void reloadIfChanged();
+
+    QMutex m_mutex;
+    QString m_loadedPath;
+    QDateTime m_loadedModified;
+    qint64 m_loadedSize = -1;
+    QList<std::shared_ptr<KDContainer>> m_containers;
+};

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <QString>
+#include <QUrl>
+
+/// Where the drive and its service keep their state below `$AEROVA_HOME`:
+///
+///     Mobile Documents/            the drive's local root
+///       com.quillmere.AerovaDrive/ the default container; its documents folder is itself
+///       <app id>/Documents/        an app's container and its documents folder
+///     Service/                     containers.json, account.json, kvstore.json, quota.json,
+///                                  offer.json, network, store-rate, store/ (promised contents)
+///     App/                         the app's data container
+///     defaults.ini                 the standard user defaults
+class DriveLayout final
+{
+public:
+    DriveLayout() = delete;
+
+    static QString mobileDocumentsPath();
+    static QUrl mobileDocumentsURL();
+    static QString servicePath();
+    static QString containersFile();
+    static QString accountFile();
+    static QString kvstoreFile();
+    static QString quotaFile();
+    static QString offerFile();
+    static QString networkFile();
+    /// Optional: the store's speed in bytes per second, to watch downloads progress.
+    static QString storeRateFile();
+    static QString storePath();
+    static QString appContainerPath();
+};

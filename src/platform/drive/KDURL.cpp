@@ -1,0 +1,151 @@
+#include "platform/drive/KDURL.h"
+
+#include "platform/drive/DriveLayout.h"
+#include "platform/drive/FileAttributes.h"
+#include "platform/drive/KDContainer.h"
+#include "platform/drive/PromisePlaceholder.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+
+#include <cerrno>
+#include <cstdio>
+#include <fcntl.h>
+#include <sys/stat.h>
+
+namespace {
+
+QString cleanLocalPath(const QUrl &url)
+{
+    if (!url.isLocalFile()) {
+        return {};
+    }
+    return QDir::cleanPath(url.toLocalFile());
+}
+
+bool isSameOrBelow(const QString &path, const QString &root)
+{
+    return path == root || path.startsWith(root + QLatin1Char('/'));
+}
+
+/// The path with its folders resolved through symbolic links, as far as they exist; the last
+/// component stays as it is.
+QString resolvedFolderPath(const QString &path)
+{
+    const QFileInfo info(path);
+    QString folder = info.absolutePath();
+    QString rest = info.fileName();
+    while (!folder.isEmpty() && !QFileInfo::exists(folder)) {
+        rest = QFileInfo(folder).fileName() + QLatin1Char('/') + rest;
+        folder = QFileInfo(folder).absolutePath();
+    }
+    const QString canonical = QFileInfo(folder).canonicalFilePath();
+    return (canonical.isEmpty() ? folder : canonical) + QLatin1Char('/') + rest;
+}
+
+} // namespace
+
+bool kd_isInMobileDocuments(const QUrl &url)
+{
+    return !kd_pathRelativeToMobileDocuments(url).isNull();
+}
+
+QString kd_pathRelativeToMobileDocuments(const QUrl &url)
+{
+    const QString path = cleanLocalPath(url);
+    const QString root = QDir::cleanPath(DriveLayout::mobileDocumentsPath());
+    if (path.isEmpty() || !isSameOrBelow(path, root)) {
+        return {};
+    }
+    if (path == root) {
+        return QStringLiteral("");
+    }
+    const QString canonicalRoot = QFileInfo(root).canonicalFilePath();
+    if (!canonicalRoot.isEmpty() && !isSameOrBelow(resolvedFolderPath(path), canonicalRoot)) {
+        return {}; // a link among its folders leads out of the drive
+    }
+    return path.mid(root.size() + 1);
+}
+
+bool kd_isDocumentsContainer(const QUrl &url)
+{
+    const QString relative = kd_pathRelativeToMobileDocuments(url);
+    if (relative.isEmpty()) {
+        return false;
+    }
+    const QStringList parts = relative.split(QLatin1Char('/'));
+    if (parts.size() > 2) {
+        return false;
+    }
+    const auto container = KDContainer::containerWithIdentifier(parts.first());
+    if (!container) {
+        return false;
+    }
+    if (parts.size() == 1) {
+        return true;
+    }
+    return !container->isDefaultContainer() && parts.at(1) == QLatin1String("Documents");
+}
+
+bool kd_movePromisedItemAtURL_toURL_error(const QUrl &source, const QUrl &destination, std::optional<Error> *error)
+{
+    const QString from = cleanLocalPath(source);
+    const QString to = cleanLocalPath(destination);
+    auto fail = [error](int errnum, const QString &path) {
+        if (error) {
+            *error = Error::fromErrno(errnum, path);
+        }
+        return false;
+    };
+    if (from.isEmpty() || to.isEmpty()) {
+        return fail(EINVAL, from.isEmpty() ? source.toString() : destination.toString());
+    }
+    const QByteArray fromBytes = QFile::encodeName(from);
+    const QByteArray toBytes = QFile::encodeName(to);
+    const QByteArray toPlaceholder = QFile::encodeName(PromisePlaceholder::placeholderPathFor(to));
+    struct stat st;
+    if (::lstat(toPlaceholder.constData(), &st) == 0 && ::lstat(toBytes.constData(), &st) != 0) {
+        return fail(EEXIST, to); // a promised item already has that name
+    }
+    if (::lstat(fromBytes.constData(), &st) == 0) {
+        if (::renameat2(AT_FDCWD, fromBytes.constData(), AT_FDCWD, toBytes.constData(), RENAME_NOREPLACE) != 0) {
+            return fail(errno, from);
+        }
+        return true;
+    }
+    // a promised item moves as its placeholder, renamed after the item's new name
+    const QString fromPlaceholder = PromisePlaceholder::placeholderPathFor(from);
+    std::optional<Error> readError;
+    std::optional<PromisePlaceholder> placeholder = PromisePlaceholder::read(fromPlaceholder, &readError);
+    if (!placeholder) {
+        return fail(ENOENT, from);
+    }
+    if (::lstat(toBytes.constData(), &st) == 0) {
+        return fail(EEXIST, to);
+    }
+    if (::renameat2(AT_FDCWD, QFile::encodeName(fromPlaceholder).constData(), AT_FDCWD, toPlaceholder.constData(),
+                    RENAME_NOREPLACE)
+        != 0) {
+        return fail(errno, from);
+    }
+    placeholder->name = QFileInfo(to).fileName();
+    placeholder->write(QString::fromLocal8Bit(toPlaceholder), true); // the name inside follows; the move stands either way
+    return true;
+}
+
+QStringList kd_getTagNames_error(const QUrl &url, std::optional<Error> *error)
+{
+    const QString path = cleanLocalPath(url);
+    const QFileInfo info(path);
+    if (info.exists()) {
+        return FileAttributes::tags(path);
+    }
+    if (const auto placeholder = PromisePlaceholder::read(PromisePlaceholder::placeholderPathFor(path), error)) {
+        return placeholder->tags;
+    }
+    if (error) {
+        *error = Error::fileError(FileNoSuchFileError, {{QString::fromLatin1(ErrorKey::FilePath), path}});
+    }
+    return {};
+}

@@ -1,0 +1,25 @@
+#pragma once
+
+#include "platform/foundation/Error.h"
+
+#include <QString>
+#include <QStringList>
+#include <QUrl>
+
+#include <optional>
+
+// The cloud-document service's questions about URLs of the drive, and its file-manager move.
+
+/// The URL lies in the drive's local root (or is the root): its cleaned path, with the folders
+/// leading to it resolved, stays below the root. `..` and symbolic links that leave the root
+/// fail the test; the last component itself may be a bookmark to anywhere.
+bool kd_isInMobileDocuments(const QUrl &url);
+/// The URL's path below the drive's root, without a leading '/' ("com.example.Writer/Documents/A");
+/// empty for the root itself, a null string outside it.
+QString kd_pathRelativeToMobileDocuments(const QUrl &url);
+/// The URL is a container's top-level folder, or the documents folder of an app's container.
+bool kd_isDocumentsContainer(const QUrl &url);
+/// Moves an item, real or promised, without ever replacing what is at the destination.
+bool kd_movePromisedItemAtURL_toURL_error(const QUrl &source, const QUrl &destination, std::optional<Error> *error);
+/// The item's tag names: a real file's `user.xdg.tags`, a promised item's placeholder tags.
+QStringList kd_getTagNames_error(const QUrl &url, std::optional<Error> *error);

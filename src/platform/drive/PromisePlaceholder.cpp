@@ -1,0 +1,153 @@
+#include "platform/drive/PromisePlaceholder.h"
+
+#include "platform/drive/DriveLayout.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QUuid>
+
+#include <cerrno>
+#include <cstdio>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+const QString suffix = QStringLiteral(".promise");
+
+QString isoDate(const QDateTime &date)
+{
+    return date.isValid() ? date.toUTC().toString(Qt::ISODateWithMs) : QString();
+}
+
+} // namespace
+
+std::optional<PromisePlaceholder> PromisePlaceholder::read(const QString &placeholderPath, std::optional<Error> *error)
+{
+    QFile file(placeholderPath);
+    if (!file.open(QIODevice::ReadOnly)) {
+        if (error) {
+            *error = Error::fromErrno(file.exists() ? EACCES : ENOENT, placeholderPath, FileReadUnknownError);
+        }
+        return std::nullopt;
+    }
+    QJsonParseError parseError;
+    const QJsonObject json = QJsonDocument::fromJson(file.readAll(), &parseError).object();
+    if (parseError.error != QJsonParseError::NoError) {
+        if (error) {
+            *error = Error::fileError(FileReadCorruptFileError, {{QString::fromLatin1(ErrorKey::FilePath), placeholderPath}});
+        }
+        return std::nullopt;
+    }
+    PromisePlaceholder p;
+    p.name = json.value(QStringLiteral("name")).toString();
+    if (p.name.isEmpty()) {
+        p.name = QFileInfo(logicalPathFor(placeholderPath)).fileName();
+    }
+    const QJsonValue size = json.value(QStringLiteral("size"));
+    p.size = size.isDouble() ? qint64(size.toDouble()) : -1;
+    p.creationDate = QDateTime::fromString(json.value(QStringLiteral("created")).toString(), Qt::ISODateWithMs);
+    p.modificationDate = QDateTime::fromString(json.value(QStringLiteral("modified")).toString(), Qt::ISODateWithMs);
+    p.mimeType = json.value(QStringLiteral("mimeType")).toString();
+    for (const QJsonValue &tag : json.value(QStringLiteral("tags")).toArray()) {
+        p.tags << tag.toString();
+    }
+    p.shared = json.value(QStringLiteral("shared")).toBool();
+    p.role = json.value(QStringLiteral("role")).toString();
+    p.thumbnailPng = QByteArray::fromBase64(json.value(QStringLiteral("thumbnail")).toString().toLatin1());
+    p.storeKey = json.value(QStringLiteral("storeKey")).toString();
+    return p;
+}
+
+std::optional<Error> PromisePlaceholder::write(const QString &placeholderPath, bool replace) const
+{
+    QJsonObject json{{QStringLiteral("name"), name},
+                     {QStringLiteral("created"), isoDate(creationDate)},
+                     {QStringLiteral("modified"), isoDate(modificationDate)},
+                     {QStringLiteral("mimeType"), mimeType},
+                     {QStringLiteral("tags"), QJsonArray::fromStringList(tags)},
+                     {QStringLiteral("shared"), shared},
+                     {QStringLiteral("role"), role},
+                     {QStringLiteral("thumbnail"), QString::fromLatin1(thumbnailPng.toBase64())},
+                     {QStringLiteral("storeKey"), storeKey}};
+    if (size >= 0) {
+        json.insert(QStringLiteral("size"), double(size));
+    }
+    const QByteArray bytes = QJsonDocument(json).toJson(QJsonDocument::Compact);
+
+    // written beside its final name, then renamed: no half-written placeholder is ever seen
+    const QByteArray finalPath = QFile::encodeName(placeholderPath);
+    QByteArray tempPath = QFile::encodeName(QFileInfo(placeholderPath).absolutePath()) + "/.promise-XXXXXX";
+    const int fd = ::mkostemp(tempPath.data(), O_CLOEXEC);
+    if (fd < 0) {
+        return Error::fromErrno(errno, placeholderPath);
+    }
+    const bool written = ::write(fd, bytes.constData(), size_t(bytes.size())) == bytes.size();
+    const int writeErrno = errno;
+    ::fchmod(fd, 0644);
+    ::close(fd);
+    if (!written) {
+        ::unlink(tempPath.constData());
+        return Error::fromErrno(writeErrno ? writeErrno : EIO, placeholderPath);
+    }
+    const int renamed = replace ? ::rename(tempPath.constData(), finalPath.constData())
+                                : ::renameat2(AT_FDCWD, tempPath.constData(), AT_FDCWD, finalPath.constData(),
+                                              RENAME_NOREPLACE);
+    if (renamed != 0) {
+        const int renameErrno = errno;
+        ::unlink(tempPath.constData());
+        return Error::fromErrno(renameErrno, placeholderPath);
+    }
+    return std::nullopt;
+}
+
+QString PromisePlaceholder::storeFilePath() const
+{
+    return storeFilePathForKey(storeKey);
+}
+
+QString PromisePlaceholder::storeFilePathForKey(const QString &storeKey)
+{
+    return DriveLayout::storePath() + QLatin1Char('/') + storeKey;
+}
+
+QString PromisePlaceholder::newStoreKey()
+{
+    return QUuid::createUuid().toString(QUuid::Id128);
+}
+
+bool PromisePlaceholder::isPlaceholderName(const QString &fileName)
+{
+    return fileName.size() > suffix.size() + 1 && fileName.startsWith(QLatin1Char('.')) && fileName.endsWith(suffix);
+}
+
+QString PromisePlaceholder::placeholderPathFor(const QString &logicalPath)
+{
+    const qsizetype slash = logicalPath.lastIndexOf(QLatin1Char('/'));
+    return logicalPath.left(slash + 1) + QLatin1Char('.') + logicalPath.mid(slash + 1) + suffix;
+}
+
+QString PromisePlaceholder::logicalPathFor(const QString &placeholderPath)
+{
+    const qsizetype slash = placeholderPath.lastIndexOf(QLatin1Char('/'));
+    const QString fileName = placeholderPath.mid(slash + 1);
+    if (!isPlaceholderName(fileName)) {
+        return {};
+    }
+    return placeholderPath.left(slash + 1) + fileName.mid(1, fileName.size() - 1 - suffix.size());
+}
+
+bool PromisePlaceholder::isPromisedItem(const QString &logicalPath)
+{
+    struct stat st;
+    const QByteArray logical = QFile::encodeName(logicalPath);
+    if (::lstat(logical.constData(), &st) == 0) {
+        return false;
+    }
+    return ::lstat(QFile::encodeName(placeholderPathFor(logicalPath)).constData(), &st) == 0;
+}

@@ -1,0 +1,35 @@
+#pragma once
+
+#include "platform/foundation/Error.h"
+
+#include <QString>
+
+#include <memory>
+#include <optional>
+
+class CancellationToken;
+class Progress;
+
+/// The drive service's side of promised items: it turns a promise into a real file when the
+/// item is read under coordination (materialising) and gives a file's content back to the store
+/// (evicting, or promising a new file).
+///
+/// Materialising copies the content from the store into an unnamed temporary file in the item's
+/// folder, publishing a progress of kind "NSProgressKindFile" for the item, then links it under
+/// the item's name (never replacing anything there), sets its dates and tags and removes the
+/// placeholder. A cancel, a failure or a killed process leaves the placeholder as it was and
+/// nothing under the item's name.
+class PromiseStore final
+{
+public:
+    PromiseStore() = delete;
+
+    /// Downloads the promised item at `logicalPath`. `cancel` may stop it (error 3072).
+    static std::optional<Error> materialize(const QString &logicalPath, CancellationToken *cancel);
+    /// Turns the real file at `path` back into a promised item. A promise is left as it is.
+    static std::optional<Error> evict(const QString &path);
+    /// The store's speed in bytes per second (`Service/store-rate`), 0 for unlimited.
+    static qint64 storeRate();
+    /// Whether the service can reach its store (`Service/network` is not "offline").
+    static bool isStoreReachable();
+};
