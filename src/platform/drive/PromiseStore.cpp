@@ -7,12 +7,14 @@
 #include "platform/foundation/CancellationToken.h"
 
 #include <QDir>
+#include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
 #include <QMimeDatabase>
 
 #include <cerrno>
 #include <chrono>
+#include <filesystem>
 #include <cstdio>
 #include <thread>
 #include <fcntl.h>
@@ -295,6 +297,46 @@ std::optional<Error> PromiseStore::evict(const QString &path)
     if (!QFile::remove(path)) {
         ::unlink(QFile::encodeName(PromisePlaceholder::placeholderPathFor(path)).constData());
         return Error::fromErrno(errno ? errno : EACCES, path);
+    }
+    return std::nullopt;
+}
+
+std::optional<Error> PromiseStore::removeItem(const QString &path)
+{
+    const QFileInfo info(path);
+    if (!info.exists() && !info.isSymLink()) {
+        const QString placeholderPath = PromisePlaceholder::placeholderPathFor(path);
+        std::optional<Error> readError;
+        const auto placeholder = PromisePlaceholder::read(placeholderPath, &readError);
+        if (!placeholder) {
+            return Error::fileError(FileNoSuchFileError, {{QString::fromLatin1(ErrorKey::FilePath), path}});
+        }
+        if (!QFile::remove(placeholderPath)) {
+            return Error::fromErrno(errno ? errno : EACCES, path);
+        }
+        QFile::remove(placeholder->storeFilePath());
+        return std::nullopt;
+    }
+    QStringList storeFiles;
+    if (info.isDir() && !info.isSymLink()) {
+        QDirIterator it(path, QDir::Files | QDir::Hidden | QDir::NoDotAndDotDot, QDirIterator::Subdirectories);
+        while (it.hasNext()) {
+            const QString file = it.next();
+            std::optional<Error> readError;
+            if (PromisePlaceholder::isPlaceholderName(it.fileName())) {
+                if (const auto placeholder = PromisePlaceholder::read(file, &readError)) {
+                    storeFiles << placeholder->storeFilePath();
+                }
+            }
+        }
+    }
+    std::error_code ec;
+    std::filesystem::remove_all(std::filesystem::path(QFile::encodeName(path).toStdString()), ec);
+    if (ec) {
+        return Error::fromErrno(ec.value(), path);
+    }
+    for (const QString &storeFile : std::as_const(storeFiles)) {
+        QFile::remove(storeFile);
     }
     return std::nullopt;
 }

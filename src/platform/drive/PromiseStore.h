@@ -28,6 +28,9 @@ public:
     static std::optional<Error> materialize(const QString &logicalPath, CancellationToken *cancel);
     /// Turns the real file at `path` back into a promised item. A promise is left as it is.
     static std::optional<Error> evict(const QString &path);
+    /// Deletes an item, real or promised, and with it the store's content of every promised
+    /// item it holds: a deletion on the device is a deletion on the drive.
+    static std::optional<Error> removeItem(const QString &path);
     /// The store's speed in bytes per second (`Service/store-rate`), 0 for unlimited.
     static qint64 storeRate();
     /// Whether the service can reach its store (`Service/network` is not "offline").

@@ -1,0 +1,418 @@
+#include "model/FileUtils.h"
+
+#include "app/DRLogging.h"
+#include "platform/drive/DriveFileManager.h"
+#include "platform/drive/FileAttributes.h"
+#include "platform/drive/FileCoordinator.h"
+#include "platform/drive/KDContainer.h"
+#include "platform/drive/KDURL.h"
+#include "platform/drive/PromisePlaceholder.h"
+#include "platform/drive/PromiseStore.h"
+#include "platform/drive/URLResourceValues.h"
+#include "platform/foundation/Preferences.h"
+#include "platform/foundation/StringFormat.h"
+#include "platform/types/UniformType.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QSet>
+
+#include <filesystem>
+#include <system_error>
+
+namespace {
+
+QString localPath(const QUrl &url)
+{
+    return url.toLocalFile();
+}
+
+QString extensionOf(const QString &name)
+{
+    const qsizetype slash = name.lastIndexOf(QLatin1Char('/'));
+    const QString last = name.mid(slash + 1);
+    const qsizetype dot = last.lastIndexOf(QLatin1Char('.'));
+    return dot > 0 ? last.mid(dot + 1) : QString();
+}
+
+/// Name without its last extension, and the extension with its dot ("" when there is none).
+std::pair<QString, QString> splitName(const QString &name)
+{
+    const qsizetype dot = name.lastIndexOf(QLatin1Char('.'));
+    if (dot <= 0 || dot == name.size() - 1) {
+        return {dot == name.size() - 1 ? name.left(dot) : name, QString()};
+    }
+    return {name.left(dot), name.mid(dot)};
+}
+
+bool isNewline(char32_t c)
+{
+    return c == 0x0A || c == 0x0B || c == 0x0C || c == 0x0D || c == 0x85 || c == 0x2028 || c == 0x2029;
+}
+
+/// Characters that have no place in a name: unassigned code points, non-characters and
+/// surrogates; control and format characters; line and paragraph breaks.
+bool isForbiddenCharacter(char32_t c)
+{
+    if (isNewline(c)) {
+        return true;
+    }
+    switch (QChar::category(c)) {
+    case QChar::Other_NotAssigned:
+    case QChar::Other_Control:
+    case QChar::Other_Format:
+    case QChar::Other_Surrogate:
+        return true;
+    default:
+        return QChar::isNonCharacter(c);
+    }
+}
+
+} // namespace
+
+bool FileUtils::exists(const QUrl &url)
+{
+    return QFileInfo::exists(localPath(url));
+}
+
+bool FileUtils::isFile(const QUrl &url)
+{
+    const QFileInfo info(localPath(url));
+    return info.exists() && !info.isDir();
+}
+
+bool FileUtils::isDir(const QUrl &url)
+{
+    return QFileInfo(localPath(url)).isDir();
+}
+
+std::optional<Error> FileUtils::mkdir(const QUrl &url)
+{
+    DRLog(LOG_DEBUG, "Creating directory: '%@'", url);
+    std::optional<Error> coordinationError;
+    std::optional<Error> writerError;
+    FileCoordinator coordinator;
+    coordinator.coordinateWritingItemAtURL_options_error_byAccessor(
+        url, FileCoordinator::WritingForReplacing, &coordinationError, [&](const QUrl &newURL) {
+            std::error_code ec;
+            std::filesystem::create_directories(QFile::encodeName(newURL.toLocalFile()).toStdString(), ec);
+            if (!ec && !QFileInfo(newURL.toLocalFile()).isDir()) {
+                ec = std::make_error_code(std::errc::file_exists);
+            }
+            if (!ec) {
+                DRLog(LOG_INFO, "Created directory: '%@'", url);
+            } else {
+                writerError = Error::fromErrno(ec.value(), newURL.toLocalFile());
+                DRLog(LOG_ERR, "failed to create directory:'%@': %@", url, writerError);
+            }
+        });
+    const std::optional<Error> result = coordinationError ? coordinationError : writerError;
+    DRLog(LOG_DEBUG, "Coordinated Write returned %@", result);
+    return result;
+}
+
+std::optional<Error> FileUtils::remove(const QUrl &url)
+{
+    DRLog(LOG_DEBUG, "Removing item: '%@'", url);
+    std::optional<Error> coordinationError;
+    std::optional<Error> writerError;
+    FileCoordinator coordinator;
+    coordinator.coordinateWritingItemAtURL_options_error_byAccessor(
+        url, FileCoordinator::WritingForDeleting, &coordinationError, [&](const QUrl &newURL) {
+            writerError = PromiseStore::removeItem(newURL.toLocalFile());
+            if (!writerError) {
+                DRLog(LOG_INFO, "Deleted item: '%@'", url);
+            } else {
+                DRLog(LOG_ERR, "failed to delete item:'%@': %@", url, writerError);
+            }
+        });
+    const std::optional<Error> result = coordinationError ? coordinationError : writerError;
+    DRLog(LOG_INFO, "Coordinated Write returned %@", result);
+    return result;
+}
+
+std::optional<Error> FileUtils::move_to(const QUrl &src, const QUrl &dst)
+{
+    DRLog(LOG_DEBUG, "Moving src1:  '%@'", src);
+    DRLog(LOG_DEBUG, "Moving dest1: '%@'", dst);
+    if (localPath(src) == localPath(dst)) {
+        DRLog(LOG_DEBUG, "Move: src and dest are the same");
+        return std::nullopt;
+    }
+    if (!exists(src)) {
+        DRLog(LOG_INFO, "Move: source filename does not exist, must be a fault.");
+    }
+    if (isFile(src) && isDir(dst)) {
+        DRLog(LOG_ERR, "Move: must move a file to a file (dest is a dir)");
+        return Error::fileError(FeatureUnsupportedError);
+    }
+    if (isDir(src) && isFile(dst)) {
+        DRLog(LOG_ERR, "Move: must move a dir to a dir (dest is a file)");
+        return Error::fileError(FeatureUnsupportedError);
+    }
+    QUrl destination = dst;
+    const QFileInfo dstInfo(localPath(dst));
+    if (nameIsTaken(dstInfo.absolutePath(), dstInfo.fileName())) {
+        destination = generateUniquePath(dst);
+        DRLog(LOG_DEBUG, "Avail  dest1: '%@'", destination);
+    }
+
+    std::optional<Error> coordinationError;
+    std::optional<Error> writerError;
+    FileCoordinator coordinator;
+    coordinator.coordinateWritingItemAtURL_options_writingItemAtURL_options_error_byAccessor(
+        src, FileCoordinator::WritingForMoving, destination, FileCoordinator::WritingForReplacing, &coordinationError,
+        [&](const QUrl &newSrc, const QUrl &newDst) {
+            coordinator.itemAtURL_willMoveToURL(newSrc, newDst);
+            DRLog(LOG_DEBUG, "Moving src2:  '%@'", newSrc);
+            DRLog(LOG_DEBUG, "Moving dest2: '%@'", newDst);
+            if (kd_movePromisedItemAtURL_toURL_error(newSrc, newDst, &writerError)) {
+                DRLog(LOG_INFO, "Move successful");
+            } else {
+                DRLog(LOG_WARNING, "KD Move failed: %@", writerError);
+            }
+        });
+    const std::optional<Error> result = coordinationError ? coordinationError : writerError;
+    if (result) {
+        DRLog(LOG_WARNING, "Move failed: %@", result);
+    }
+    return result;
+}
+
+QUrl FileUtils::docDir()
+{
+    const QUrl container = AppDataContainerURLForBundleIdentifier(QString::fromLatin1(AerovaAppBundleIdentifier));
+    if (container.isEmpty()) {
+        return {};
+    }
+    return QUrl::fromLocalFile(container.toLocalFile() + QStringLiteral("/Documents/"));
+}
+
+bool FileUtils::nameIsTaken(const QString &directory, const QString &name)
+{
+    const QString path = directory + QLatin1Char('/') + name;
+    const QFileInfo info(path);
+    // a promised item holds its name as surely as a real one
+    return info.exists() || info.isSymLink() || PromisePlaceholder::isPromisedItem(path);
+}
+
+QString FileUtils::stringByUniquingPathInsideDirectory_forBasename(const QString &directory, const QString &basename)
+{
+    if (!nameIsTaken(directory, basename)) {
+        return {};
+    }
+    const auto [stem, suffix] = splitName(basename);
+    for (int n = 2;; ++n) {
+        const QString candidate = StringFormat::format("%@ %d%@", stem, n, suffix);
+        if (!nameIsTaken(directory, candidate)) {
+            return candidate;
+        }
+    }
+}
+
+QUrl FileUtils::generateUniquePath(const QUrl &url)
+{
+    const QFileInfo info(localPath(url));
+    const QString folder = info.absolutePath();
+    const QString freeName = stringByUniquingPathInsideDirectory_forBasename(folder, info.fileName());
+    return QUrl::fromLocalFile(folder + QLatin1Char('/') + (freeName.isNull() ? info.fileName() : freeName));
+}
+
+void FileUtils::evictDocument(const QUrl &url)
+{
+    std::optional<Error> error;
+    if (!DriveFileManager::evictUbiquitousItemAtURL_error(url, &error)) {
+        DRLog(LOG_WARNING, "Evict error: %@", error);
+    }
+}
+
+QVariant FileUtils::getResourceValue_forURL(const QString &key, const QUrl &url)
+{
+    if (url.isEmpty()) {
+        return {};
+    }
+    std::optional<Error> error;
+    if (const auto values = URLResourceValues::promisedItemResourceValuesForKeys(url, {key}, &error);
+        values && values->contains(key)) {
+        return values->value(key);
+    }
+    if (const auto values = URLResourceValues::resourceValuesForKeys(url, {key}, &error)) {
+        return values->value(key);
+    }
+    return {};
+}
+
+void FileUtils::dumpURLResourceValues(const QUrl &url)
+{
+    Q_UNUSED(url) // a hook for diagnostics
+}
+
+void FileUtils::logFileAttributes(const QString &path)
+{
+    const QFileInfo info(path);
+    if (!info.exists()) {
+        DRLog(LOG_ERR, "Cannot get attributes of %@: %@", path,
+              Error::fileError(FileReadNoSuchFileError, {{QString::fromLatin1(ErrorKey::FilePath), path}}));
+        return;
+    }
+    const QDateTime now = QDateTime::currentDateTime();
+    const QDateTime created = FileAttributes::creationDate(path);
+    const QDateTime modified = info.lastModified();
+    DRLog(LOG_DEBUG, "Date Created: %@ (%lf seconds ago)", created, created.msecsTo(now) / 1000.0);
+    DRLog(LOG_DEBUG, "Date Modified: %@ (%lf seconds ago)", modified, modified.msecsTo(now) / 1000.0);
+    DRLog(LOG_DEBUG, "Size: %@ bytes", info.size());
+}
+
+QString FileUtils::containerIdForURL(const QUrl &url)
+{
+    std::optional<Error> error;
+    const auto container = KDContainer::containerForItemAtURL_error(url, &error);
+    if (error || !container) {
+        return {};
+    }
+    return container->identifier();
+}
+
+bool FileUtils::isValidExtensionForContainer(const QUrl &url)
+{
+    const QString extension = extensionOf(localPath(url));
+    if (extension.isEmpty()) {
+        return true;
+    }
+    const QString type = UniformType::preferredIdentifierForExtension(extension);
+    if (type.isEmpty()) {
+        return true;
+    }
+    std::optional<Error> error;
+    const auto container = KDContainer::containerForItemAtURL_error(url, &error);
+    if (!container) {
+        return false;
+    }
+    if (container->identifier() == KDUbiquitousDefaultContainerID) {
+        return true;
+    }
+    if (container->documentsURL().isEmpty()) {
+        return false;
+    }
+    const QVariantList documentTypes = container->documentsTypes();
+    if (documentTypes.isEmpty()) {
+        return true;
+    }
+    // "@distinctUnionOfArrays.LSItemContentTypes": every declared content type, once
+    QSet<QString> contentTypes;
+    QList<QVariant> members;
+    for (const QVariant &documentType : documentTypes) {
+        const QVariant declared = documentType.toMap().value(QStringLiteral("LSItemContentTypes"));
+        if (declared.isValid() && declared.metaType().id() != QMetaType::QVariantList
+            && declared.metaType().id() != QMetaType::QStringList) {
+            DRLog(LOG_ERR, "Expected content types of NSSet");
+            return false;
+        }
+        for (const QVariant &member : declared.toList()) {
+            const QString key = member.toString() + QLatin1Char('\x1f') + QString::number(member.typeId());
+            if (!contentTypes.contains(key)) {
+                contentTypes.insert(key);
+                members << member;
+            }
+        }
+    }
+    for (const QVariant &member : std::as_const(members)) {
+        if (member.typeId() != QMetaType::QString) {
+            DRLog(LOG_ERR, "Expected array of strings");
+            continue;
+        }
+        const QString uti = member.toString();
+        if (uti == UniformType::Data || uti == UniformType::Content) {
+            DRLog(LOG_INFO, "Container supports all UTIs");
+            return true;
+        }
+        if (UniformType::conformsTo(type, uti)) {
+            DRLog(LOG_INFO, "Extension %@ conforms to UTI %@", extension, uti);
+            return true;
+        }
+    }
+    return false;
+}
+
+bool FileUtils::isAudioVideoImageFile(const QString &name)
+{
+    const QString extension = extensionOf(name);
+    if (extension.isEmpty()) {
+        return false;
+    }
+    const QString type = UniformType::preferredIdentifierForExtension(extension);
+    if (type.isEmpty()) {
+        return false;
+    }
+    for (const QString &family : {UniformType::Image, UniformType::Movie, UniformType::Audio, UniformType::PDF}) {
+        if (UniformType::conformsTo(type, family)) {
+            DRLog(LOG_DEBUG, "isAudioVideoImageFile: Extension %@ is %@ which conforms to UTI %@", extension, type,
+                  family);
+            return true;
+        }
+    }
+    DRLog(LOG_DEBUG, "isAudioVideoImageFile: Extension %@ is %@ which is not.", extension, type);
+    return false;
+}
+
+bool FileUtils::isAudioVideoImageFile(const QUrl &url)
+{
+    return isAudioVideoImageFile(localPath(url));
+}
+
+std::optional<Error> FileUtils::containerAndRelativePathforURL_container_relativePathComponents(
+    const QUrl &url, std::shared_ptr<KDContainer> *container, QStringList *relativePathComponents)
+{
+    std::optional<Error> error;
+    const auto found = KDContainer::containerForItemAtURL_error(url, &error);
+    if (error || !found) {
+        return error ? error : Error::fileError(FileNoSuchFileError, {{QString::fromLatin1(ErrorKey::URL), url}});
+    }
+    if (container) {
+        *container = found;
+    }
+    if (relativePathComponents) {
+        const QStringList item = kd_pathRelativeToMobileDocuments(url).split(QLatin1Char('/'), Qt::SkipEmptyParts);
+        const QStringList documents = kd_pathRelativeToMobileDocuments(found->documentsURL())
+                                          .split(QLatin1Char('/'), Qt::SkipEmptyParts);
+        if (item.size() >= documents.size()) {
+            *relativePathComponents = item.mid(documents.size());
+        }
+    }
+    return std::nullopt;
+}
+
+QString FileUtils::displayableLocationForURL(const QUrl &url)
+{
+    std::shared_ptr<KDContainer> container;
+    QStringList components;
+    const std::optional<Error> error
+        = containerAndRelativePathforURL_container_relativePathComponents(url, &container, &components);
+    if (error || !container) {
+        return {};
+    }
+    const QString separator = QStringLiteral(" \u25B8 ");
+    QString location;
+    if (container->identifier() != KDUbiquitousDefaultContainerID) {
+        const auto drive = KDContainer::containerWithIdentifier(KDUbiquitousDefaultContainerID);
+        location += (drive ? drive->localizedName() : QString()) + separator;
+    }
+    location += container->localizedName();
+    if (components.size() >= 2) {
+        for (qsizetype i = 0; i + 1 < components.size(); ++i) {
+            location += separator + components.at(i);
+        }
+    }
+    DRLog(LOG_DEBUG, "PathBar: %@", location);
+    return location;
+}
+
+bool FileUtils::isValidFilename(const QString &name)
+{
+    if (name.isEmpty() || name.startsWith(QLatin1Char('.')) || name.contains(QLatin1Char('/'))
+        || name.contains(QLatin1Char(':'))) {
+        return false;
+    }
+    const QList<uint> codePoints = name.toUcs4();
+    return std::none_of(codePoints.begin(), codePoints.end(), [](uint c) { return isForbiddenCharacter(c); });
+}

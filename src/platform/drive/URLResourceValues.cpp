@@ -1,0 +1,143 @@
+#include "platform/drive/URLResourceValues.h"
+
+#include "platform/drive/FileAttributes.h"
+#include "platform/drive/KDURL.h"
+#include "platform/drive/PromisePlaceholder.h"
+#include "platform/types/UniformType.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QMimeDatabase>
+
+namespace {
+
+/// A folder whose extension names a known non-folder type is one document (a package).
+bool isPackageFolder(const QFileInfo &info)
+{
+    const QString suffix = info.suffix();
+    return info.isDir() && !suffix.isEmpty() && !UniformType::preferredIdentifierForExtension(suffix).isEmpty();
+}
+
+QVariantMap realValues(const QFileInfo &info)
+{
+    const QString path = info.filePath();
+    const bool package = isPackageFolder(info);
+    const QString type = info.isDir() && !package ? UniformType::Folder
+                         : package ? UniformType::preferredIdentifierForExtension(info.suffix())
+                                   : QMimeDatabase().mimeTypeForFile(info, QMimeDatabase::MatchExtension).name();
+    QVariantMap values{
+        {URLResourceKey::Name, info.fileName()},
+        {URLResourceKey::LocalizedName, info.fileName()},
+        {URLResourceKey::TypeIdentifier, type},
+        {URLResourceKey::LocalizedTypeDescription, UniformType::localizedDescription(type)},
+        {URLResourceKey::ContentModificationDate, info.lastModified()},
+        {URLResourceKey::IsDirectory, info.isDir()},
+        {URLResourceKey::IsPackage, package},
+        {URLResourceKey::HasHiddenExtension, false},
+        {URLResourceKey::ParentDirectoryURL, QUrl::fromLocalFile(info.absolutePath() + QLatin1Char('/'))},
+    };
+    if (!info.isDir()) {
+        values.insert(URLResourceKey::FileSize, quint64(info.size()));
+    }
+    if (const QDateTime created = FileAttributes::creationDate(path); created.isValid()) {
+        values.insert(URLResourceKey::CreationDate, created);
+    }
+    if (kd_isInMobileDocuments(QUrl::fromLocalFile(path))) {
+        const QString role = FileAttributes::sharedRole(path);
+        values.insert(URLResourceKey::UbiquitousItemIsShared, !role.isEmpty());
+        if (!role.isEmpty()) {
+            values.insert(URLResourceKey::UbiquitousSharedItemRole, role);
+        }
+        values.insert(URLResourceKey::UbiquitousItemDownloadingStatus, URLResourceValue::DownloadingStatusCurrent);
+    }
+    return values;
+}
+
+QVariantMap promiseValues(const QString &logicalPath, const PromisePlaceholder &placeholder)
+{
+    const QFileInfo info(logicalPath);
+    const QString type = placeholder.mimeType.isEmpty()
+        ? QMimeDatabase().mimeTypeForFile(info, QMimeDatabase::MatchExtension).name()
+        : placeholder.mimeType;
+    QVariantMap values{
+        {URLResourceKey::Name, info.fileName()},
+        {URLResourceKey::LocalizedName, info.fileName()},
+        {URLResourceKey::TypeIdentifier, type},
+        {URLResourceKey::LocalizedTypeDescription, UniformType::localizedDescription(type)},
+        {URLResourceKey::IsDirectory, false},
+        {URLResourceKey::IsPackage, false},
+        {URLResourceKey::HasHiddenExtension, false},
+        {URLResourceKey::ParentDirectoryURL, QUrl::fromLocalFile(info.absolutePath() + QLatin1Char('/'))},
+        {URLResourceKey::UbiquitousItemIsShared, placeholder.shared},
+        {URLResourceKey::UbiquitousItemDownloadingStatus, URLResourceValue::DownloadingStatusNotDownloaded},
+    };
+    if (placeholder.size >= 0) {
+        values.insert(URLResourceKey::FileSize, quint64(placeholder.size));
+    }
+    if (placeholder.creationDate.isValid()) {
+        values.insert(URLResourceKey::CreationDate, placeholder.creationDate);
+    }
+    if (placeholder.modificationDate.isValid()) {
+        values.insert(URLResourceKey::ContentModificationDate, placeholder.modificationDate);
+    }
+    if (placeholder.shared && !placeholder.role.isEmpty()) {
+        values.insert(URLResourceKey::UbiquitousSharedItemRole, placeholder.role);
+    }
+    return values;
+}
+
+QVariantMap only(const QVariantMap &values, const QStringList &keys)
+{
+    QVariantMap result;
+    for (const QString &key : keys) {
+        if (values.contains(key)) {
+            result.insert(key, values.value(key));
+        }
+    }
+    return result;
+}
+
+void setNoSuchFile(std::optional<Error> *error, const QString &path)
+{
+    if (error) {
+        *error = Error::fileError(FileNoSuchFileError, {{QString::fromLatin1(ErrorKey::FilePath), path}});
+    }
+}
+
+} // namespace
+
+std::optional<QVariantMap> URLResourceValues::resourceValuesForKeys(const QUrl &url, const QStringList &keys,
+                                                                    std::optional<Error> *error)
+{
+    const QString path = QDir::cleanPath(url.toLocalFile());
+    const QFileInfo info(path);
+    if (path.isEmpty() || !info.exists()) {
+        setNoSuchFile(error, path);
+        return std::nullopt;
+    }
+    return only(realValues(info), keys);
+}
+
+std::optional<QVariantMap> URLResourceValues::promisedItemResourceValuesForKeys(const QUrl &url,
+                                                                                const QStringList &keys,
+                                                                                std::optional<Error> *error)
+{
+    const QString path = QDir::cleanPath(url.toLocalFile());
+    if (!path.isEmpty() && PromisePlaceholder::isPromisedItem(path)) {
+        std::optional<Error> readError;
+        if (const auto placeholder = PromisePlaceholder::read(PromisePlaceholder::placeholderPathFor(path), &readError)) {
+            return only(promiseValues(path, *placeholder), keys);
+        }
+    }
+    return resourceValuesForKeys(url, keys, error);
+}
+
+bool URLResourceValues::checkPromisedItemIsReachable(const QUrl &url, std::optional<Error> *error)
+{
+    const QString path = QDir::cleanPath(url.toLocalFile());
+    if (!path.isEmpty() && (QFileInfo::exists(path) || PromisePlaceholder::isPromisedItem(path))) {
+        return true;
+    }
+    setNoSuchFile(error, path);
+    return false;
+}

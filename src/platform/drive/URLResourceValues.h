@@ -1,0 +1,53 @@
+#pragma once
+
+#include "platform/foundation/Error.h"
+
+#include <QStringList>
+#include <QUrl>
+#include <QVariantMap>
+
+#include <optional>
+
+/// The keys of an item's metadata.
+namespace URLResourceKey {
+inline const QString Name = QStringLiteral("name");
+inline const QString LocalizedName = QStringLiteral("localizedName");
+inline const QString TypeIdentifier = QStringLiteral("typeIdentifier");
+inline const QString LocalizedTypeDescription = QStringLiteral("localizedTypeDescription");
+inline const QString FileSize = QStringLiteral("fileSize");
+inline const QString CreationDate = QStringLiteral("creationDate");
+inline const QString ContentModificationDate = QStringLiteral("contentModificationDate");
+inline const QString IsDirectory = QStringLiteral("isDirectory");
+inline const QString IsPackage = QStringLiteral("isPackage");
+inline const QString HasHiddenExtension = QStringLiteral("hasHiddenExtension");
+inline const QString ParentDirectoryURL = QStringLiteral("parentDirectoryURL");
+inline const QString UbiquitousItemIsShared = QStringLiteral("ubiquitousItemIsShared");
+inline const QString UbiquitousSharedItemRole = QStringLiteral("ubiquitousSharedItemRole");
+inline const QString UbiquitousItemDownloadingStatus = QStringLiteral("ubiquitousItemDownloadingStatus");
+} // namespace URLResourceKey
+
+/// Values of the downloading-status and shared-role keys.
+namespace URLResourceValue {
+inline const QString DownloadingStatusNotDownloaded = QStringLiteral("NotDownloaded");
+inline const QString DownloadingStatusDownloaded = QStringLiteral("Downloaded");
+inline const QString DownloadingStatusCurrent = QStringLiteral("Current");
+inline const QString SharedItemRoleOwner = QStringLiteral("owner");
+inline const QString SharedItemRoleParticipant = QStringLiteral("participant");
+} // namespace URLResourceValue
+
+/// The drive service's metadata source: an item's values from the file system, or, for a
+/// promised item, from its placeholder, never reading or downloading content.
+class URLResourceValues final
+{
+public:
+    URLResourceValues() = delete;
+
+    /// Values of a real item or of a promise; no values (error 4) when neither exists.
+    static std::optional<QVariantMap> promisedItemResourceValuesForKeys(const QUrl &url, const QStringList &keys,
+                                                                         std::optional<Error> *error);
+    /// Values of a real item only.
+    static std::optional<QVariantMap> resourceValuesForKeys(const QUrl &url, const QStringList &keys,
+                                                            std::optional<Error> *error);
+    /// The item exists, real or promised.
+    static bool checkPromisedItemIsReachable(const QUrl &url, std::optional<Error> *error);
+};
