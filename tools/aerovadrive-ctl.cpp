@@ -1,1 +1,171 @@
-int main() { return 0; }
+// aerovadrive-ctl: the one way a person, a test or a demo changes the drive service's side of
+// Aerova Drive: the drive on disk, the account, the network, promised items and containers.
+
+#include "platform/drive/DriveFileManager.h"
+#include "platform/drive/DriveSetup.h"
+#include "platform/foundation/AerovaHome.h"
+
+#include <QFileInfo>
+#include <QGuiApplication>
+#include <QStringList>
+#include <QTextStream>
+
+#include <optional>
+
+namespace {
+
+const char usageText[] = R"(usage: aerovadrive-ctl COMMAND [ARGS]
+
+The drive lives in $AEROVA_HOME (default: $XDG_DATA_HOME/AerovaDrive).
+
+commands:
+  init [--demo]                 make the drive (with --demo: a drive to explore)
+  sign-in [ACCOUNT]             sign in (default account: user@example.com)
+  sign-out                      sign out: the drive is disabled
+  network wifi|cellular|offline|clear
+                                override the network the app sees
+  store-rate BYTES_PER_SECOND   slow downloads from the store down (0: full speed)
+  promise FILE...               turn files of the drive into promised items
+  evict FILE...                 give downloaded items back to the store
+  add-container ID NAME [--folders Any|One|None] [--types TYPE,TYPE...]
+                                register an app container
+  status                        print the drive's tree; promised items are marked with ☁
+)";
+
+int usage(const QString &problem = {})
+{
+    QTextStream err(stderr);
+    if (!problem.isEmpty()) {
+        err << "aerovadrive-ctl: " << problem << '\n';
+    }
+    err << usageText;
+    return 2;
+}
+
+int report(const std::optional<Error> &error, const QString &what)
+{
+    if (!error) {
+        return 0;
+    }
+    QTextStream(stderr) << "aerovadrive-ctl: " << what << ": " << error->localizedDescription() << '\n';
+    return 1;
+}
+
+int addContainer(QStringList args)
+{
+    if (args.size() < 2) {
+        return usage(QStringLiteral("add-container needs an identifier and a name"));
+    }
+    const QString identifier = args.takeFirst();
+    const QString name = args.takeFirst();
+    QString folders;
+    QStringList types;
+    while (!args.isEmpty()) {
+        const QString option = args.takeFirst();
+        if (args.isEmpty()) {
+            return usage(QStringLiteral("%1 needs a value").arg(option));
+        }
+        const QString value = args.takeFirst();
+        if (option == QLatin1String("--folders") && QStringList{QStringLiteral("Any"), QStringLiteral("One"), QStringLiteral("None")}.contains(value)) {
+            folders = value;
+        } else if (option == QLatin1String("--types")) {
+            types = value.split(QLatin1Char(','), Qt::SkipEmptyParts);
+        } else {
+            return usage(QStringLiteral("unknown option or value: %1 %2").arg(option, value));
+        }
+    }
+    return report(DriveSetup::addContainer(identifier, name, folders, types), identifier);
+}
+
+int forEachFile(const QStringList &files, std::optional<Error> (*action)(const QString &))
+{
+    if (files.isEmpty()) {
+        return usage(QStringLiteral("no file given"));
+    }
+    int status = 0;
+    for (const QString &file : files) {
+        // every file is attempted: one failure must not strand the rest
+        status = std::max(status, report(action(QFileInfo(file).absoluteFilePath()), file));
+    }
+    return status;
+}
+
+std::optional<Error> evict(const QString &path)
+{
+    std::optional<Error> error;
+    DriveFileManager::evictUbiquitousItemAtURL_error(QUrl::fromLocalFile(path), &error);
+    return error;
+}
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    // drawing the demo's pictures and documents needs a GUI platform, never a display
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    }
+    QGuiApplication app(argc, argv);
+    QGuiApplication::setApplicationName(QStringLiteral("aerovadrive-ctl"));
+    QStringList args = QGuiApplication::arguments().mid(1);
+    if (args.isEmpty()) {
+        return usage(QStringLiteral("no command given"));
+    }
+    const QString command = args.takeFirst();
+    if (command == QLatin1String("--help") || command == QLatin1String("help")) {
+        QTextStream(stdout) << usageText;
+        return 0;
+    }
+    if (command == QLatin1String("init")) {
+        if (args.isEmpty()) {
+            return report(DriveSetup::initialize(), QStringLiteral("init"));
+        }
+        if (args == QStringList{QStringLiteral("--demo")}) {
+            const int status = report(DriveSetup::initializeDemo(), QStringLiteral("init --demo"));
+            if (status == 0) {
+                QTextStream(stdout) << "Demo drive ready in " << AerovaHome::path() << '\n';
+            }
+            return status;
+        }
+        return usage(QStringLiteral("init takes only --demo"));
+    }
+    if (command == QLatin1String("sign-in") && args.size() <= 1) {
+        return DriveFileManager::signIn(args.value(0, QStringLiteral("user@example.com"))) ? 0 : 1;
+    }
+    if (command == QLatin1String("sign-out") && args.isEmpty()) {
+        return DriveFileManager::signOut() ? 0 : 1;
+    }
+    if (command == QLatin1String("network") && args.size() == 1) {
+        const QString state = args.first();
+        if (state == QLatin1String("clear")) {
+            return report(DriveSetup::setNetwork({}), command);
+        }
+        if (state != QLatin1String("wifi") && state != QLatin1String("cellular") && state != QLatin1String("offline")) {
+            return usage(QStringLiteral("unknown network: %1").arg(state));
+        }
+        return report(DriveSetup::setNetwork(state), command);
+    }
+    if (command == QLatin1String("store-rate") && args.size() == 1) {
+        bool ok = false;
+        const qint64 rate = args.first().toLongLong(&ok);
+        if (!ok || rate < 0) {
+            return usage(QStringLiteral("store-rate needs a number of bytes per second"));
+        }
+        return report(DriveSetup::setStoreRate(rate), command);
+    }
+    if (command == QLatin1String("promise")) {
+        return forEachFile(args, &DriveSetup::promise);
+    }
+    if (command == QLatin1String("evict")) {
+        return forEachFile(args, &evict);
+    }
+    if (command == QLatin1String("add-container")) {
+        return addContainer(args);
+    }
+    if (command == QLatin1String("status") && args.isEmpty()) {
+        QTextStream out(stdout);
+        DriveSetup::printStatus(out);
+        return 0;
+    }
+    return usage(QStringLiteral("unknown command or arguments: %1").arg(command));
+}
