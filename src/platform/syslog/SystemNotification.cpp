@@ -5,7 +5,8 @@
 
 #include <QDir>
 #include <QFileInfo>
-#include <QDateTime>
+#include <QCryptographicHash>
+#include <QFile>
 #include <QFileSystemWatcher>
 #include <QMutex>
 #include <QSocketNotifier>
@@ -33,6 +34,15 @@ QMutex g_mutex;
 std::vector<Registration> g_registrations;
 int g_signalPipe[2] = {-1, -1};
 
+QByteArray contentDigest(const QString &path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        return QByteArray("absent");
+    }
+    return QCryptographicHash::hash(file.readAll(), QCryptographicHash::Sha1);
+}
+
 void onSighup(int)
 {
     const char byte = 1;
@@ -49,7 +59,7 @@ void startDefaultsMonitor()
         const QString folder = QFileInfo(file).absolutePath();
         QDir().mkpath(folder);
         auto *watcher = new QFileSystemWatcher(monitorQueue->context()); // lives as long as the queue
-        auto lastSeen = std::make_shared<QDateTime>(QFileInfo(file).lastModified());
+        auto lastSeen = std::make_shared<QByteArray>(contentDigest(file));
         auto rearm = [watcher, file, folder] {
             if (!watcher->files().contains(file) && QFileInfo::exists(file)) {
                 watcher->addPath(file);
@@ -61,12 +71,12 @@ void startDefaultsMonitor()
         rearm();
         auto changed = [rearm, file, lastSeen] {
             rearm();
-            const QFileInfo info(file);
-            const QDateTime modified = info.exists() ? info.lastModified() : QDateTime();
-            if (modified == *lastSeen && !modified.isNull()) {
-                return; // the folder changed for another file
+            // one save shows up as several events (the file, its folder): post once per new content
+            const QByteArray digest = contentDigest(file);
+            if (digest == *lastSeen) {
+                return;
             }
-            *lastSeen = modified;
+            *lastSeen = digest;
             SystemNotification::post(SystemNotification::ManagedDefaultsDidChange);
         };
         QObject::connect(watcher, &QFileSystemWatcher::fileChanged, watcher, changed);

@@ -1,0 +1,99 @@
+#include "platform/foundation/DispatchQueue.h"
+#include "platform/foundation/DispatchSourceTimer.h"
+
+#include <QCoreApplication>
+#include <QTest>
+
+#include <atomic>
+
+class tst_DispatchQueue : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    // Blocks of a queue run one after another in the order they were submitted.
+    void asyncRunsInOrderOnQueueThread()
+    {
+        DispatchQueue queue(QStringLiteral("com.quillmere.test.serial"));
+        QList<int> order;
+        QString label;
+        for (int i = 0; i < 100; ++i) {
+            queue.async([&order, i] { order << i; });
+        }
+        queue.sync([&label] { label = DispatchQueue::currentLabel(); });
+        QCOMPARE(order.size(), 100);
+        QVERIFY(std::is_sorted(order.begin(), order.end()));
+        QCOMPARE(label, QStringLiteral("com.quillmere.test.serial"));
+    }
+
+    // A sync from the queue itself runs at once instead of waiting for itself.
+    void nestedSyncDoesNotDeadlock()
+    {
+        DispatchQueue queue(QStringLiteral("com.quillmere.test.nested"));
+        bool ran = false;
+        queue.sync([&] { queue.sync([&] { ran = true; }); });
+        QVERIFY(ran);
+    }
+
+    // Results come back to the main queue.
+    void mainQueueRunsOnGuiThread()
+    {
+        DispatchQueue queue(QStringLiteral("com.quillmere.test.worker"));
+        std::atomic<bool> onMain{false};
+        queue.async([&onMain] {
+            DispatchQueue::main()->async([&onMain] { onMain = DispatchQueue::main()->isCurrent(); });
+        });
+        QTRY_VERIFY(onMain.load());
+        QCOMPARE(DispatchQueue::currentLabel(), QStringLiteral("com.quillmere.main-thread"));
+    }
+
+    // Delayed blocks wait their time.
+    void asyncAfterWaits()
+    {
+        DispatchQueue queue(QStringLiteral("com.quillmere.test.after"));
+        std::atomic<bool> ran{false};
+        QElapsedTimer clock;
+        clock.start();
+        queue.asyncAfter(100, [&ran] { ran = true; });
+        QTRY_VERIFY(ran.load());
+        QVERIFY(clock.elapsed() >= 90);
+    }
+
+    // A timer fires at once, then every interval, on its queue, until cancelled.
+    void timerFiresFirstAtOnceThenRepeats()
+    {
+        DispatchQueue queue(QStringLiteral("com.quillmere.test.timer"));
+        std::atomic<int> fired{0};
+        QString label;
+        DispatchSourceTimer timer(&queue);
+        timer.schedule(0, 20, 1);
+        timer.setEventHandler([&] {
+            label = DispatchQueue::currentLabel();
+            ++fired;
+        });
+        timer.resume();
+        QTRY_VERIFY(fired.load() >= 3);
+        timer.cancel();
+        const int after = fired.load();
+        queue.sync([] { });
+        QTest::qWait(60);
+        QCOMPARE(fired.load(), after);
+        QCOMPARE(label, QStringLiteral("com.quillmere.test.timer"));
+    }
+
+    // Blocks already submitted run before the queue goes away.
+    void destructionDrainsQueue()
+    {
+        std::atomic<int> count{0};
+        {
+            DispatchQueue queue(QStringLiteral("com.quillmere.test.drain"));
+            for (int i = 0; i < 10; ++i) {
+                queue.async([&count] { ++count; });
+            }
+        }
+        QCOMPARE(count.load(), 10);
+    }
+};
+
+QTEST_GUILESS_MAIN(tst_DispatchQueue)
+#include "tst_DispatchQueue.moc"
