@@ -3,6 +3,8 @@
 
 #include "platform/drive/DriveFileManager.h"
 #include "platform/drive/DriveSetup.h"
+#include "platform/drive/FileCoordinator.h"
+#include "platform/drive/Progress.h"
 #include "platform/foundation/AerovaHome.h"
 
 #include <QFileInfo>
@@ -27,6 +29,7 @@ commands:
   store-rate BYTES_PER_SECOND   slow downloads from the store down (0: full speed)
   promise FILE...               turn files of the drive into promised items
   evict FILE...                 give downloaded items back to the store
+  download FILE                 download a promised item, printing its progress
   add-container ID NAME [--folders Any|One|None] [--types TYPE,TYPE...]
                                 register an app container
   status                        print the drive's tree; promised items are marked with ☁
@@ -88,6 +91,27 @@ int forEachFile(const QStringList &files, std::optional<Error> (*action)(const Q
         status = std::max(status, report(action(QFileInfo(file).absoluteFilePath()), file));
     }
     return status;
+}
+
+int download(const QStringList &args)
+{
+    if (args.size() != 1) {
+        return usage(QStringLiteral("download takes one file"));
+    }
+    const QUrl url = QUrl::fromLocalFile(QFileInfo(args.first()).absoluteFilePath());
+    const int subscription = Progress::addSubscriberForFileURL(url, [](std::shared_ptr<Progress> progress) {
+        progress->addObserver(QStringLiteral("fractionCompleted"), [](const Progress &p) {
+            QTextStream(stdout) << "progress " << qRound(p.fractionCompleted() * 100) << "%" << Qt::endl;
+        });
+        return std::function<void()>();
+    });
+    std::optional<Error> error;
+    FileCoordinator coordinator;
+    coordinator.coordinateReadingItemAtURL_options_error_byAccessor(
+        url, FileCoordinator::ReadingWithoutChanges, &error,
+        [](const QUrl &newURL) { QTextStream(stdout) << "downloaded " << newURL.toLocalFile() << Qt::endl; });
+    Progress::removeSubscriber(subscription);
+    return report(error, args.first());
 }
 
 std::optional<Error> evict(const QString &path)
@@ -158,6 +182,9 @@ int main(int argc, char *argv[])
     }
     if (command == QLatin1String("evict")) {
         return forEachFile(args, &evict);
+    }
+    if (command == QLatin1String("download")) {
+        return download(args);
     }
     if (command == QLatin1String("add-container")) {
         return addContainer(args);

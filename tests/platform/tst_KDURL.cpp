@@ -1,0 +1,109 @@
+#include "platform/drive/DriveSetup.h"
+#include "platform/drive/FileAttributes.h"
+#include "platform/drive/KDContainer.h"
+#include "platform/drive/KDURL.h"
+#include "platform/drive/PromisePlaceholder.h"
+#include "platform/drive/PromiseURL.h"
+#include "support/TestDrive.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <QTest>
+
+class tst_KDURL : public QObject
+{
+    Q_OBJECT
+
+private:
+    TestDrive m_drive;
+
+    QString mobileDocuments() const { return m_drive.home() + QStringLiteral("/home/Mobile Documents"); }
+
+private slots:
+    void initTestCase()
+    {
+        QVERIFY(!DriveSetup::addContainer(QStringLiteral("com.example.Writer"), QStringLiteral("Writer"), {}, {}));
+    }
+
+    // Paths that climb out of the drive, by ".." or through a link, are not in it.
+    void isInMobileDocumentsRefusesEscapes()
+    {
+        QVERIFY(kd_isInMobileDocuments(m_drive.url(QStringLiteral("a/b.txt"))));
+        QVERIFY(kd_isInMobileDocuments(QUrl::fromLocalFile(mobileDocuments())));
+        QVERIFY(!kd_isInMobileDocuments(QUrl::fromLocalFile(mobileDocuments() + QStringLiteral("/../defaults.ini"))));
+        QVERIFY(!kd_isInMobileDocuments(QUrl::fromLocalFile(QStringLiteral("/etc/passwd"))));
+        QVERIFY(QFile::link(QStringLiteral("/etc"), m_drive.path(QStringLiteral("escape"))));
+        QVERIFY(!kd_isInMobileDocuments(m_drive.url(QStringLiteral("escape/passwd"))));
+        QVERIFY(kd_isInMobileDocuments(m_drive.url(QStringLiteral("escape")))); // the link itself is on the drive
+    }
+
+    // Paths below the root are given without a leading slash.
+    void pathRelativeToMobileDocuments()
+    {
+        QCOMPARE(kd_pathRelativeToMobileDocuments(m_drive.url(QStringLiteral("A/b.txt"))),
+                 QStringLiteral("com.quillmere.AerovaDrive/A/b.txt"));
+        QVERIFY(kd_pathRelativeToMobileDocuments(QUrl::fromLocalFile(QStringLiteral("/tmp"))).isNull());
+        QCOMPARE(kd_pathRelativeToMobileDocuments(QUrl::fromLocalFile(mobileDocuments())), QStringLiteral(""));
+    }
+
+    // App containers are containers; their contents are not.
+    void isDocumentsContainer()
+    {
+        QVERIFY(kd_isDocumentsContainer(QUrl::fromLocalFile(mobileDocuments() + QStringLiteral("/com.example.Writer"))));
+        QVERIFY(kd_isDocumentsContainer(QUrl::fromLocalFile(mobileDocuments() + QStringLiteral("/com.example.Writer/Documents"))));
+        QVERIFY(!kd_isDocumentsContainer(QUrl::fromLocalFile(mobileDocuments() + QStringLiteral("/com.example.Writer/Documents/a"))));
+        QVERIFY(!kd_isDocumentsContainer(m_drive.url(QStringLiteral("Folder"))));
+        QVERIFY(!kd_isDocumentsContainer(QUrl::fromLocalFile(mobileDocuments())));
+    }
+
+    // Moves never replace an item, real or promised.
+    void moveNeverReplaces()
+    {
+        const QString a = m_drive.path(QStringLiteral("mv/a.txt"));
+        const QString b = m_drive.path(QStringLiteral("mv/b.txt"));
+        QVERIFY(TestDrive::writeFile(a, "a"));
+        QVERIFY(TestDrive::writeFile(b, "b"));
+        std::optional<Error> error;
+        QVERIFY(!kd_movePromisedItemAtURL_toURL_error(QUrl::fromLocalFile(a), QUrl::fromLocalFile(b), &error));
+        QVERIFY(error);
+        QVERIFY(QFileInfo::exists(a));
+        QVERIFY(!DriveSetup::promise(b));
+        error.reset();
+        QVERIFY(!kd_movePromisedItemAtURL_toURL_error(QUrl::fromLocalFile(a), QUrl::fromLocalFile(b), &error));
+        QVERIFY(error);
+    }
+
+    // Tags come from the file's attribute, or from the placeholder of a promise.
+    void tagNamesOfFilesAndPromises()
+    {
+        const QString path = m_drive.path(QStringLiteral("tags/t.txt"));
+        QVERIFY(TestDrive::writeFile(path, "t"));
+        QVERIFY(FileAttributes::setTags(path, {QStringLiteral(" Red "), QString(), QStringLiteral("Work")}));
+        std::optional<Error> error;
+        QCOMPARE(kd_getTagNames_error(QUrl::fromLocalFile(path), &error), (QStringList{QStringLiteral("Red"), QStringLiteral("Work")}));
+        QVERIFY(!DriveSetup::promise(path));
+        QCOMPARE(kd_getTagNames_error(QUrl::fromLocalFile(path), &error), (QStringList{QStringLiteral("Red"), QStringLiteral("Work")}));
+        QVERIFY(kd_getTagNames_error(m_drive.url(QStringLiteral("tags/none")), &error).isEmpty());
+        QVERIFY(error);
+    }
+
+    // A promised item's logical and physical URLs lead to each other.
+    void promiseURLs()
+    {
+        const QString path = m_drive.path(QStringLiteral("promise/p.pdf"));
+        QVERIFY(TestDrive::writeFile(path, "p"));
+        const QUrl logical = QUrl::fromLocalFile(path);
+        QCOMPARE(PromiseCopyPhysicalURL(logical), logical);
+        QVERIFY(!IsItemPromiseAtURL(logical));
+        QVERIFY(!DriveSetup::promise(path));
+        const QUrl physical = PromiseCopyPhysicalURL(logical);
+        QCOMPARE(physical, QUrl::fromLocalFile(m_drive.path(QStringLiteral("promise/.p.pdf.promise"))));
+        QVERIFY(IsItemPromiseAtURL(logical));
+        QVERIFY(IsItemPromiseAtURL(physical));
+        QCOMPARE(CopyLogicalURLOfPromiseAtURL(physical), logical);
+        QVERIFY(PromiseSetPhysicalURL(logical, physical));
+    }
+};
+
+QTEST_GUILESS_MAIN(tst_KDURL)
+#include "tst_KDURL.moc"
