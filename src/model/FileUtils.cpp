@@ -68,6 +68,19 @@ bool isForbiddenCharacter(char32_t c)
     }
 }
 
+/// Runs `writer` under a coordinated write of `url`; the result is the coordination's error,
+/// else the writer's.
+std::optional<Error> coordinatedWrite(const QUrl &url, FileCoordinator::WritingOptions options,
+                                      const std::function<std::optional<Error>(const QUrl &)> &writer)
+{
+    std::optional<Error> coordinationError;
+    std::optional<Error> writerError;
+    FileCoordinator coordinator;
+    coordinator.coordinateWritingItemAtURL_options_error_byAccessor(
+        url, options, &coordinationError, [&](const QUrl &newURL) { writerError = writer(newURL); });
+    return coordinationError ? coordinationError : writerError;
+}
+
 } // namespace
 
 bool FileUtils::exists(const QUrl &url)
@@ -89,11 +102,8 @@ bool FileUtils::isDir(const QUrl &url)
 std::optional<Error> FileUtils::mkdir(const QUrl &url)
 {
     DRLog(LOG_DEBUG, "Creating directory: '%@'", url);
-    std::optional<Error> coordinationError;
-    std::optional<Error> writerError;
-    FileCoordinator coordinator;
-    coordinator.coordinateWritingItemAtURL_options_error_byAccessor(
-        url, FileCoordinator::WritingForReplacing, &coordinationError, [&](const QUrl &newURL) {
+    const std::optional<Error> result = coordinatedWrite(
+        url, FileCoordinator::WritingForReplacing, [&url](const QUrl &newURL) -> std::optional<Error> {
             std::error_code ec;
             std::filesystem::create_directories(QFile::encodeName(newURL.toLocalFile()).toStdString(), ec);
             if (!ec && !QFileInfo(newURL.toLocalFile()).isDir()) {
@@ -101,12 +111,12 @@ std::optional<Error> FileUtils::mkdir(const QUrl &url)
             }
             if (!ec) {
                 DRLog(LOG_INFO, "Created directory: '%@'", url);
-            } else {
-                writerError = Error::fromErrno(ec.value(), newURL.toLocalFile());
-                DRLog(LOG_ERR, "failed to create directory:'%@': %@", url, writerError);
+                return std::nullopt;
             }
+            const Error error = Error::fromErrno(ec.value(), newURL.toLocalFile());
+            DRLog(LOG_ERR, "failed to create directory:'%@': %@", url, error);
+            return error;
         });
-    const std::optional<Error> result = coordinationError ? coordinationError : writerError;
     DRLog(LOG_DEBUG, "Coordinated Write returned %@", result);
     return result;
 }
@@ -114,19 +124,16 @@ std::optional<Error> FileUtils::mkdir(const QUrl &url)
 std::optional<Error> FileUtils::remove(const QUrl &url)
 {
     DRLog(LOG_DEBUG, "Removing item: '%@'", url);
-    std::optional<Error> coordinationError;
-    std::optional<Error> writerError;
-    FileCoordinator coordinator;
-    coordinator.coordinateWritingItemAtURL_options_error_byAccessor(
-        url, FileCoordinator::WritingForDeleting, &coordinationError, [&](const QUrl &newURL) {
-            writerError = PromiseStore::removeItem(newURL.toLocalFile());
-            if (!writerError) {
+    const std::optional<Error> result = coordinatedWrite(
+        url, FileCoordinator::WritingForDeleting, [&url](const QUrl &newURL) {
+            const std::optional<Error> error = PromiseStore::removeItem(newURL.toLocalFile());
+            if (!error) {
                 DRLog(LOG_INFO, "Deleted item: '%@'", url);
             } else {
-                DRLog(LOG_ERR, "failed to delete item:'%@': %@", url, writerError);
+                DRLog(LOG_ERR, "failed to delete item:'%@': %@", url, error);
             }
+            return error;
         });
-    const std::optional<Error> result = coordinationError ? coordinationError : writerError;
     DRLog(LOG_INFO, "Coordinated Write returned %@", result);
     return result;
 }

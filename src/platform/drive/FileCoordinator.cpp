@@ -20,15 +20,6 @@ QString cleanPath(const QUrl &url)
     return url.isLocalFile() ? QDir::cleanPath(url.toLocalFile()) : QString();
 }
 
-QList<FileCoordinationCenter::Claim> centerClaims(const QList<FileCoordinator::Claim> &claims)
-{
-    QList<FileCoordinationCenter::Claim> result;
-    for (const auto &claim : claims) {
-        result << FileCoordinationCenter::Claim{claim.path, claim.write};
-    }
-    return result;
-}
-
 Error invalidURLError(const QUrl &url)
 {
     return Error::fileError(FileNoSuchFileError, {{QString::fromLatin1(ErrorKey::URL), url}});
@@ -65,15 +56,15 @@ void FileCoordinator::cancel()
     m_cancel->cancel();
 }
 
-std::optional<Error> FileCoordinator::beginAccess(const QList<Claim> &claims)
+std::optional<Error> FileCoordinator::beginAccess(const QList<FileCoordinationCenter::Claim> &claims)
 {
-    return FileCoordinationCenter::shared()->acquire(m_id, centerClaims(claims), m_cancel.get());
+    return FileCoordinationCenter::shared()->acquire(m_id, claims, m_cancel.get());
 }
 
-void FileCoordinator::endAccess(const QList<Claim> &claims, const QList<QString> &changedPaths)
+void FileCoordinator::endAccess(const QList<FileCoordinationCenter::Claim> &claims, const QList<QString> &changedPaths)
 {
     QList<QString> paths = changedPaths;
-    for (const Claim &claim : claims) {
+    for (const auto &claim : claims) {
         paths << claim.path;
     }
     FileCoordinationCenter::shared()->release(m_id, paths);
@@ -95,7 +86,7 @@ void FileCoordinator::coordinateReadingItemAtURL_options_error_byAccessor(
             path = QDir::cleanPath(info.symLinkTarget());
         }
     }
-    const QList<Claim> claims{Claim{path, false}};
+    const QList<FileCoordinationCenter::Claim> claims{{path, false}};
     if (auto denied = beginAccess(claims)) {
         if (error) {
             *error = denied;
@@ -159,9 +150,9 @@ void FileCoordinator::coordinateWritingItemAtURL_options_writingItemAtURL_option
         }
         return;
     }
-    QList<Claim> claims{Claim{path1, true}};
+    QList<FileCoordinationCenter::Claim> claims{{path1, true}};
     if (!path2.isEmpty()) {
-        claims << Claim{path2, true};
+        claims << FileCoordinationCenter::Claim{path2, true};
     }
     if (auto denied = beginAccess(claims)) {
         if (error) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/drive/FileCoordinationCenter.h"
 #include "platform/foundation/Error.h"
 
 #include <QList>
@@ -71,15 +72,9 @@ public:
     /// Ends the coordinator's waiting or downloading calls, now and later, with error 3072.
     void cancel();
 
-    /// One item a coordinated access needs: to read, or to write.
-    struct Claim {
-        QString path;
-        bool write = false;
-    };
-
 private:
-    std::optional<Error> beginAccess(const QList<Claim> &claims);
-    void endAccess(const QList<Claim> &claims, const QList<QString> &changedPaths);
+    std::optional<Error> beginAccess(const QList<FileCoordinationCenter::Claim> &claims);
+    void endAccess(const QList<FileCoordinationCenter::Claim> &claims, const QList<QString> &changedPaths);
     void accommodateDeletion(const QString &path);
 
     quint64 m_id;
