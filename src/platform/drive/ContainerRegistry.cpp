@@ -86,13 +86,6 @@ std::shared_ptr<KDContainer> ContainerRegistry::containerWithIdentifier(const QS
     return nullptr;
 }
 
-QList<std::shared_ptr<KDContainer>> ContainerRegistry::registeredContainers()
-{
-    QMutexLocker locker(&m_mutex);
-    reloadIfChanged();
-    return m_containers;
-}
-
 QJsonObject ContainerRegistry::describe(const QString &identifier, const QString &localizedName,
                                         const QString &supportedFolderLevels, const QStringList &contentTypes)
 {

@@ -26,7 +26,6 @@ public:
     static ContainerRegistry *shared();
 
     std::shared_ptr<KDContainer> containerWithIdentifier(const QString &identifier);
-    QList<std::shared_ptr<KDContainer>> registeredContainers();
 
     /// Adds or replaces a container in the file (used by the control program and tests).
     static bool registerContainer(const QJsonObject &description);

@@ -57,11 +57,6 @@ void DispatchSourceTimer::resume()
     m_timer = created;
 }
 
-void DispatchSourceTimer::suspend()
-{
-    cancel();
-}
-
 void DispatchSourceTimer::cancel()
 {
     if (!m_active) {

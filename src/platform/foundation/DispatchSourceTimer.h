@@ -21,7 +21,6 @@ public:
     void schedule(int startMsec, int intervalMsec, int leewayMsec);
     void setEventHandler(std::function<void()> handler);
     void resume();
-    void suspend();
     void cancel();
 
     bool isActive() const;

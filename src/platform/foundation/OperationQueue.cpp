@@ -4,7 +4,6 @@
 
 OperationQueue::OperationQueue(const QString &name, QThread::Priority priority)
     : m_name(name)
-    , m_priority(priority)
 {
     m_pool.setThreadPriority(priority);
     m_pool.setObjectName(name);

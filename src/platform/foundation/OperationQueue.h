@@ -27,6 +27,5 @@ public:
 
 private:
     QString m_name;
-    QThread::Priority m_priority;
     QThreadPool m_pool;
 };
