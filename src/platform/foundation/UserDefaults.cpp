@@ -32,16 +32,19 @@ UserDefaults *UserDefaults::standardUserDefaults()
 
 QString UserDefaults::filePath() const
 {
+    QMutexLocker locker(&m_mutex);
     return m_settings->fileName();
 }
 
 QVariant UserDefaults::objectForKey(const QString &key) const
 {
+    QMutexLocker locker(&m_mutex);
     return m_settings->value(key);
 }
 
 qint64 UserDefaults::integerForKey(const QString &key) const
 {
+    QMutexLocker locker(&m_mutex);
     bool ok = false;
     const qint64 value = m_settings->value(key).toLongLong(&ok);
     return ok ? value : 0;
@@ -49,26 +52,31 @@ qint64 UserDefaults::integerForKey(const QString &key) const
 
 bool UserDefaults::boolForKey(const QString &key) const
 {
+    QMutexLocker locker(&m_mutex);
     return m_settings->value(key).toBool();
 }
 
 QByteArray UserDefaults::dataForKey(const QString &key) const
 {
+    QMutexLocker locker(&m_mutex);
     return m_settings->value(key).toByteArray();
 }
 
 void UserDefaults::setObject(const QVariant &value, const QString &key)
 {
+    QMutexLocker locker(&m_mutex);
     m_settings->setValue(key, value);
 }
 
 void UserDefaults::removeObjectForKey(const QString &key)
 {
+    QMutexLocker locker(&m_mutex);
     m_settings->remove(key);
 }
 
 bool UserDefaults::synchronize()
 {
+    QMutexLocker locker(&m_mutex);
     QDir().mkpath(QFileInfo(m_settings->fileName()).absolutePath());
     m_settings->sync();
     return m_settings->status() == QSettings::NoError;

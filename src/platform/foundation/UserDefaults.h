@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QByteArray>
+#include <QMutex>
 #include <QString>
 #include <QVariant>
 
@@ -11,7 +12,8 @@ class QSettings;
 /// A preferences domain stored as an INI file. `standardUserDefaults()` is the user's standard
 /// defaults (`$AEROVA_HOME/defaults.ini`); other domains live in app data containers (see
 /// Preferences). Several objects, in one process or several, may share a file: `synchronize()`
-/// writes what this one changed and re-reads what others wrote.
+/// writes what this one changed and re-reads what others wrote. One object may be used from
+/// several threads (the log's queue re-reads the standard defaults while the app writes them).
 class UserDefaults final
 {
 public:
@@ -33,5 +35,6 @@ public:
     bool synchronize();
 
 private:
+    mutable QMutex m_mutex; // QSettings itself is not thread-safe
     std::unique_ptr<QSettings> m_settings;
 };
