@@ -66,7 +66,8 @@ private slots:
         std::atomic<int> fired{0};
         QString label;
         DispatchSourceTimer timer(&queue);
-        timer.schedule(0, 20, 1);
+        using namespace std::chrono_literals;
+        timer.schedule(0ms, 20ms, 1ms);
         timer.setEventHandler([&] {
             label = DispatchQueue::currentLabel();
             ++fired;

@@ -149,3 +149,25 @@ QStringList kd_getTagNames_error(const QUrl &url, std::optional<Error> *error)
     }
     return {};
 }
+
+bool kd_isExternalDocumentReference(const QUrl &url)
+{
+    const QString path = cleanLocalPath(url);
+    struct stat st;
+    return !path.isEmpty() && ::lstat(QFile::encodeName(path).constData(), &st) == 0 && S_ISLNK(st.st_mode);
+}
+
+QUrl kd_URLByResolvingExternalDocumentReferenceWithError(const QUrl &url, std::optional<Error> *error)
+{
+    const QString path = cleanLocalPath(url);
+    const QString target = kd_isExternalDocumentReference(url) ? QFileInfo(path).symLinkTarget() : QString();
+    const bool resolves = !target.isEmpty()
+        && (QFileInfo::exists(target) || PromisePlaceholder::isPromisedItem(target));
+    if (!resolves) {
+        if (error) {
+            *error = Error::fileError(FileReadNoSuchFileError, {{QString::fromLatin1(ErrorKey::FilePath), path}});
+        }
+        return {};
+    }
+    return QUrl::fromLocalFile(QDir::cleanPath(target));
+}

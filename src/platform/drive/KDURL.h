@@ -23,3 +23,9 @@ bool kd_isDocumentsContainer(const QUrl &url);
 bool kd_movePromisedItemAtURL_toURL_error(const QUrl &source, const QUrl &destination, std::optional<Error> *error);
 /// The item's tag names: a real file's `user.xdg.tags`, a promised item's placeholder tags.
 QStringList kd_getTagNames_error(const QUrl &url, std::optional<Error> *error);
+/// The URL is a bookmark of the drive (an external document reference): a symbolic link
+/// standing for an item kept elsewhere.
+bool kd_isExternalDocumentReference(const QUrl &url);
+/// The item a bookmark stands for (its target, which may be a promised item or a placeholder);
+/// empty with error 260 when the target is gone, or when the URL is not a bookmark.
+QUrl kd_URLByResolvingExternalDocumentReferenceWithError(const QUrl &url, std::optional<Error> *error);

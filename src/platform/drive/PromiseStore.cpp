@@ -4,6 +4,7 @@
 #include "platform/drive/FileAttributes.h"
 #include "platform/drive/Progress.h"
 #include "platform/drive/PromisePlaceholder.h"
+#include "platform/drive/Thumbnailer.h"
 #include "platform/foundation/CancellationToken.h"
 
 #include <QDir>
@@ -245,6 +246,7 @@ std::optional<Error> PromiseStore::materialize(const QString &logicalPath, Cance
     discardPendingFile(pending);
     if (!error) {
         ::unlinkat(dirFd.get(), QFile::encodeName(QFileInfo(placeholderPath).fileName()).constData(), 0);
+        Thumbnailer::writeThumbnails(logicalPath); // best effort: a missing thumbnail shows the type's icon
     }
     progress->unpublish();
     return error;
@@ -284,6 +286,7 @@ std::optional<Error> PromiseStore::evict(const QString &path)
     placeholder.shared = !role.isEmpty();
     placeholder.role = role;
     placeholder.storeKey = FileAttributes::storeKey(path);
+    placeholder.thumbnailPng = Thumbnailer::thumbnailPng(path);
     if (placeholder.storeKey.isEmpty()) {
         placeholder.storeKey = PromisePlaceholder::newStoreKey();
     }

@@ -3,10 +3,12 @@
 #include "platform/drive/FileAttributes.h"
 #include "platform/drive/KDURL.h"
 #include "platform/drive/PromisePlaceholder.h"
+#include "platform/drive/Thumbnailer.h"
 #include "platform/types/UniformType.h"
 
 #include <QDir>
 #include <QFileInfo>
+#include <QImage>
 #include <QMimeDatabase>
 
 namespace {
@@ -86,6 +88,14 @@ QVariantMap promiseValues(const QString &logicalPath, const PromisePlaceholder &
     return values;
 }
 
+QVariantMap thumbnailDictionary(const QImage &thumbnail)
+{
+    if (thumbnail.isNull()) {
+        return {};
+    }
+    return {{URLThumbnailDictionaryItem::Size1024x1024, thumbnail}};
+}
+
 QVariantMap only(const QVariantMap &values, const QStringList &keys)
 {
     QVariantMap result;
@@ -115,7 +125,13 @@ std::optional<QVariantMap> URLResourceValues::resourceValuesForKeys(const QUrl &
         setNoSuchFile(error, path);
         return std::nullopt;
     }
-    return only(realValues(info), keys);
+    QVariantMap values = realValues(info);
+    if (keys.contains(URLResourceKey::ThumbnailDictionary) && info.isFile()) {
+        if (const QImage thumbnail = Thumbnailer::cachedThumbnail(path); !thumbnail.isNull()) {
+            values.insert(URLResourceKey::ThumbnailDictionary, thumbnailDictionary(thumbnail));
+        }
+    }
+    return only(values, keys);
 }
 
 std::optional<QVariantMap> URLResourceValues::promisedItemResourceValuesForKeys(const QUrl &url,
@@ -126,7 +142,12 @@ std::optional<QVariantMap> URLResourceValues::promisedItemResourceValuesForKeys(
     if (!path.isEmpty() && PromisePlaceholder::isPromisedItem(path)) {
         std::optional<Error> readError;
         if (const auto placeholder = PromisePlaceholder::read(PromisePlaceholder::placeholderPathFor(path), &readError)) {
-            return only(promiseValues(path, *placeholder), keys);
+            QVariantMap values = promiseValues(path, *placeholder);
+            if (keys.contains(URLResourceKey::ThumbnailDictionary) && !placeholder->thumbnailPng.isEmpty()) {
+                values.insert(URLResourceKey::ThumbnailDictionary,
+                              thumbnailDictionary(QImage::fromData(placeholder->thumbnailPng, "PNG")));
+            }
+            return only(values, keys);
         }
     }
     return resourceValuesForKeys(url, keys, error);

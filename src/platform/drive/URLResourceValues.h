@@ -24,6 +24,9 @@ inline const QString ParentDirectoryURL = QStringLiteral("parentDirectoryURL");
 inline const QString UbiquitousItemIsShared = QStringLiteral("ubiquitousItemIsShared");
 inline const QString UbiquitousSharedItemRole = QStringLiteral("ubiquitousSharedItemRole");
 inline const QString UbiquitousItemDownloadingStatus = QStringLiteral("ubiquitousItemDownloadingStatus");
+/// A dictionary of the item's stored thumbnails by size (URLThumbnailDictionaryItem keys); only
+/// computed when asked for.
+inline const QString ThumbnailDictionary = QStringLiteral("thumbnailDictionary");
 } // namespace URLResourceKey
 
 /// Values of the downloading-status and shared-role keys.

@@ -1,8 +1,23 @@
 #include "platform/foundation/DispatchSourceTimer.h"
 
 #include "platform/foundation/DispatchQueue.h"
+#include "platform/foundation/ManualDispatchClock.h"
 
 #include <QTimer>
+
+#include <algorithm>
+#include <limits>
+
+namespace {
+
+int toMsec(std::chrono::nanoseconds span)
+{
+    using namespace std::chrono;
+    const auto msec = duration_cast<milliseconds>(span).count();
+    return int(std::clamp<qint64>(msec, 0, std::numeric_limits<int>::max()));
+}
+
+} // namespace
 
 DispatchSourceTimer::DispatchSourceTimer(DispatchQueue *queue)
     : m_queue(queue)
@@ -14,11 +29,11 @@ DispatchSourceTimer::~DispatchSourceTimer()
     cancel();
 }
 
-void DispatchSourceTimer::schedule(int startMsec, int intervalMsec, int leewayMsec)
+void DispatchSourceTimer::schedule(Nanoseconds start, Nanoseconds interval, Nanoseconds leeway)
 {
-    m_startMsec = startMsec;
-    m_intervalMsec = intervalMsec;
-    m_leewayMsec = leewayMsec;
+    m_start = start;
+    m_interval = interval;
+    m_leeway = leeway;
 }
 
 void DispatchSourceTimer::setEventHandler(std::function<void()> handler)
@@ -32,10 +47,19 @@ void DispatchSourceTimer::resume()
         return;
     }
     m_active = true;
+    if (ManualDispatchClock *clock = ManualDispatchClock::installed()) {
+        clock->add(this, m_start, m_interval);
+        return;
+    }
+    resumeOnRealTime();
+}
+
+void DispatchSourceTimer::resumeOnRealTime()
+{
     const auto handler = m_handler;
-    const int start = m_startMsec;
-    const int interval = m_intervalMsec;
-    const Qt::TimerType type = m_leewayMsec > 0 ? Qt::CoarseTimer : Qt::PreciseTimer;
+    const int start = toMsec(m_start);
+    const int interval = toMsec(m_interval);
+    const Qt::TimerType type = m_leeway > Nanoseconds::zero() ? Qt::CoarseTimer : Qt::PreciseTimer;
     QPointer<QTimer> created;
     m_queue->sync([&] {
         auto *timer = new QTimer(m_queue->context()); // owned by the queue's context object
@@ -57,22 +81,30 @@ void DispatchSourceTimer::resume()
     m_timer = created;
 }
 
+void DispatchSourceTimer::fire() const
+{
+    if (m_handler) {
+        m_queue->async(m_handler);
+    }
+}
+
 void DispatchSourceTimer::cancel()
 {
     if (!m_active) {
         return;
     }
     m_active = false;
+    if (ManualDispatchClock *clock = ManualDispatchClock::installed()) {
+        clock->remove(this);
+    }
     QPointer<QTimer> timer = m_timer;
+    if (!timer) {
+        return;
+    }
     m_queue->sync([timer] {
         if (timer) {
             timer->stop();
             delete timer;
         }
     });
-}
-
-bool DispatchSourceTimer::isActive() const
-{
-    return m_active;
 }

@@ -23,6 +23,10 @@ inline const QString ApplicationWillResignActive = QStringLiteral("ApplicationWi
 inline const QString UbiquityIdentityDidChange = QStringLiteral("UbiquityIdentityDidChangeNotification");
 inline const QString UbiquitousKeyValueStoreDidChangeExternally
     = QStringLiteral("UbiquitousKeyValueStoreDidChangeExternallyNotification");
+/// The drive service's upgrade offer changed (its offer file was written).
+inline const QString DriveServiceOfferDidChange = QStringLiteral("DriveServiceOfferDidChangeNotification");
+/// The drive service's network override changed (its network file was written or removed).
+inline const QString DriveServiceNetworkDidChange = QStringLiteral("DriveServiceNetworkDidChangeNotification");
 } // namespace NotificationName
 
 /// The in-process notification centre: observers by name, delivered synchronously on the

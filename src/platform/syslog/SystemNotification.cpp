@@ -2,12 +2,8 @@
 
 #include "platform/foundation/AerovaHome.h"
 #include "platform/foundation/DispatchQueue.h"
+#include "platform/foundation/FileContentWatcher.h"
 
-#include <QDir>
-#include <QFileInfo>
-#include <QCryptographicHash>
-#include <QFile>
-#include <QFileSystemWatcher>
 #include <QMutex>
 #include <QSocketNotifier>
 
@@ -34,15 +30,6 @@ QMutex g_mutex;
 std::vector<Registration> g_registrations;
 int g_signalPipe[2] = {-1, -1};
 
-QByteArray contentDigest(const QString &path)
-{
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        return QByteArray("absent");
-    }
-    return QCryptographicHash::hash(file.readAll(), QCryptographicHash::Sha1);
-}
-
 void onSighup(int)
 {
     const char byte = 1;
@@ -56,31 +43,10 @@ void startDefaultsMonitor()
     static DispatchQueue *monitorQueue = new DispatchQueue(QStringLiteral("com.quillmere.aerovadriveapp.notifyd"));
     monitorQueue->async([] {
         const QString file = AerovaHome::defaultsFile();
-        const QString folder = QFileInfo(file).absolutePath();
-        QDir().mkpath(folder);
-        auto *watcher = new QFileSystemWatcher(monitorQueue->context()); // lives as long as the queue
-        auto lastSeen = std::make_shared<QByteArray>(contentDigest(file));
-        auto rearm = [watcher, file, folder] {
-            if (!watcher->files().contains(file) && QFileInfo::exists(file)) {
-                watcher->addPath(file);
-            }
-            if (!watcher->directories().contains(folder)) {
-                watcher->addPath(folder);
-            }
-        };
-        rearm();
-        auto changed = [rearm, file, lastSeen] {
-            rearm();
-            // one save shows up as several events (the file, its folder): post once per new content
-            const QByteArray digest = contentDigest(file);
-            if (digest == *lastSeen) {
-                return;
-            }
-            *lastSeen = digest;
+        // lives as long as the queue
+        auto *watcher = new FileContentWatcher({file}, [](const QString &) {
             SystemNotification::post(SystemNotification::ManagedDefaultsDidChange);
-        };
-        QObject::connect(watcher, &QFileSystemWatcher::fileChanged, watcher, changed);
-        QObject::connect(watcher, &QFileSystemWatcher::directoryChanged, watcher, changed);
+        }, monitorQueue->context());
 
         if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, g_signalPipe) == 0) {
             struct sigaction action = {};

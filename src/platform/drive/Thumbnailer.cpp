@@ -1,0 +1,164 @@
+#include "platform/drive/Thumbnailer.h"
+
+#include <QBuffer>
+#include <QCryptographicHash>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QImageReader>
+#include <QMimeDatabase>
+#include <QPainter>
+#include <QPdfDocument>
+#include <QSaveFile>
+#include <QStandardPaths>
+#include <QUrl>
+
+namespace {
+
+const QString LargestFolder = QStringLiteral("xx-large");
+const QString LargeFolder = QStringLiteral("x-large");
+constexpr int LargestSide = 1024;
+constexpr int LargeSide = 512;
+
+QString thumbnailsRoot()
+{
+    return QStandardPaths::writableLocation(QStandardPaths::GenericCacheLocation) + QStringLiteral("/thumbnails");
+}
+
+QByteArray canonicalURI(const QString &localPath)
+{
+    return QUrl::fromLocalFile(QFileInfo(localPath).absoluteFilePath()).toEncoded();
+}
+
+QString mtimeText(const QString &localPath)
+{
+    return QString::number(QFileInfo(localPath).lastModified().toSecsSinceEpoch());
+}
+
+QString mimeTypeOf(const QString &localPath)
+{
+    return QMimeDatabase().mimeTypeForFile(localPath).name();
+}
+
+QImage renderImage(const QString &localPath, int maxSide)
+{
+    QImageReader reader(localPath);
+    reader.setAutoTransform(true);
+    const QSize size = reader.size();
+    if (size.isValid() && (size.width() > maxSide || size.height() > maxSide)) {
+        reader.setScaledSize(size.scaled(maxSide, maxSide, Qt::KeepAspectRatio));
+    }
+    return reader.read();
+}
+
+QImage renderPdf(const QString &localPath, int maxSide)
+{
+    QPdfDocument document;
+    if (document.load(localPath) != QPdfDocument::Error::None || document.pageCount() < 1) {
+        return {};
+    }
+    const QSizeF points = document.pagePointSize(0);
+    if (points.isEmpty()) {
+        return {};
+    }
+    const QSize size = points.scaled(maxSide, maxSide, Qt::KeepAspectRatio).toSize();
+    QImage page = document.render(0, size);
+    if (page.isNull()) {
+        return {};
+    }
+    // a page is paper: transparent areas of the rendering are white
+    QImage paper(page.size(), QImage::Format_RGB32);
+    paper.fill(Qt::white);
+    QPainter painter(&paper);
+    painter.drawImage(0, 0, page);
+    painter.end();
+    return paper;
+}
+
+bool writeCacheFile(const QString &path, QImage image, const QString &localPath)
+{
+    const QString folder = QFileInfo(path).absolutePath();
+    QDir().mkpath(folder);
+    QFile::setPermissions(folder, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    image.setText(QStringLiteral("Thumb::URI"), QString::fromLatin1(canonicalURI(localPath)));
+    image.setText(QStringLiteral("Thumb::MTime"), mtimeText(localPath));
+    image.setText(QStringLiteral("Thumb::Size"), QString::number(QFileInfo(localPath).size()));
+    image.setText(QStringLiteral("Software"), QStringLiteral("Aerova Drive"));
+    QSaveFile file(path);
+    if (!file.open(QIODevice::WriteOnly) || !image.save(&file, "PNG")) {
+        return false;
+    }
+    file.setPermissions(QFile::ReadOwner | QFile::WriteOwner);
+    return file.commit();
+}
+
+} // namespace
+
+QString Thumbnailer::cachePath(const QString &localPath, const QString &sizeFolder)
+{
+    const QByteArray md5 = QCryptographicHash::hash(canonicalURI(localPath), QCryptographicHash::Md5).toHex();
+    return thumbnailsRoot() + QLatin1Char('/') + sizeFolder + QLatin1Char('/') + QString::fromLatin1(md5)
+        + QStringLiteral(".png");
+}
+
+QImage Thumbnailer::cachedThumbnail(const QString &localPath)
+{
+    const QString mtime = mtimeText(localPath);
+    for (const QString &folder : {LargestFolder, LargeFolder}) {
+        const QString path = cachePath(localPath, folder);
+        if (!QFileInfo::exists(path)) {
+            continue;
+        }
+        QImage image(path);
+        if (!image.isNull() && image.text(QStringLiteral("Thumb::MTime")) == mtime) {
+            return image;
+        }
+    }
+    return {};
+}
+
+bool Thumbnailer::canMakeThumbnail(const QString &mimeType)
+{
+    return mimeType == QLatin1String("application/pdf")
+        || (mimeType.startsWith(QLatin1String("image/"))
+            && QImageReader::supportedMimeTypes().contains(mimeType.toLatin1()));
+}
+
+QImage Thumbnailer::render(const QString &localPath, int maxSide)
+{
+    const QString mimeType = mimeTypeOf(localPath);
+    if (!canMakeThumbnail(mimeType)) {
+        return {};
+    }
+    return mimeType == QLatin1String("application/pdf") ? renderPdf(localPath, maxSide)
+                                                        : renderImage(localPath, maxSide);
+}
+
+bool Thumbnailer::writeThumbnails(const QString &localPath)
+{
+    const QImage largest = render(localPath, LargestSide);
+    if (largest.isNull()) {
+        return false;
+    }
+    const QImage large = largest.width() > LargeSide || largest.height() > LargeSide
+        ? largest.scaled(LargeSide, LargeSide, Qt::KeepAspectRatio, Qt::SmoothTransformation)
+        : largest;
+    return writeCacheFile(cachePath(localPath, LargestFolder), largest, localPath)
+        && writeCacheFile(cachePath(localPath, LargeFolder), large, localPath);
+}
+
+QByteArray Thumbnailer::thumbnailPng(const QString &localPath)
+{
+    QImage image = cachedThumbnail(localPath);
+    if (image.isNull()) {
+        image = render(localPath, LargestSide);
+    }
+    if (image.isNull()) {
+        return {};
+    }
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::WriteOnly);
+    image.save(&buffer, "PNG");
+    return bytes;
+}

@@ -1,0 +1,61 @@
+#include "platform/foundation/FileContentWatcher.h"
+
+#include <QCryptographicHash>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QFileSystemWatcher>
+
+FileContentWatcher::FileContentWatcher(const QStringList &files, Callback changed, QObject *parent)
+    : QObject(parent)
+    , m_watcher(new QFileSystemWatcher(this))
+    , m_files(files)
+    , m_changed(std::move(changed))
+{
+    for (const QString &file : m_files) {
+        QDir().mkpath(QFileInfo(file).absolutePath());
+        m_lastSeen.insert(file, contentDigest(file));
+    }
+    rearm();
+    connect(m_watcher, &QFileSystemWatcher::fileChanged, this, &FileContentWatcher::recheck);
+    connect(m_watcher, &QFileSystemWatcher::directoryChanged, this, &FileContentWatcher::recheck);
+}
+
+void FileContentWatcher::recheck()
+{
+    rearm();
+    for (const QString &file : std::as_const(m_files)) {
+        const QByteArray digest = contentDigest(file);
+        if (digest == m_lastSeen.value(file)) {
+            continue;
+        }
+        m_lastSeen.insert(file, digest);
+        if (m_changed) {
+            m_changed(file);
+        }
+    }
+}
+
+void FileContentWatcher::rearm()
+{
+    const QStringList watchedFiles = m_watcher->files();
+    const QStringList watchedFolders = m_watcher->directories();
+    for (const QString &file : std::as_const(m_files)) {
+        if (!watchedFiles.contains(file) && QFileInfo::exists(file)) {
+            m_watcher->addPath(file);
+        }
+        const QString folder = QFileInfo(file).absolutePath();
+        if (!watchedFolders.contains(folder) && !m_watcher->directories().contains(folder)) {
+            m_watcher->addPath(folder);
+        }
+    }
+}
+
+QByteArray FileContentWatcher::contentDigest(const QString &path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        return QByteArrayLiteral("absent");
+    }
+    return QCryptographicHash::hash(file.readAll(), QCryptographicHash::Sha1);
+}

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <QMutex>
+
+#include <chrono>
+#include <map>
+
+class DispatchSourceTimer;
+
+/// A clock that moves only when told to. While one is installed, every timer resumed afterwards
+/// counts its fires on this clock: `advance` fires each due timer on its own queue as many times
+/// as it would have fired in that span. Made for tests of periodic work.
+class ManualDispatchClock final
+{
+public:
+    using Nanoseconds = std::chrono::nanoseconds;
+
+    ManualDispatchClock();
+    /// Uninstalls the clock; timers resumed under it stop firing.
+    ~ManualDispatchClock();
+    Q_DISABLE_COPY_MOVE(ManualDispatchClock)
+
+    /// The installed clock, or null when timers follow real time.
+    static ManualDispatchClock *installed();
+
+    Nanoseconds now() const;
+    /// Moves time forward, firing the timers that fall due on the way.
+    void advance(Nanoseconds span);
+
+    void add(DispatchSourceTimer *timer, Nanoseconds firstFire, Nanoseconds interval);
+    void remove(DispatchSourceTimer *timer);
+
+private:
+    struct Entry {
+        Nanoseconds next;
+        Nanoseconds interval;
+    };
+
+    mutable QMutex m_mutex;
+    Nanoseconds m_now{0};
+    std::map<DispatchSourceTimer *, Entry> m_timers;
+};

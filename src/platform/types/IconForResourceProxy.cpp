@@ -1,0 +1,54 @@
+#include "platform/types/IconForResourceProxy.h"
+
+#include "platform/types/DocumentProxy.h"
+
+#include <QIcon>
+#include <QMimeDatabase>
+
+namespace {
+
+/// A session without a desktop (offscreen, a bare X server) names no icon theme, and the
+/// fallback theme has no document icons: pick one of the themes the app is installed with.
+void ensureIconTheme()
+{
+    static const bool chosen = [] {
+        if (QIcon::themeName().isEmpty() || QIcon::themeName() == QLatin1String("hicolor")) {
+            for (const QString &theme : {QStringLiteral("breeze"), QStringLiteral("Adwaita")}) {
+                QIcon::setThemeName(theme);
+                if (QIcon::hasThemeIcon(QStringLiteral("text-x-generic"))) {
+                    break;
+                }
+            }
+        }
+        return true;
+    }();
+    Q_UNUSED(chosen)
+}
+
+} // namespace
+
+int IconFormat::pixelSize(int format)
+{
+    return format >= Large ? 256 : format <= Small ? 29 : 29 + (256 - 29) * format / Large;
+}
+
+QImage IconForResourceProxy(const DocumentProxy &proxy, int format)
+{
+    ensureIconTheme();
+    const QMimeType mime = QMimeDatabase().mimeTypeForName(proxy.effectiveMimeType());
+    QIcon icon;
+    for (const QString &name : {mime.iconName(), mime.genericIconName(), QStringLiteral("text-x-generic"),
+                                QStringLiteral("unknown")}) {
+        if (!name.isEmpty() && QIcon::hasThemeIcon(name)) {
+            icon = QIcon::fromTheme(name);
+            break;
+        }
+    }
+    const int side = IconFormat::pixelSize(format);
+    if (icon.isNull()) {
+        QImage blank(side, side, QImage::Format_ARGB32_Premultiplied);
+        blank.fill(Qt::transparent);
+        return blank;
+    }
+    return icon.pixmap(side, side).toImage();
+}
