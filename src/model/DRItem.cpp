@@ -1,0 +1,299 @@
+#include "model/DRItem.h"
+
+#include "app/DRLogging.h"
+#include "model/AVDAppBookmarks.h"
+#include "model/FileUtils.h"
+#include "platform/drive/FileCoordinator.h"
+#include "platform/drive/KDContainer.h"
+#include "platform/drive/KDURL.h"
+#include "platform/drive/PromiseURL.h"
+#include "platform/drive/SecurityScopedResource.h"
+#include "platform/drive/Thumbnailer.h"
+#include "platform/drive/URLResourceValues.h"
+#include "platform/foundation/ByteCountFormatter.h"
+#include "platform/foundation/InvalidArgumentException.h"
+#include "platform/foundation/OperationQueue.h"
+#include "platform/foundation/StringFormat.h"
+#include "platform/quicklook/PreviewController.h"
+#include "platform/types/UniformType.h"
+
+namespace {
+
+/// Whether two URLs are one object, not merely equal: a promise's physical URL is always a URL
+/// of its own, while any other item's physical URL is the very URL it was asked for.
+bool isSameURLObject(QUrl a, QUrl b)
+{
+    return a.data_ptr() == b.data_ptr();
+}
+
+bool isNumber(const QVariant &value)
+{
+    switch (value.typeId()) {
+    case QMetaType::Int:
+    case QMetaType::UInt:
+    case QMetaType::Long:
+    case QMetaType::ULong:
+    case QMetaType::LongLong:
+    case QMetaType::ULongLong:
+    case QMetaType::Double:
+    case QMetaType::Float:
+        return true;
+    default:
+        return false;
+    }
+}
+
+} // namespace
+
+DRItem::DRItem()
+{
+    throw InvalidArgumentException(StringFormat::format("Don't call %@.", QStringLiteral("-[DRItem init]")));
+}
+
+DRItem::DRItem(PrivateTag, const QUrl &url)
+    : m_url(url)
+{
+}
+
+std::shared_ptr<DRItem> DRItem::initWithURL(const QUrl &url)
+{
+    auto item = std::make_shared<DRItem>(PrivateTag{}, url);
+    if (!item->cacheValues()) {
+        DRLog(LOG_ERR, "Failed to cache values for URL %@", url);
+        return nullptr;
+    }
+    return item;
+}
+
+OperationQueue *DRItem::getThumbnailQueue()
+{
+    static auto *queue = new OperationQueue(QStringLiteral("thumbnailQueue"), QThread::LowestPriority); // until exit
+    return queue;
+}
+
+const QStringList &DRItem::resourceKeys()
+{
+    static const QStringList keys{
+        URLResourceKey::Name,
+        URLResourceKey::LocalizedName,
+        URLResourceKey::TypeIdentifier,
+        URLResourceKey::LocalizedTypeDescription,
+        URLResourceKey::FileSize,
+        URLResourceKey::CreationDate,
+        URLResourceKey::ContentModificationDate,
+        URLResourceKey::IsDirectory,
+        URLResourceKey::IsPackage,
+        URLResourceKey::HasHiddenExtension,
+        URLResourceKey::ParentDirectoryURL,
+        URLResourceKey::UbiquitousItemIsShared,
+        URLResourceKey::UbiquitousSharedItemRole,
+        URLResourceKey::UbiquitousItemDownloadingStatus,
+    };
+    return keys;
+}
+
+void DRItem::setUrl(const QUrl &url)
+{
+    if (url == m_url) {
+        return;
+    }
+    m_url = url;
+    cacheValues();
+}
+
+bool DRItem::cacheValues()
+{
+    clearValues();
+    if (m_url.isEmpty()) {
+        return false;
+    }
+    if (const QUrl target = avd_URLByResolvingBookmark(m_url); !target.isEmpty()) {
+        m_resolvedURL = target;
+        m_isBookmark = true;
+    } else {
+        m_isBookmark = false;
+        m_resolvedURL = m_url;
+    }
+    m_promiseURL = PromiseCopyPhysicalURL(m_resolvedURL);
+    const bool accessStarted = startAccessingSecurityScopedResource(m_resolvedURL);
+
+    // a coordination failure keeps the reader from running: the record is still made, with the
+    // reset values, as the item may well be there
+    bool result = true;
+    FileCoordinator coordinator;
+    std::optional<Error> coordinationError;
+    coordinator.coordinateReadingItemAtURL_options_error_byAccessor(
+        m_resolvedURL, FileCoordinator::ReadingImmediatelyAvailableMetadataOnly, &coordinationError,
+        [&](const QUrl &coordinatedURL) {
+            std::optional<Error> error;
+            result = URLResourceValues::checkPromisedItemIsReachable(coordinatedURL, &error);
+            if (!result) {
+                return;
+            }
+            error.reset();
+            std::optional<QVariantMap> values
+                = URLResourceValues::promisedItemResourceValuesForKeys(coordinatedURL, resourceKeys(), &error);
+            if (!values && error && error->isFileError(FileNoSuchFileError)) {
+                result = false;
+                return;
+            }
+            if (!values) {
+                DRLog(LOG_WARNING, "promisedItemResourceValuesForKeys failed on %@", coordinatedURL);
+                values = URLResourceValues::resourceValuesForKeys(coordinatedURL, resourceKeys(), &error);
+                if (!values) {
+                    result = false;
+                    return;
+                }
+            }
+            initFromKeysAndValues_withURL(*values, coordinatedURL);
+            m_canPreview = PreviewController::canPreviewItem(m_resolvedURL);
+            std::optional<Error> tagError;
+            const QStringList tags = kd_getTagNames_error(m_resolvedURL, &tagError);
+            m_tags = tagError ? std::nullopt : std::optional<QStringList>(tags);
+            if (accessStarted) {
+                stopAccessingSecurityScopedResource(m_resolvedURL);
+            }
+        });
+    return result;
+}
+
+void DRItem::clearValues()
+{
+    m_resolvedURL.clear();
+    m_localizedName.clear();
+    m_typeIdentifier.clear();
+    m_localizedTypeDescription.clear();
+    m_fileSize.reset();
+    m_friendlyFileSize.clear();
+    m_creationDate = {};
+    m_contentModificationDate = {};
+    m_parentDirectoryURL.clear();
+    m_thumbnail = {};
+    m_tags.reset();
+    m_promiseURL.clear();
+    m_isContainer = false;
+    m_isDirectory = false;
+    m_isPackage = false;
+    m_hasHiddenExtension = true;
+    m_thumbnailFetched = false;
+    m_renameable = true;
+    m_isBookmark = false;
+    m_isDownloaded = false;
+}
+
+void DRItem::initFromKeysAndValues_withURL(const QVariantMap &values, const QUrl &url)
+{
+    m_localizedName = values.value(URLResourceKey::LocalizedName).toString();
+    if (m_localizedName.isNull()) {
+        m_localizedName = values.value(URLResourceKey::Name).toString();
+    }
+    m_typeIdentifier = values.value(URLResourceKey::TypeIdentifier).toString();
+    m_localizedTypeDescription = values.value(URLResourceKey::LocalizedTypeDescription).toString();
+    if (const QString description = UniformType::localizedDescription(m_typeIdentifier); !description.isEmpty()) {
+        m_localizedTypeDescription = description;
+    }
+
+    const QVariant size = values.value(URLResourceKey::FileSize);
+    if (isNumber(size)) {
+        m_fileSize = size.toULongLong();
+        m_friendlyFileSize = ByteCountFormatter::stringFromByteCount(qint64(*m_fileSize),
+                                                                     ByteCountFormatter::CountStyle::File);
+    } else {
+        m_fileSize.reset();
+    }
+
+    m_creationDate = values.value(URLResourceKey::CreationDate).toDateTime();
+    m_contentModificationDate = values.value(URLResourceKey::ContentModificationDate).toDateTime();
+    m_parentDirectoryURL = values.value(URLResourceKey::ParentDirectoryURL).toUrl();
+
+    m_isDirectory = values.value(URLResourceKey::IsDirectory).toBool();
+    m_isPackage = values.value(URLResourceKey::IsPackage).toBool();
+    if (m_isPackage) {
+        m_isDirectory = false; // a package is one document, never entered
+    }
+    m_hasHiddenExtension = values.value(URLResourceKey::HasHiddenExtension).toBool();
+
+    m_isContainer = kd_isDocumentsContainer(url);
+    if (m_isContainer) {
+        m_renameable = false;
+        std::optional<Error> error;
+        const auto container = KDContainer::containerForItemAtURL_error(url, &error);
+        if (container && !error) {
+            m_localizedName = container->localizedName();
+        }
+    } else {
+        // the owner of a shared item may rename it; a participant may not
+        m_renameable = !(values.value(URLResourceKey::UbiquitousItemIsShared).toBool()
+                         && values.value(URLResourceKey::UbiquitousSharedItemRole).toString()
+                             == URLResourceValue::SharedItemRoleParticipant);
+    }
+
+    const QVariant status = values.value(URLResourceKey::UbiquitousItemDownloadingStatus);
+    m_isDownloaded = status.isValid() && status.toString() != URLResourceValue::DownloadingStatusNotDownloaded;
+}
+
+bool DRItem::isPromise() const
+{
+    return !m_promiseURL.isEmpty() && !isSameURLObject(m_promiseURL, m_resolvedURL);
+}
+
+QImage DRItem::thumbnail()
+{
+    if (!m_thumbnailFetched) {
+        m_thumbnailFetched = true; // tried at most once until the next re-cache
+        const bool accessStarted = startAccessingSecurityScopedResource(m_resolvedURL);
+        FileCoordinator coordinator;
+        std::optional<Error> error;
+        coordinator.coordinateReadingItemAtURL_options_error_byAccessor(
+            m_resolvedURL, FileCoordinator::ReadingImmediatelyAvailableMetadataOnly, &error,
+            [&](const QUrl &coordinatedURL) {
+                updateThumbnailImage(FileUtils::getResourceValue_forURL(URLResourceKey::ThumbnailDictionary,
+                                                                         coordinatedURL));
+                if (accessStarted) {
+                    stopAccessingSecurityScopedResource(m_resolvedURL);
+                }
+            });
+    }
+    return m_thumbnail;
+}
+
+void DRItem::updateThumbnailImage(const QVariant &thumbnailDictionary)
+{
+    if (thumbnailDictionary.typeId() != QMetaType::QVariantMap) {
+        return;
+    }
+    const QVariantMap dictionary = thumbnailDictionary.toMap();
+    DRLog(LOG_DEBUG, "URL Thumbs: %@", dictionary);
+    if (dictionary.isEmpty()) {
+        return;
+    }
+    const QVariant image = dictionary.value(URLThumbnailDictionaryItem::Size1024x1024);
+    if (image.typeId() == QMetaType::QImage) {
+        m_thumbnail = image.value<QImage>();
+    }
+}
+
+void DRItem::generateThumbnail(const std::function<void(const QImage &)> &completion) const
+{
+    if (completion) {
+        completion(QImage());
+    }
+}
+
+QString DRItem::friendlyCreationDate(DateFormatter::Style style) const
+{
+    return friendlyDate_style(m_creationDate, style);
+}
+
+QString DRItem::friendlyContentModificationDate(DateFormatter::Style style) const
+{
+    return friendlyDate_style(m_contentModificationDate, style);
+}
+
+QString DRItem::friendlyDate_style(const QDateTime &date, DateFormatter::Style style)
+{
+    if (!date.isValid()) {
+        return {};
+    }
+    return DateFormatter::localizedString(date, style, DateFormatter::Style::Short);
+}
