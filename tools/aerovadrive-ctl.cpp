@@ -1,10 +1,12 @@
 // aerovadrive-ctl: the one way a person, a test or a demo changes the drive service's side of
-// Aerova Drive: the drive on disk, the account, the network, promised items and containers.
+// Aerova Drive: the drive on disk, the account, the network, promised items, containers, tags
+// and the storage quota.
 
 #include "platform/drive/DriveFileManager.h"
 #include "platform/drive/DriveSetup.h"
 #include "platform/drive/FileCoordinator.h"
 #include "platform/drive/Progress.h"
+#include "platform/drive/UbiquitousKeyValueStore.h"
 #include "platform/foundation/AerovaHome.h"
 
 #include <QFileInfo>
@@ -32,6 +34,12 @@ commands:
   download FILE                 download a promised item, printing its progress
   add-container ID NAME [--folders Any|One|None] [--types TYPE,TYPE...]
                                 register an app container
+  tags                          print the tag definitions
+  tags define NAME=LABEL...     define the user's tags (label: 0 none, 1 grey, 2 green,
+                                3 purple, 4 blue, 5 yellow, 6 red, 7 orange)
+  tags set FILE [TAG...]        set the tags of an item (none: remove them)
+  quota PLAN USED               set the storage plan and its use, in bytes (5GB, 300MB work)
+  quota fail-next [MESSAGE]     make the app's next quota fetch fail
   status                        print the drive's tree; promised items are marked with ☁
 )";
 
@@ -121,6 +129,78 @@ std::optional<Error> evict(const QString &path)
     return error;
 }
 
+/// A byte count: a number, optionally followed by KB, MB or GB (powers of 1000).
+std::optional<qint64> parseBytes(QString text)
+{
+    text = text.trimmed().toUpper();
+    qint64 unit = 1;
+    for (const auto &[suffix, size] : {std::pair{QStringLiteral("GB"), qint64(1000000000)},
+                                       std::pair{QStringLiteral("MB"), qint64(1000000)},
+                                       std::pair{QStringLiteral("KB"), qint64(1000)},
+                                       std::pair{QStringLiteral("B"), qint64(1)}}) {
+        if (text.endsWith(suffix)) {
+            text.chop(suffix.size());
+            unit = size;
+            break;
+        }
+    }
+    bool ok = false;
+    const double value = text.toDouble(&ok);
+    if (!ok || value < 0) {
+        return std::nullopt;
+    }
+    return qint64(value * double(unit));
+}
+
+int quota(const QStringList &args)
+{
+    if (args.value(0) == QLatin1String("fail-next") && args.size() <= 2) {
+        return report(DriveSetup::failNextQuotaFetch(args.value(1)), QStringLiteral("quota"));
+    }
+    if (args.size() != 2) {
+        return usage(QStringLiteral("quota needs a plan and a use, or fail-next"));
+    }
+    const auto plan = parseBytes(args.at(0));
+    const auto used = parseBytes(args.at(1));
+    if (!plan || !used) {
+        return usage(QStringLiteral("not a byte count: %1").arg(plan ? args.at(1) : args.at(0)));
+    }
+    return report(DriveSetup::setQuota(*plan, *used), QStringLiteral("quota"));
+}
+
+int tags(QStringList args)
+{
+    if (args.isEmpty()) {
+        QTextStream out(stdout);
+        const QVariantMap dictionary
+            = UbiquitousKeyValueStore::defaultStore()->dictionaryForKey(QStringLiteral("TrovexTagDict"));
+        for (const QVariant &entry : dictionary.value(QStringLiteral("TrovexTags")).toList()) {
+            const QVariantMap tag = entry.toMap();
+            out << tag.value(QStringLiteral("n")).toString() << '=' << tag.value(QStringLiteral("l")).toInt() << '\n';
+        }
+        return 0;
+    }
+    const QString action = args.takeFirst();
+    if (action == QLatin1String("define")) {
+        QList<DriveSetup::TagDefinition> definitions;
+        for (const QString &argument : std::as_const(args)) {
+            const qsizetype equals = argument.lastIndexOf(QLatin1Char('='));
+            bool ok = false;
+            const int label = equals > 0 ? argument.mid(equals + 1).toInt(&ok) : 0;
+            if (!ok || label < 0) {
+                return usage(QStringLiteral("a tag is NAME=LABEL: %1").arg(argument));
+            }
+            definitions.append({argument.left(equals), label});
+        }
+        return report(DriveSetup::defineTags(definitions), QStringLiteral("tags"));
+    }
+    if (action == QLatin1String("set") && !args.isEmpty()) {
+        const QString file = QFileInfo(args.takeFirst()).absoluteFilePath();
+        return report(DriveSetup::setItemTags(file, args), file);
+    }
+    return usage(QStringLiteral("unknown tags action: %1").arg(action));
+}
+
 } // namespace
 
 int main(int argc, char *argv[])
@@ -188,6 +268,12 @@ int main(int argc, char *argv[])
     }
     if (command == QLatin1String("add-container")) {
         return addContainer(args);
+    }
+    if (command == QLatin1String("tags")) {
+        return tags(args);
+    }
+    if (command == QLatin1String("quota")) {
+        return quota(args);
     }
     if (command == QLatin1String("status") && args.isEmpty()) {
         QTextStream out(stdout);

@@ -7,6 +7,8 @@
 #include "platform/drive/KDContainer.h"
 #include "platform/drive/PromisePlaceholder.h"
 #include "platform/drive/PromiseStore.h"
+#include "platform/drive/Thumbnailer.h"
+#include "platform/drive/UbiquitousKeyValueStore.h"
 #include "platform/foundation/ByteCountFormatter.h"
 
 #include <QBuffer>
@@ -193,6 +195,59 @@ std::optional<Error> DriveSetup::promise(const QString &path)
     return PromiseStore::evict(QFileInfo(path).absoluteFilePath());
 }
 
+std::optional<Error> DriveSetup::defineTags(const QList<TagDefinition> &tags, int version)
+{
+    QVariantList entries;
+    for (const TagDefinition &tag : tags) {
+        entries.append(QVariantMap{{QStringLiteral("n"), tag.name}, {QStringLiteral("l"), tag.label}});
+    }
+    const QVariantMap dictionary{{QStringLiteral("TrovexTagDictVersion"), version},
+                                 {QStringLiteral("TrovexTags"), entries}};
+    if (!UbiquitousKeyValueStore::defaultStore()->setObject_forKey(dictionary, QStringLiteral("TrovexTagDict"))) {
+        return Error::fileError(FileWriteUnknownError, {{QString::fromLatin1(ErrorKey::FilePath), DriveLayout::kvstoreFile()}});
+    }
+    return std::nullopt;
+}
+
+std::optional<Error> DriveSetup::setItemTags(const QString &path, const QStringList &tags)
+{
+    if (PromisePlaceholder::isPromisedItem(path)) {
+        const QString placeholderPath = PromisePlaceholder::placeholderPathFor(path);
+        std::optional<Error> error;
+        auto placeholder = PromisePlaceholder::read(placeholderPath, &error);
+        if (!placeholder) {
+            return error;
+        }
+        placeholder->tags = tags;
+        return placeholder->write(placeholderPath, true);
+    }
+    if (!QFileInfo::exists(path)) {
+        return Error::fileError(FileNoSuchFileError, {{QString::fromLatin1(ErrorKey::FilePath), path}});
+    }
+    if (!FileAttributes::setTags(path, tags)) {
+        return Error::fromErrno(errno ? errno : EIO, path);
+    }
+    return std::nullopt;
+}
+
+std::optional<Error> DriveSetup::setQuota(qint64 planBytes, qint64 usedBytes)
+{
+    return writeJson(DriveLayout::quotaFile(), QJsonObject{{QStringLiteral("plan"), double(planBytes)},
+                                                           {QStringLiteral("used"), double(usedBytes)}});
+}
+
+std::optional<Error> DriveSetup::failNextQuotaFetch(const QString &message)
+{
+    QFile file(DriveLayout::quotaFile());
+    QJsonObject quota;
+    if (file.open(QIODevice::ReadOnly)) {
+        quota = QJsonDocument::fromJson(file.readAll()).object();
+        file.close();
+    }
+    quota.insert(QStringLiteral("failNext"), message.isEmpty() ? QStringLiteral("The storage service is unavailable.") : message);
+    return writeJson(DriveLayout::quotaFile(), quota);
+}
+
 std::optional<Error> DriveSetup::initializeDemo()
 {
     if (auto error = initialize()) {
@@ -223,6 +278,15 @@ std::optional<Error> DriveSetup::initializeDemo()
     step(writeFile(file(QStringLiteral("Photos/Lake.png")), pngImage(QColor(120, 200, 250), QColor(20, 80, 140), 512)));
     step(writeFile(file(QStringLiteral("Photos/2025/Mountains.png")), pngImage(QColor(200, 220, 240), QColor(60, 90, 60), 512)));
     QDir().mkpath(file(QStringLiteral("Projects/Archive")));
+    step(writeFile(file(QStringLiteral("Shared/Team Notes.txt")), "Agenda\n- Budget review\n- Launch date\n"));
+    FileAttributes::setSharedRole(file(QStringLiteral("Shared/Team Notes.txt")), QStringLiteral("participant"));
+    for (const QString &relative : {QStringLiteral("Documents/Plan.pdf"), QStringLiteral("Photos/Sunset.png"),
+                                    QStringLiteral("Photos/Lake.png"), QStringLiteral("Photos/2025/Mountains.png")}) {
+        Thumbnailer::writeThumbnails(file(relative));
+    }
+    step(defineTags({{QStringLiteral("Red"), 6}, {QStringLiteral("Orange"), 7}, {QStringLiteral("Yellow"), 5},
+                     {QStringLiteral("Green"), 2}, {QStringLiteral("Blue"), 4}, {QStringLiteral("Purple"), 3},
+                     {QStringLiteral("Gray"), 1}, {QStringLiteral("Work"), 0}}));
     FileAttributes::setTags(file(QStringLiteral("Documents/Shopping List.txt")), {QStringLiteral("Red")});
     FileAttributes::setTags(file(QStringLiteral("Documents/Plan.pdf")), {QStringLiteral("Work"), QStringLiteral("Blue")});
 
@@ -250,8 +314,7 @@ std::optional<Error> DriveSetup::initializeDemo()
                    pngImage(QColor(255, 255, 255), QColor(230, 230, 250), 256)));
 
     // storage nearly full, with an offer to upgrade
-    step(writeJson(DriveLayout::quotaFile(), QJsonObject{{QStringLiteral("plan"), 5000000000.0},
-                                                         {QStringLiteral("used"), 4820000000.0}}));
+    step(setQuota(5000000000, 4820000000));
     step(writeJson(DriveLayout::offerFile(), QJsonObject{{QStringLiteral("level"), 2},
                                                          {QStringLiteral("title"), QStringLiteral("Aerova Drive storage is almost full")}}));
     return error;

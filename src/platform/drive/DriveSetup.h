@@ -32,6 +32,22 @@ public:
     /// Turns a file of the drive into a promised item.
     static std::optional<Error> promise(const QString &path);
 
+    /// A tag definition: its name and colour label (0 none, 1 grey, 2 green, 3 purple, 4 blue,
+    /// 5 yellow, 6 red, 7 orange).
+    struct TagDefinition {
+        QString name;
+        int label = 0;
+    };
+    /// Writes the user's tag definitions to the key-value store ("TrovexTagDict", version 2),
+    /// as the desktop file manager does.
+    static std::optional<Error> defineTags(const QList<TagDefinition> &tags, int version = 2);
+    /// Sets the tags of an item, real or promised.
+    static std::optional<Error> setItemTags(const QString &path, const QStringList &tags);
+    /// The storage plan and how much of it is used, in bytes.
+    static std::optional<Error> setQuota(qint64 planBytes, qint64 usedBytes);
+    /// Makes the next quota fetch fail with this message.
+    static std::optional<Error> failNextQuotaFetch(const QString &message);
+
     /// Prints the drive's tree, promised items marked with ☁.
     static void printStatus(QTextStream &out);
 };
