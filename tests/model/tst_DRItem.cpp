@@ -1,0 +1,356 @@
+#include "model/DRItem.h"
+
+#include "app/DRLogging.h"
+#include "platform/drive/DriveSetup.h"
+#include "platform/drive/FileAttributes.h"
+#include "platform/drive/PromisePlaceholder.h"
+#include "platform/drive/Thumbnailer.h"
+#include "platform/drive/URLResourceValues.h"
+#include "platform/foundation/ByteCountFormatter.h"
+#include "platform/foundation/InvalidArgumentException.h"
+#include "platform/foundation/OperationQueue.h"
+#include "platform/foundation/StringFormat.h"
+#include "support/LogSpy.h"
+#include "support/TestDrive.h"
+
+#include <QBuffer>
+#include <QDir>
+#include <QFile>
+#include <QImage>
+#include <QTest>
+
+class tst_DRItem : public QObject
+{
+    Q_OBJECT
+
+private:
+    TestDrive m_drive;
+
+    QString writeFile(const QString &relative, const QByteArray &content)
+    {
+        const QString path = m_drive.path(relative);
+        TestDrive::writeFile(path, content);
+        return path;
+    }
+
+    static QByteArray png(int side)
+    {
+        QImage image(side, side, QImage::Format_RGB32);
+        image.fill(QColor(30, 120, 200));
+        QByteArray bytes;
+        QBuffer buffer(&bytes);
+        buffer.open(QIODevice::WriteOnly);
+        image.save(&buffer, "PNG");
+        return bytes;
+    }
+
+private slots:
+    void initTestCase()
+    {
+        QVERIFY(!DriveSetup::addContainer(QStringLiteral("com.example.Writer"), QStringLiteral("Writer"),
+                                          QStringLiteral("One"), {}));
+        DRLogSetLevel(LOG_DEBUG);
+    }
+
+    // The plain initialiser is a programming error and says which call to avoid.
+    void plainInitRaisesDontCall()
+    {
+        try {
+            DRItem item;
+            QFAIL("DRItem() must not make a record");
+        } catch (const InvalidArgumentException &exception) {
+            QCOMPARE(exception.reason(), QStringLiteral("Don't call -[DRItem init]."));
+        }
+    }
+
+    // The record reads the fourteen keys, in the order every caller relies on.
+    void readsFourteenKeysInOrder()
+    {
+        const QStringList keys = DRItem::resourceKeys();
+        QCOMPARE(keys.size(), 14);
+        QCOMPARE(keys.first(), URLResourceKey::Name);
+        QCOMPARE(keys.last(), URLResourceKey::UbiquitousItemDownloadingStatus);
+        QCOMPARE(keys.at(10), URLResourceKey::ParentDirectoryURL);
+    }
+
+    // A document's record carries its name, type, size and parent, and counts as downloaded.
+    void documentRecordHasItsMetadata()
+    {
+        const QString path = writeFile(QStringLiteral("Docs/Report.txt"), QByteArray(1500, 'x'));
+        const auto item = DRItem::initWithURL(QUrl::fromLocalFile(path));
+        QVERIFY(item);
+        QCOMPARE(item->localizedName(), QStringLiteral("Report.txt"));
+        QCOMPARE(item->typeIdentifier(), QStringLiteral("text/plain"));
+        QVERIFY(!item->localizedTypeDescription().isEmpty());
+        QCOMPARE(item->fileSize(), std::optional<quint64>(1500));
+        QCOMPARE(item->friendlyFileSize(), ByteCountFormatter::stringFromByteCount(1500, ByteCountFormatter::CountStyle::File));
+        QCOMPARE(item->parentDirectoryURL().toLocalFile(), m_drive.path(QStringLiteral("Docs/")));
+        QVERIFY(item->contentModificationDate().isValid());
+        QVERIFY(!item->isDirectory());
+        QVERIFY(!item->isPackage());
+        QVERIFY(!item->isContainer());
+        QVERIFY(!item->isPromise());
+        QVERIFY(item->isDownloaded());
+        QVERIFY(item->renameable());
+        QVERIFY(!item->isBookmark());
+        QVERIFY(item->canPreview());
+        QCOMPARE(item->resolvedURL(), item->url());
+    }
+
+    // A folder that is one document (a package) is never entered like a folder.
+    void packageIsNotADirectory()
+    {
+        QVERIFY(QDir().mkpath(m_drive.path(QStringLiteral("Docs/Slides.odp"))));
+        QVERIFY(QFileInfo(m_drive.path(QStringLiteral("Docs/Slides.odp"))).isDir());
+        const auto item = DRItem::initWithURL(m_drive.url(QStringLiteral("Docs/Slides.odp")));
+        QVERIFY(item);
+        QVERIFY(item->isPackage());
+        QVERIFY(!item->isDirectory());
+
+        const auto folder = DRItem::initWithURL(m_drive.url(QStringLiteral("Docs")));
+        QVERIFY(folder->isDirectory());
+        QVERIFY(!folder->isPackage());
+    }
+
+    // Someone invited to a shared item may not rename it; its owner may.
+    void sharedParticipantIsNotRenameable()
+    {
+        const QString participant = writeFile(QStringLiteral("Shared/Theirs.txt"), "theirs");
+        const QString owner = writeFile(QStringLiteral("Shared/Mine.txt"), "mine");
+        QVERIFY(FileAttributes::setSharedRole(participant, QStringLiteral("participant")));
+        QVERIFY(FileAttributes::setSharedRole(owner, QStringLiteral("owner")));
+        QVERIFY(!DRItem::initWithURL(QUrl::fromLocalFile(participant))->renameable());
+        QVERIFY(DRItem::initWithURL(QUrl::fromLocalFile(owner))->renameable());
+    }
+
+    // An app's container shows the app's name and can never be renamed.
+    void appContainerShowsLocalizedNameAndIsNotRenameable()
+    {
+        const QString folder = m_drive.home() + QStringLiteral("/home/Mobile Documents/com.example.Writer");
+        const auto item = DRItem::initWithURL(QUrl::fromLocalFile(folder));
+        QVERIFY(item);
+        QVERIFY(item->isContainer());
+        QVERIFY(!item->renameable());
+        QCOMPARE(item->localizedName(), QStringLiteral("Writer"));
+    }
+
+    // A promised document is known from its placeholder: the user sees its size and dates
+    // before anything is downloaded.
+    void promisedDocumentComesFromItsPlaceholder()
+    {
+        const QString path = writeFile(QStringLiteral("Cloud/Big.txt"), QByteArray(4321, 'p'));
+        QFile file(path);
+        QVERIFY(file.open(QIODevice::ReadWrite));
+        const QDateTime modified = QDateTime::fromString(QStringLiteral("2025-03-04T05:06:07Z"), Qt::ISODate);
+        QVERIFY(file.setFileTime(modified, QFileDevice::FileModificationTime));
+        file.close();
+        QVERIFY(!DriveSetup::promise(path));
+        QVERIFY(!QFileInfo::exists(path));
+        std::optional<Error> error;
+        const auto placeholder = PromisePlaceholder::read(PromisePlaceholder::placeholderPathFor(path), &error);
+        QVERIFY(placeholder);
+
+        const auto item = DRItem::initWithURL(QUrl::fromLocalFile(path));
+        QVERIFY(item);
+        QVERIFY(item->isPromise());
+        QVERIFY(!item->isDownloaded());
+        QCOMPARE(item->fileSize(), std::optional<quint64>(4321));
+        QCOMPARE(item->contentModificationDate(), modified);
+        QCOMPARE(item->contentModificationDate(), placeholder->modificationDate);
+        QCOMPARE(item->creationDate(), placeholder->creationDate);
+        QCOMPARE(item->promiseURL().toLocalFile(), PromisePlaceholder::placeholderPathFor(path));
+        QVERIFY(!QFileInfo::exists(path)); // reading the record downloaded nothing
+    }
+
+    // Whether an item is a promise is a matter of identity: an equal URL made separately still
+    // marks a promise, the very URL of the item does not.
+    void isPromiseComparesIdentityNotValue()
+    {
+        const auto item = DRItem::initWithURL(QUrl::fromLocalFile(writeFile(QStringLiteral("Id.txt"), "id")));
+        QVERIFY(!item->isPromise());
+        QVERIFY(!item->promiseURL().isEmpty()); // the physical URL of a real item is the item's own URL
+        item->setPromiseURL(item->resolvedURL());
+        QVERIFY(!item->isPromise());
+        item->setPromiseURL(QUrl(item->resolvedURL().toString()));
+        QCOMPARE(item->promiseURL(), item->resolvedURL());
+        QVERIFY(item->isPromise());
+        item->setPromiseURL(QUrl());
+        QVERIFY(!item->isPromise());
+    }
+
+    // A bookmark opens what it points to: its record describes the target.
+    void bookmarkDescribesItsTarget()
+    {
+        const QString target = writeFile(QStringLiteral("Targets/Real Name.txt"), QByteArray(77, 't'));
+        const QString link = m_drive.path(QStringLiteral("Targets/Shortcut.txt"));
+        QVERIFY(QFile::link(target, link));
+        const auto item = DRItem::initWithURL(QUrl::fromLocalFile(link));
+        QVERIFY(item);
+        QVERIFY(item->isBookmark());
+        QCOMPARE(item->url().toLocalFile(), link);
+        QCOMPARE(item->resolvedURL().toLocalFile(), target);
+        QCOMPARE(item->localizedName(), QStringLiteral("Real Name.txt"));
+        QCOMPARE(item->fileSize(), std::optional<quint64>(77));
+    }
+
+    // A bookmark to a promised document resolves to the promise, which stays a promise.
+    void bookmarkToPromiseIsAPromise()
+    {
+        const QString target = writeFile(QStringLiteral("Targets/Far.txt"), QByteArray(99, 'f'));
+        QVERIFY(!DriveSetup::promise(target));
+        const QString link = m_drive.path(QStringLiteral("Targets/Far link.txt"));
+        QVERIFY(QFile::link(PromisePlaceholder::placeholderPathFor(target), link));
+        const auto item = DRItem::initWithURL(QUrl::fromLocalFile(link));
+        QVERIFY(item);
+        QVERIFY(item->isBookmark());
+        QCOMPARE(item->resolvedURL().toLocalFile(), target);
+        QVERIFY(item->isPromise());
+        QCOMPARE(item->fileSize(), std::optional<quint64>(99));
+    }
+
+    // A size that is not a number is not shown at all rather than shown wrong.
+    void nonNumericSizeGivesNoSize()
+    {
+        const auto item = DRItem::initWithURL(QUrl::fromLocalFile(writeFile(QStringLiteral("Size.txt"), "12345")));
+        QVERIFY(item->fileSize());
+        item->clearValues();
+        item->initFromKeysAndValues_withURL({{URLResourceKey::FileSize, QStringLiteral("5 bytes")}}, item->url());
+        QVERIFY(!item->fileSize());
+        QVERIFY(item->friendlyFileSize().isNull());
+    }
+
+    // A record without a creation date says nothing rather than an empty text.
+    void friendlyCreationDateWithoutDateIsNil()
+    {
+        const auto item = DRItem::initWithURL(QUrl::fromLocalFile(writeFile(QStringLiteral("Dates.txt"), "d")));
+        item->initFromKeysAndValues_withURL({{URLResourceKey::Name, QStringLiteral("Dates.txt")}}, item->url());
+        QVERIFY(!item->creationDate().isValid());
+        QVERIFY(item->friendlyCreationDate(DateFormatter::Style::Medium).isNull());
+        QVERIFY(DRItem::friendlyDate_style(QDateTime(), DateFormatter::Style::Short).isNull());
+
+        const QDateTime date = QDateTime::fromString(QStringLiteral("2026-01-02T03:04:05"), Qt::ISODate);
+        item->setContentModificationDate(date);
+        QCOMPARE(item->friendlyContentModificationDate(DateFormatter::Style::Medium),
+                 DateFormatter::localizedString(date, DateFormatter::Style::Medium, DateFormatter::Style::Short));
+    }
+
+    // Setting the same URL again keeps the snapshot; a new URL re-reads.
+    void settingEqualUrlDoesNotReread()
+    {
+        const QString path = writeFile(QStringLiteral("Snap.txt"), "12");
+        const auto item = DRItem::initWithURL(QUrl::fromLocalFile(path));
+        QCOMPARE(item->fileSize(), std::optional<quint64>(2));
+        TestDrive::writeFile(path, "123456");
+        item->setUrl(QUrl::fromLocalFile(path));
+        QCOMPARE(item->fileSize(), std::optional<quint64>(2));
+        const QString other = writeFile(QStringLiteral("Snap 2.txt"), "1234");
+        item->setUrl(QUrl::fromLocalFile(other));
+        QCOMPARE(item->fileSize(), std::optional<quint64>(4));
+        QCOMPARE(item->localizedName(), QStringLiteral("Snap 2.txt"));
+    }
+
+    // An item that is gone yields no record, and the failure is logged as an error.
+    void missingItemYieldsNoRecord()
+    {
+        LogSpy::clear();
+        const QUrl url = m_drive.url(QStringLiteral("Nowhere/Nothing.txt"));
+        QVERIFY(!DRItem::initWithURL(url));
+        QCOMPARE(LogSpy::levelOf(StringFormat::format("Failed to cache values for URL %@", url)), LOG_ERR);
+        QVERIFY(!DRItem::initWithURL(QUrl()));
+    }
+
+    // A failed cache keeps the reset values: renameable, extension hidden, nothing else known.
+    void failedCacheLeavesResetValues()
+    {
+        const QString path = writeFile(QStringLiteral("Gone.txt"), "g");
+        const auto item = DRItem::initWithURL(QUrl::fromLocalFile(path));
+        QVERIFY(QFile::remove(path));
+        QVERIFY(!item->cacheValues());
+        QVERIFY(item->renameable());
+        QVERIFY(item->hasHiddenExtension());
+        QVERIFY(!item->fileSize());
+        QVERIFY(item->localizedName().isNull());
+        QVERIFY(!item->isDownloaded());
+        QVERIFY(!item->tags());
+        QCOMPARE(item->resolvedURL().toLocalFile(), path); // set before the read
+    }
+
+    // Tags of the item come with its record.
+    void tagsAreRead()
+    {
+        const QString path = writeFile(QStringLiteral("Tagged.txt"), "t");
+        QVERIFY(FileAttributes::setTags(path, {QStringLiteral("Red"), QStringLiteral("Work")}));
+        QCOMPARE(DRItem::initWithURL(QUrl::fromLocalFile(path))->tags(),
+                 std::optional<QStringList>(QStringList{QStringLiteral("Red"), QStringLiteral("Work")}));
+    }
+
+    // The stored thumbnail is read once, lazily, from the shared cache.
+    void thumbnailIsReadOnceFromTheCache()
+    {
+        const QString path = writeFile(QStringLiteral("Pictures/Sky.png"), png(600));
+        QVERIFY(Thumbnailer::writeThumbnails(path));
+        const auto item = DRItem::initWithURL(QUrl::fromLocalFile(path));
+        QVERIFY(!item->thumbnailFetched());
+        const QImage thumbnail = item->thumbnail();
+        QVERIFY(item->thumbnailFetched());
+        QCOMPARE(thumbnail.size(), QSize(600, 600));
+
+        item->setThumbnail({});
+        QVERIFY(item->thumbnail().isNull()); // not read again until the next re-cache
+        QVERIFY(item->cacheValues());
+        QVERIFY(!item->thumbnailFetched());
+        QVERIFY(!item->thumbnail().isNull());
+    }
+
+    // A promised picture shows the thumbnail its placeholder carries.
+    void promiseThumbnailComesFromPlaceholder()
+    {
+        const QString path = writeFile(QStringLiteral("Pictures/Far.png"), png(2048));
+        QVERIFY(!DriveSetup::promise(path));
+        const auto item = DRItem::initWithURL(QUrl::fromLocalFile(path));
+        QVERIFY(item->isPromise());
+        QCOMPARE(item->thumbnail().size(), QSize(1024, 1024));
+    }
+
+    // Only a dictionary's 1024-pixel entry that is an image becomes the thumbnail.
+    void updateThumbnailImageTakesTheLargestEntry()
+    {
+        const auto item = DRItem::initWithURL(QUrl::fromLocalFile(writeFile(QStringLiteral("T.txt"), "t")));
+        LogSpy::clear();
+        item->updateThumbnailImage(QStringLiteral("not a dictionary"));
+        QVERIFY(item->thumbnail().isNull());
+        item->updateThumbnailImage(QVariantMap{{URLThumbnailDictionaryItem::Size1024x1024, QStringLiteral("no image")}});
+        QVERIFY(item->thumbnail().isNull());
+        QImage image(8, 8, QImage::Format_RGB32);
+        image.fill(Qt::red);
+        const QVariantMap dictionary{{URLThumbnailDictionaryItem::Size1024x1024, image}};
+        item->updateThumbnailImage(dictionary);
+        QCOMPARE(item->thumbnail(), image);
+        QCOMPARE(LogSpy::levelOf(StringFormat::format("URL Thumbs: %@", dictionary)), LOG_DEBUG);
+    }
+
+    // Records never make thumbnails themselves: the request completes at once, empty.
+    void generateThumbnailCompletesAtOnceWithNil()
+    {
+        const auto item = DRItem::initWithURL(QUrl::fromLocalFile(writeFile(QStringLiteral("G.txt"), "g")));
+        QVERIFY(!item->canGenerateThumbnail());
+        bool completed = false;
+        QImage received(1, 1, QImage::Format_RGB32);
+        item->generateThumbnail([&](const QImage &image) {
+            completed = true;
+            received = image;
+        });
+        QVERIFY(completed);
+        QVERIFY(received.isNull());
+    }
+
+    // Thumbnail work of every view shares one background queue.
+    void thumbnailQueueIsShared()
+    {
+        QCOMPARE(DRItem::getThumbnailQueue(), DRItem::getThumbnailQueue());
+        QCOMPARE(DRItem::getThumbnailQueue()->name(), QStringLiteral("thumbnailQueue"));
+    }
+};
+
+QTEST_GUILESS_MAIN(tst_DRItem)
+#include "tst_DRItem.moc"
