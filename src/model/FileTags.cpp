@@ -35,7 +35,9 @@ QObject *observerContext()
 
 QImage transparentImage(const QSizeF &size, qreal scale)
 {
-    QImage image((size * scale).toSize(), QImage::Format_ARGB32_Premultiplied);
+    // pixels are whole: a fractional width is rounded up so that no dot is clipped
+    const QSize pixels(int(std::ceil(size.width() * scale)), int(std::ceil(size.height() * scale)));
+    QImage image(pixels, QImage::Format_ARGB32_Premultiplied);
     image.setDevicePixelRatio(scale);
     image.fill(Qt::transparent);
     return image;
