@@ -1,6 +1,7 @@
 #include "model/FileTags.h"
 
 #include "app/DRLogging.h"
+#include "platform/drive/DriveServiceMonitor.h"
 #include "platform/drive/DriveSetup.h"
 #include "platform/drive/UbiquitousKeyValueStore.h"
 #include "platform/ui/SystemColor.h"
@@ -58,6 +59,7 @@ private slots:
     void versionOneYieldsNoTags()
     {
         QVERIFY(!DriveSetup::defineTags({{QStringLiteral("Old"), 2}}, 1));
+        DriveServiceMonitor::flush(); // the store's own report of the write is out of the way
         LogSpy::clear();
         FileTags::_tagColorsDidChange();
         QVERIFY(FileTags::allTags().isEmpty());
@@ -70,6 +72,7 @@ private slots:
     void missingDictionaryIsEmpty()
     {
         UbiquitousKeyValueStore::defaultStore()->removeObjectForKey(QStringLiteral("TrovexTagDict"));
+        DriveServiceMonitor::flush();
         LogSpy::clear();
         FileTags::_tagColorsDidChange();
         QVERIFY(FileTags::allTags().isEmpty());
@@ -80,6 +83,7 @@ private slots:
     void labelNineIsDrawnLightGrey()
     {
         QVERIFY(!DriveSetup::defineTags({{QStringLiteral("Nine"), 9}}));
+        DriveServiceMonitor::flush();
         FileTags::_tagColorsDidChange();
         QCOMPARE(FileTags::tagColorsByTag().value(QStringLiteral("Nine")), FileTags::_tagBlipColors().first());
         const QImage blip = FileTags::blipWithTags_height_scale({QStringLiteral("Nine")}, 10, 1);
@@ -90,6 +94,7 @@ private slots:
     void laterDuplicateOverwritesColour()
     {
         QVERIFY(!DriveSetup::defineTags({{QStringLiteral("Dup"), 2}, {QStringLiteral("Dup"), 6}}));
+        DriveServiceMonitor::flush();
         FileTags::_tagColorsDidChange();
         QCOMPARE(FileTags::allTags(), (QStringList{QStringLiteral("Dup"), QStringLiteral("Dup")}));
         QCOMPARE(FileTags::tagColorsByTag().value(QStringLiteral("Dup")), SystemColor::systemRedColor());
@@ -99,6 +104,7 @@ private slots:
     void threeTagsAtHeightTen()
     {
         QVERIFY(!DriveSetup::defineTags({{QStringLiteral("G"), 2}, {QStringLiteral("B"), 4}, {QStringLiteral("R"), 6}}));
+        DriveServiceMonitor::flush();
         FileTags::_tagColorsDidChange();
         const QImage image = FileTags::blipWithTags_height_scale(
             {QStringLiteral("G"), QStringLiteral("B"), QStringLiteral("R")}, 10, 1);

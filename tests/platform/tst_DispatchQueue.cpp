@@ -1,3 +1,4 @@
+#include "platform/foundation/ManualDispatchClock.h"
 #include "platform/foundation/DispatchQueue.h"
 #include "platform/foundation/DispatchSourceTimer.h"
 
@@ -93,6 +94,38 @@ private slots:
             }
         }
         QCOMPARE(count.load(), 10);
+    }
+
+    // Under a manual clock a timer fires at once, then once per interval the clock moves on,
+    // on its own queue, and a cancelled timer no longer fires.
+    void manualClockDrivesTimers()
+    {
+        using namespace std::chrono_literals;
+        ManualDispatchClock clock;
+        DispatchQueue queue(QStringLiteral("com.quillmere.test.manual"));
+        std::atomic<int> fired{0};
+        QString label;
+        DispatchSourceTimer timer(&queue);
+        timer.schedule(0s, 300s, 1s);
+        timer.setEventHandler([&] {
+            label = DispatchQueue::currentLabel();
+            ++fired;
+        });
+        timer.resume();
+        queue.sync([] { });
+        QCOMPARE(fired.load(), 1);
+        clock.advance(299s);
+        queue.sync([] { });
+        QCOMPARE(fired.load(), 1);
+        clock.advance(601s);
+        queue.sync([] { });
+        QCOMPARE(fired.load(), 4); // 300, 600 and 900 seconds
+        QCOMPARE(label, QStringLiteral("com.quillmere.test.manual"));
+        timer.cancel();
+        clock.advance(3000s);
+        queue.sync([] { });
+        QCOMPARE(fired.load(), 4);
+        QCOMPARE(clock.now(), std::chrono::nanoseconds(3900s));
     }
 };
 

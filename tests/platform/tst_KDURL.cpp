@@ -103,6 +103,38 @@ private slots:
         QCOMPARE(CopyLogicalURLOfPromiseAtURL(physical), logical);
         QVERIFY(PromiseSetPhysicalURL(logical, physical));
     }
+
+    // A bookmark is a symbolic link on the drive; it stands for its target, promised or not.
+    void bookmarksAreSymbolicLinks()
+    {
+        const QString target = m_drive.path(QStringLiteral("Marks/Target.txt"));
+        QVERIFY(TestDrive::writeFile(target, "t"));
+        const QString link = m_drive.path(QStringLiteral("Marks/Link.txt"));
+        QVERIFY(QFile::link(target, link));
+        QVERIFY(kd_isExternalDocumentReference(QUrl::fromLocalFile(link)));
+        QVERIFY(!kd_isExternalDocumentReference(QUrl::fromLocalFile(target)));
+        QVERIFY(!kd_isExternalDocumentReference(m_drive.url(QStringLiteral("Marks/Nothing.txt"))));
+        std::optional<Error> error;
+        QCOMPARE(kd_URLByResolvingExternalDocumentReferenceWithError(QUrl::fromLocalFile(link), &error).toLocalFile(), target);
+        QVERIFY(!error);
+
+        QVERIFY(!DriveSetup::promise(target)); // a link to a promised item still resolves
+        QCOMPARE(kd_URLByResolvingExternalDocumentReferenceWithError(QUrl::fromLocalFile(link), &error).toLocalFile(), target);
+        QVERIFY(!error);
+    }
+
+    // A bookmark whose target is gone resolves to nothing, with a missing-file error.
+    void danglingBookmarkDoesNotResolve()
+    {
+        const QString link = m_drive.path(QStringLiteral("Marks/Dangling.txt"));
+        QVERIFY(QFile::link(m_drive.path(QStringLiteral("Marks/Gone.txt")), link));
+        std::optional<Error> error;
+        QVERIFY(kd_URLByResolvingExternalDocumentReferenceWithError(QUrl::fromLocalFile(link), &error).isEmpty());
+        QVERIFY(error && error->isFileError(FileReadNoSuchFileError));
+        error.reset();
+        QVERIFY(kd_URLByResolvingExternalDocumentReferenceWithError(m_drive.url(QStringLiteral("Marks")), &error).isEmpty());
+        QVERIFY(error);
+    }
 };
 
 QTEST_GUILESS_MAIN(tst_KDURL)

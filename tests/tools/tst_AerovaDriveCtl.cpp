@@ -1,3 +1,6 @@
+#include "platform/drive/FileAttributes.h"
+#include <QJsonDocument>
+#include <QJsonObject>
 #include "support/TestDrive.h"
 
 #include <QFileInfo>
@@ -78,6 +81,48 @@ private slots:
         QFile file(path);
         QVERIFY(file.open(QIODevice::ReadOnly));
         QCOMPARE(file.readAll(), QByteArray("hello"));
+    }
+
+    // Tag definitions are written as the desktop file manager writes them, and items get tags.
+    void tagsDefineAndSet()
+    {
+        QCOMPARE(run({QStringLiteral("tags"), QStringLiteral("define"), QStringLiteral("Red=6"), QStringLiteral("Blue=4")}), 0);
+        QByteArray output;
+        QCOMPARE(run({QStringLiteral("tags")}, &output), 0);
+        QCOMPARE(output, QByteArray("Red=6\nBlue=4\n"));
+        QFile store(m_drive.home() + QStringLiteral("/home/Service/kvstore.json"));
+        QVERIFY(store.open(QIODevice::ReadOnly));
+        const QVariantMap dictionary = QJsonDocument::fromJson(store.readAll()).object().toVariantMap()
+                                           .value(QStringLiteral("TrovexTagDict")).toMap();
+        QCOMPARE(dictionary.value(QStringLiteral("TrovexTagDictVersion")).toInt(), 2);
+        QCOMPARE(dictionary.value(QStringLiteral("TrovexTags")).toList().value(1).toMap().value(QStringLiteral("n")).toString(),
+                 QStringLiteral("Blue"));
+
+        const QString file = m_drive.path(QStringLiteral("Tagged by ctl.txt"));
+        QVERIFY(TestDrive::writeFile(file, "x"));
+        QCOMPARE(run({QStringLiteral("tags"), QStringLiteral("set"), file, QStringLiteral("Red"), QStringLiteral("Blue")}), 0);
+        QCOMPARE(FileAttributes::tags(file), (QStringList{QStringLiteral("Red"), QStringLiteral("Blue")}));
+        QCOMPARE(run({QStringLiteral("tags"), QStringLiteral("define"), QStringLiteral("Nolabel")}), 2);
+        QCOMPARE(run({QStringLiteral("tags"), QStringLiteral("set"), m_drive.path(QStringLiteral("missing.txt")), QStringLiteral("Red")}), 1);
+    }
+
+    // The storage plan and its use are set in bytes or with units; a failure can be asked for.
+    void quotaSetsPlanAndFailure()
+    {
+        QCOMPARE(run({QStringLiteral("quota"), QStringLiteral("5GB"), QStringLiteral("300MB")}), 0);
+        QFile quota(m_drive.home() + QStringLiteral("/home/Service/quota.json"));
+        QVERIFY(quota.open(QIODevice::ReadOnly));
+        QJsonObject object = QJsonDocument::fromJson(quota.readAll()).object();
+        quota.close();
+        QCOMPARE(object.value(QStringLiteral("plan")).toDouble(), 5e9);
+        QCOMPARE(object.value(QStringLiteral("used")).toDouble(), 3e8);
+        QCOMPARE(run({QStringLiteral("quota"), QStringLiteral("fail-next"), QStringLiteral("Resting")}), 0);
+        QVERIFY(quota.open(QIODevice::ReadOnly));
+        object = QJsonDocument::fromJson(quota.readAll()).object();
+        QCOMPARE(object.value(QStringLiteral("failNext")).toString(), QStringLiteral("Resting"));
+        QCOMPARE(object.value(QStringLiteral("plan")).toDouble(), 5e9);
+        QCOMPARE(run({QStringLiteral("quota"), QStringLiteral("lots")}), 2);
+        QCOMPARE(run({QStringLiteral("quota"), QStringLiteral("lots"), QStringLiteral("1")}), 2);
     }
 };
 

@@ -24,17 +24,26 @@ void postChange(const QString &file)
     }
 }
 
+DispatchQueue *g_queue = nullptr;
+FileContentWatcher *g_watcher = nullptr;
+
 } // namespace
 
 void DriveServiceMonitor::ensureStarted()
 {
     static std::once_flag started;
     std::call_once(started, [] {
-        static auto *queue = new DispatchQueue(QStringLiteral("com.quillmere.AerovaDrive.service")); // lives until exit
+        g_queue = new DispatchQueue(QStringLiteral("com.quillmere.AerovaDrive.service")); // lives until exit
         const QStringList files{DriveLayout::accountFile(), DriveLayout::kvstoreFile(), DriveLayout::offerFile(),
                                 DriveLayout::networkFile()};
-        queue->sync([files] {
-            new FileContentWatcher(files, postChange, queue->context()); // owned by the queue's context
+        g_queue->sync([files] {
+            g_watcher = new FileContentWatcher(files, postChange, g_queue->context()); // owned by the queue's context
         });
     });
+}
+
+void DriveServiceMonitor::flush()
+{
+    ensureStarted();
+    g_queue->sync([] { g_watcher->recheck(); });
 }

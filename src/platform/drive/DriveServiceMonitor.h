@@ -18,4 +18,7 @@ public:
     /// Starts watching, once per process; later calls do nothing. Returns once the watch is in
     /// place, so a change made after this call is never missed.
     static void ensureStarted();
+    /// Looks at the service's files now and returns once every change found, and every change
+    /// already noticed, has been posted.
+    static void flush();
 };

@@ -65,18 +65,18 @@ void UbiquitousKeyValueStore::removeObjectForKey(const QString &key)
 
 bool UbiquitousKeyValueStore::synchronize()
 {
-    const QVariantMap values = readFile();
     QMutexLocker lock(&m_mutex);
-    m_values = values;
+    m_values = readFile();
     return true;
 }
 
 void UbiquitousKeyValueStore::reloadAfterExternalChange()
 {
-    const QVariantMap values = readFile();
     QStringList changedKeys;
     {
+        // read under the lock: a read that began before one of our own writes must not undo it
         QMutexLocker lock(&m_mutex);
+        const QVariantMap values = readFile();
         for (auto it = values.cbegin(); it != values.cend(); ++it) {
             if (m_values.value(it.key()) != it.value()) {
                 changedKeys << it.key();

@@ -4,14 +4,23 @@
 
 #include <QIcon>
 #include <QMimeDatabase>
+#include <QStandardPaths>
 
 namespace {
 
-/// A session without a desktop (offscreen, a bare X server) names no icon theme, and the
-/// fallback theme has no document icons: pick one of the themes the app is installed with.
+/// A session without a desktop (offscreen, a bare X server) names no icon theme and knows no
+/// theme folders, and the fallback theme has no document icons: look where the freedesktop
+/// icon specification says themes live, and pick one of the themes the app is installed with.
 void ensureIconTheme()
 {
     static const bool chosen = [] {
+        QStringList searchPaths = QIcon::themeSearchPaths();
+        for (const QString &dataDir : QStandardPaths::standardLocations(QStandardPaths::GenericDataLocation)) {
+            if (const QString icons = dataDir + QStringLiteral("/icons"); !searchPaths.contains(icons)) {
+                searchPaths.append(icons);
+            }
+        }
+        QIcon::setThemeSearchPaths(searchPaths);
         if (QIcon::themeName().isEmpty() || QIcon::themeName() == QLatin1String("hicolor")) {
             for (const QString &theme : {QStringLiteral("breeze"), QStringLiteral("Adwaita")}) {
                 QIcon::setThemeName(theme);
