@@ -250,6 +250,10 @@ void FileCoordinationCenter::rewatch()
                 wanted.insert(record.path);
             }
         }
+        if (wanted == m_watched) {
+            return; // most accesses touch nothing presented: no need to wake the watch
+        }
+        m_watched = wanted;
     }
     m_watchQueue->async([this, wanted] {
         const QStringList current = m_watcher->files() + m_watcher->directories();

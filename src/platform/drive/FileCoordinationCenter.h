@@ -5,6 +5,7 @@
 #include <QHash>
 #include <QList>
 #include <QMutex>
+#include <QSet>
 #include <QString>
 #include <QWaitCondition>
 
@@ -96,6 +97,8 @@ private:
     QWaitCondition m_released;
     std::vector<ActiveClaim> m_claims;
     std::vector<PresenterRecord> m_records;
+    /// The paths the watch covers, to skip the watch queue when nothing changes.
+    QSet<QString> m_watched;
     std::unique_ptr<OperationQueue> m_defaultQueue;
     std::unique_ptr<DispatchQueue> m_watchQueue;
     QFileSystemWatcher *m_watcher = nullptr; // lives on m_watchQueue's thread

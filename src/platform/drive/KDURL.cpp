@@ -44,6 +44,28 @@ QString resolvedFolderPath(const QString &path)
     return (canonical.isEmpty() ? folder : canonical) + QLatin1Char('/') + rest;
 }
 
+/// Whether a folder between the root and the item is a symbolic link: only then can the item's
+/// real place be outside the drive. One lstat per folder below the root, instead of resolving
+/// the whole path (the root itself may well live behind a link, which does not matter).
+bool hasLinkedFolderBelow(const QString &root, const QString &path)
+{
+    qsizetype next = root.size() + 1;
+    while (true) {
+        const qsizetype slash = path.indexOf(QLatin1Char('/'), next);
+        if (slash < 0) {
+            return false; // the last component may be a bookmark to anywhere
+        }
+        struct stat st;
+        if (::lstat(QFile::encodeName(path.left(slash)).constData(), &st) != 0) {
+            return false; // what does not exist cannot lead anywhere
+        }
+        if (S_ISLNK(st.st_mode)) {
+            return true;
+        }
+        next = slash + 1;
+    }
+}
+
 } // namespace
 
 bool kd_isInMobileDocuments(const QUrl &url)
@@ -61,9 +83,11 @@ QString kd_pathRelativeToMobileDocuments(const QUrl &url)
     if (path == root) {
         return QStringLiteral("");
     }
-    const QString canonicalRoot = QFileInfo(root).canonicalFilePath();
-    if (!canonicalRoot.isEmpty() && !isSameOrBelow(resolvedFolderPath(path), canonicalRoot)) {
-        return {}; // a link among its folders leads out of the drive
+    if (hasLinkedFolderBelow(root, path)) {
+        const QString canonicalRoot = QFileInfo(root).canonicalFilePath();
+        if (!canonicalRoot.isEmpty() && !isSameOrBelow(resolvedFolderPath(path), canonicalRoot)) {
+            return {}; // a link among its folders leads out of the drive
+        }
     }
     return path.mid(root.size() + 1);
 }

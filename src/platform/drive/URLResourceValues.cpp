@@ -20,31 +20,57 @@ bool isPackageFolder(const QFileInfo &info)
     return info.isDir() && !suffix.isEmpty() && !UniformType::preferredIdentifierForExtension(suffix).isEmpty();
 }
 
-QVariantMap realValues(const QFileInfo &info)
+/// The values of a real item; only the keys asked for are computed (extended attributes and
+/// type descriptions cost system calls and lookups).
+QVariantMap realValues(const QFileInfo &info, const QStringList &keys)
 {
+    const auto wants = [&keys](const QString &key) { return keys.contains(key); };
     const QString path = info.filePath();
+    QVariantMap values;
+    if (wants(URLResourceKey::Name)) {
+        values.insert(URLResourceKey::Name, info.fileName());
+    }
+    if (wants(URLResourceKey::LocalizedName)) {
+        values.insert(URLResourceKey::LocalizedName, info.fileName());
+    }
     const bool package = isPackageFolder(info);
-    const QString type = info.isDir() && !package ? UniformType::Folder
-                         : package ? UniformType::preferredIdentifierForExtension(info.suffix())
-                                   : QMimeDatabase().mimeTypeForFile(info, QMimeDatabase::MatchExtension).name();
-    QVariantMap values{
-        {URLResourceKey::Name, info.fileName()},
-        {URLResourceKey::LocalizedName, info.fileName()},
-        {URLResourceKey::TypeIdentifier, type},
-        {URLResourceKey::LocalizedTypeDescription, UniformType::localizedDescription(type)},
-        {URLResourceKey::ContentModificationDate, info.lastModified()},
-        {URLResourceKey::IsDirectory, info.isDir()},
-        {URLResourceKey::IsPackage, package},
-        {URLResourceKey::HasHiddenExtension, false},
-        {URLResourceKey::ParentDirectoryURL, QUrl::fromLocalFile(info.absolutePath() + QLatin1Char('/'))},
-    };
-    if (!info.isDir()) {
+    if (wants(URLResourceKey::TypeIdentifier) || wants(URLResourceKey::LocalizedTypeDescription)) {
+        const QString type = info.isDir() && !package ? UniformType::Folder
+                             : package ? UniformType::preferredIdentifierForExtension(info.suffix())
+                                       : QMimeDatabase().mimeTypeForFile(info, QMimeDatabase::MatchExtension).name();
+        if (wants(URLResourceKey::TypeIdentifier)) {
+            values.insert(URLResourceKey::TypeIdentifier, type);
+        }
+        if (wants(URLResourceKey::LocalizedTypeDescription)) {
+            values.insert(URLResourceKey::LocalizedTypeDescription, UniformType::localizedDescription(type));
+        }
+    }
+    if (wants(URLResourceKey::ContentModificationDate)) {
+        values.insert(URLResourceKey::ContentModificationDate, info.lastModified());
+    }
+    if (wants(URLResourceKey::IsDirectory)) {
+        values.insert(URLResourceKey::IsDirectory, info.isDir());
+    }
+    if (wants(URLResourceKey::IsPackage)) {
+        values.insert(URLResourceKey::IsPackage, package);
+    }
+    if (wants(URLResourceKey::HasHiddenExtension)) {
+        values.insert(URLResourceKey::HasHiddenExtension, false);
+    }
+    if (wants(URLResourceKey::ParentDirectoryURL)) {
+        values.insert(URLResourceKey::ParentDirectoryURL, QUrl::fromLocalFile(info.absolutePath() + QLatin1Char('/')));
+    }
+    if (wants(URLResourceKey::FileSize) && !info.isDir()) {
         values.insert(URLResourceKey::FileSize, quint64(info.size()));
     }
-    if (const QDateTime created = FileAttributes::creationDate(path); created.isValid()) {
-        values.insert(URLResourceKey::CreationDate, created);
+    if (wants(URLResourceKey::CreationDate)) {
+        if (const QDateTime created = FileAttributes::creationDate(path); created.isValid()) {
+            values.insert(URLResourceKey::CreationDate, created);
+        }
     }
-    if (kd_isInMobileDocuments(QUrl::fromLocalFile(path))) {
+    const bool wantsUbiquity = wants(URLResourceKey::UbiquitousItemIsShared)
+        || wants(URLResourceKey::UbiquitousSharedItemRole) || wants(URLResourceKey::UbiquitousItemDownloadingStatus);
+    if (wantsUbiquity && kd_isInMobileDocuments(QUrl::fromLocalFile(path))) {
         const QString role = FileAttributes::sharedRole(path);
         values.insert(URLResourceKey::UbiquitousItemIsShared, !role.isEmpty());
         if (!role.isEmpty()) {
@@ -125,7 +151,7 @@ std::optional<QVariantMap> URLResourceValues::resourceValuesForKeys(const QUrl &
         setNoSuchFile(error, path);
         return std::nullopt;
     }
-    QVariantMap values = realValues(info);
+    QVariantMap values = realValues(info, keys);
     if (keys.contains(URLResourceKey::ThumbnailDictionary) && info.isFile()) {
         if (const QImage thumbnail = Thumbnailer::cachedThumbnail(path); !thumbnail.isNull()) {
             values.insert(URLResourceKey::ThumbnailDictionary, thumbnailDictionary(thumbnail));

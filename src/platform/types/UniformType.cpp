@@ -1,6 +1,8 @@
 #include "platform/types/UniformType.h"
 
+#include <QHash>
 #include <QMimeDatabase>
+#include <QMutex>
 
 const QString UniformType::Image = QStringLiteral("public.image");
 const QString UniformType::Movie = QStringLiteral("public.movie");
@@ -77,6 +79,15 @@ bool UniformType::conformsTo(const QString &type, const QString &conformingTo)
 
 QString UniformType::localizedDescription(const QString &type)
 {
+    // reading a type's comment parses its database entry: every listed item asks, so keep them
+    static QMutex mutex;
+    static QHash<QString, QString> descriptions;
+    QMutexLocker lock(&mutex);
+    if (const auto found = descriptions.constFind(type); found != descriptions.cend()) {
+        return *found;
+    }
     const QMimeType mime = QMimeDatabase().mimeTypeForName(mimeNameOf(type));
-    return mime.isValid() ? mime.comment() : QString();
+    const QString description = mime.isValid() ? mime.comment() : QString();
+    descriptions.insert(type, description);
+    return description;
 }
