@@ -33,16 +33,6 @@ private:
         return path;
     }
 
-    static QByteArray png(int side)
-    {
-        QImage image(side, side, QImage::Format_RGB32);
-        image.fill(QColor(30, 120, 200));
-        QByteArray bytes;
-        QBuffer buffer(&bytes);
-        buffer.open(QIODevice::WriteOnly);
-        image.save(&buffer, "PNG");
-        return bytes;
-    }
 
 private slots:
     void initTestCase()
@@ -275,6 +265,22 @@ private slots:
         QCOMPARE(item->resolvedURL().toLocalFile(), path); // set before the read
     }
 
+    // When coordination itself fails (here: a URL that is no file), the record is still made,
+    // with the reset values: the item may well be there.
+    void coordinationFailureStillMakesRecord()
+    {
+        const QUrl url(QStringLiteral("https://example.com/Report.txt"));
+        const auto item = DRItem::initWithURL(url);
+        QVERIFY(item);
+        QCOMPARE(item->url(), url);
+        QCOMPARE(item->resolvedURL(), url);
+        QVERIFY(item->renameable());
+        QVERIFY(item->hasHiddenExtension());
+        QVERIFY(!item->fileSize());
+        QVERIFY(item->localizedName().isNull());
+        QVERIFY(!item->isPromise());
+    }
+
     // Tags of the item come with its record.
     void tagsAreRead()
     {
@@ -287,7 +293,7 @@ private slots:
     // The stored thumbnail is read once, lazily, from the shared cache.
     void thumbnailIsReadOnceFromTheCache()
     {
-        const QString path = writeFile(QStringLiteral("Pictures/Sky.png"), png(600));
+        const QString path = writeFile(QStringLiteral("Pictures/Sky.png"), TestDrive::png(600, 600));
         QVERIFY(Thumbnailer::writeThumbnails(path));
         const auto item = DRItem::initWithURL(QUrl::fromLocalFile(path));
         QVERIFY(!item->thumbnailFetched());
@@ -305,7 +311,7 @@ private slots:
     // A promised picture shows the thumbnail its placeholder carries.
     void promiseThumbnailComesFromPlaceholder()
     {
-        const QString path = writeFile(QStringLiteral("Pictures/Far.png"), png(2048));
+        const QString path = writeFile(QStringLiteral("Pictures/Far.png"), TestDrive::png(2048, 2048));
         QVERIFY(!DriveSetup::promise(path));
         const auto item = DRItem::initWithURL(QUrl::fromLocalFile(path));
         QVERIFY(item->isPromise());

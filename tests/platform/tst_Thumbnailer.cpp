@@ -21,16 +21,6 @@ class tst_Thumbnailer : public QObject
 private:
     TestDrive m_drive;
 
-    static QByteArray png(int width, int height)
-    {
-        QImage image(width, height, QImage::Format_RGB32);
-        image.fill(QColor(200, 60, 60));
-        QByteArray bytes;
-        QBuffer buffer(&bytes);
-        buffer.open(QIODevice::WriteOnly);
-        image.save(&buffer, "PNG");
-        return bytes;
-    }
 
     static QVariantMap thumbnailDictionary(const QString &path)
     {
@@ -45,7 +35,7 @@ private slots:
     void writesBothSizesInTheSharedCache()
     {
         const QString path = m_drive.path(QStringLiteral("Big Picture.png"));
-        QVERIFY(TestDrive::writeFile(path, png(2000, 1000)));
+        QVERIFY(TestDrive::writeFile(path, TestDrive::png(2000, 1000)));
         QVERIFY(Thumbnailer::writeThumbnails(path));
         const QByteArray uri = "file://" + QFile::encodeName(path).replace(" ", "%20");
         const QString name = QString::fromLatin1(QCryptographicHash::hash(uri, QCryptographicHash::Md5).toHex()) + QStringLiteral(".png");
@@ -67,7 +57,7 @@ private slots:
     void staleThumbnailIsIgnored()
     {
         const QString path = m_drive.path(QStringLiteral("Changing.png"));
-        QVERIFY(TestDrive::writeFile(path, png(64, 64)));
+        QVERIFY(TestDrive::writeFile(path, TestDrive::png(64, 64)));
         QVERIFY(Thumbnailer::writeThumbnails(path));
         QVERIFY(!Thumbnailer::cachedThumbnail(path).isNull());
         QFile file(path);
@@ -101,7 +91,7 @@ private slots:
     void promiseCarriesThumbnailAndDownloadWritesCache()
     {
         const QString path = m_drive.path(QStringLiteral("Far Picture.png"));
-        QVERIFY(TestDrive::writeFile(path, png(300, 200)));
+        QVERIFY(TestDrive::writeFile(path, TestDrive::png(300, 200)));
         QVERIFY(!DriveSetup::promise(path));
         std::optional<Error> error;
         const auto placeholder = PromisePlaceholder::read(PromisePlaceholder::placeholderPathFor(path), &error);

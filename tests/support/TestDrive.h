@@ -21,6 +21,8 @@ public:
     QString freshFolder(const QString &name);
 
     static bool writeFile(const QString &path, const QByteArray &content);
+    /// The bytes of a PNG picture of one colour.
+    static QByteArray png(int width, int height);
 
 private:
     QTemporaryDir m_dir;
