@@ -5,9 +5,11 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QHash>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QMutex>
 #include <QUuid>
 
 #include <cerrno>
@@ -25,9 +27,56 @@ QString isoDate(const QDateTime &date)
     return date.isValid() ? date.toUTC().toString(Qt::ISODateWithMs) : QString();
 }
 
+/// Placeholders read lately, by path, while the file stays the same: one item's metadata, type
+/// and tags are asked in turn, and a placeholder may carry a large thumbnail.
+struct CachedPlaceholder {
+    dev_t device = 0;
+    ino_t inode = 0;
+    off_t size = 0;
+    timespec modified{};
+    timespec changed{};
+    PromisePlaceholder placeholder;
+
+    bool matches(const struct stat &st) const
+    {
+        return device == st.st_dev && inode == st.st_ino && size == st.st_size
+            && modified.tv_sec == st.st_mtim.tv_sec && modified.tv_nsec == st.st_mtim.tv_nsec
+            && changed.tv_sec == st.st_ctim.tv_sec && changed.tv_nsec == st.st_ctim.tv_nsec;
+    }
+};
+
+constexpr int CacheLimit = 256;
+QMutex g_cacheMutex;
+QHash<QString, CachedPlaceholder> g_cache;
+
+std::optional<PromisePlaceholder> parsePlaceholder(const QString &placeholderPath, std::optional<Error> *error);
+
 } // namespace
 
 std::optional<PromisePlaceholder> PromisePlaceholder::read(const QString &placeholderPath, std::optional<Error> *error)
+{
+    struct stat st;
+    const bool known = ::stat(QFile::encodeName(placeholderPath).constData(), &st) == 0;
+    if (known) {
+        QMutexLocker lock(&g_cacheMutex);
+        if (const auto found = g_cache.constFind(placeholderPath); found != g_cache.cend() && found->matches(st)) {
+            return found->placeholder;
+        }
+    }
+    std::optional<PromisePlaceholder> placeholder = parsePlaceholder(placeholderPath, error);
+    if (placeholder && known) {
+        QMutexLocker lock(&g_cacheMutex);
+        if (g_cache.size() >= CacheLimit) {
+            g_cache.clear();
+        }
+        g_cache.insert(placeholderPath, CachedPlaceholder{st.st_dev, st.st_ino, st.st_size, st.st_mtim, st.st_ctim, *placeholder});
+    }
+    return placeholder;
+}
+
+namespace {
+
+std::optional<PromisePlaceholder> parsePlaceholder(const QString &placeholderPath, std::optional<Error> *error)
 {
     QFile file(placeholderPath);
     if (!file.open(QIODevice::ReadOnly)) {
@@ -47,7 +96,7 @@ std::optional<PromisePlaceholder> PromisePlaceholder::read(const QString &placeh
     PromisePlaceholder p;
     p.name = json.value(QStringLiteral("name")).toString();
     if (p.name.isEmpty()) {
-        p.name = QFileInfo(logicalPathFor(placeholderPath)).fileName();
+        p.name = QFileInfo(PromisePlaceholder::logicalPathFor(placeholderPath)).fileName();
     }
     const QJsonValue size = json.value(QStringLiteral("size"));
     p.size = size.isDouble() ? qint64(size.toDouble()) : -1;
@@ -63,6 +112,8 @@ std::optional<PromisePlaceholder> PromisePlaceholder::read(const QString &placeh
     p.storeKey = json.value(QStringLiteral("storeKey")).toString();
     return p;
 }
+
+} // namespace
 
 std::optional<Error> PromisePlaceholder::write(const QString &placeholderPath, bool replace) const
 {
