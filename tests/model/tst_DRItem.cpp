@@ -290,6 +290,18 @@ private slots:
                  std::optional<QStringList>(QStringList{QStringLiteral("Red"), QStringLiteral("Work")}));
     }
 
+    // A promised item's placeholder changed by the service is read anew: its record never shows
+    // what the placeholder said before.
+    void changedPlaceholderIsReadAnew()
+    {
+        const QString path = writeFile(QStringLiteral("Cloud/Retagged.txt"), "r");
+        QVERIFY(!DriveSetup::promise(path));
+        QCOMPARE(DRItem::initWithURL(QUrl::fromLocalFile(path))->tags(), std::optional<QStringList>(QStringList()));
+        QVERIFY(!DriveSetup::setItemTags(path, {QStringLiteral("Blue")}));
+        QCOMPARE(DRItem::initWithURL(QUrl::fromLocalFile(path))->tags(),
+                 std::optional<QStringList>(QStringList{QStringLiteral("Blue")}));
+    }
+
     // The stored thumbnail is read once, lazily, from the shared cache.
     void thumbnailIsReadOnceFromTheCache()
     {
