@@ -49,10 +49,7 @@ void QuotaFetcher::runWithInterval(double seconds)
         m_timer->cancel();
         m_timer.reset();
     }
-    m_timer = std::make_unique<DispatchSourceTimer>(m_queue.get());
-    if (!m_timer) {
-        return; // no periodic fetching; fetchNow still works
-    }
+    m_timer = std::make_unique<DispatchSourceTimer>(m_queue.get()); // a queue's timer is always made
     const auto interval = nanoseconds(qint64(quint64(seconds * 1000000000.0)));
     m_timer->schedule(nanoseconds::zero(), interval, nanoseconds(1000000000));
     const std::weak_ptr<QuotaFetcher> weakSelf = weak_from_this();

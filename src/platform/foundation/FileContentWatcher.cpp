@@ -39,14 +39,15 @@ void FileContentWatcher::recheck()
 void FileContentWatcher::rearm()
 {
     const QStringList watchedFiles = m_watcher->files();
-    const QStringList watchedFolders = m_watcher->directories();
+    QStringList watchedFolders = m_watcher->directories();
     for (const QString &file : std::as_const(m_files)) {
         if (!watchedFiles.contains(file) && QFileInfo::exists(file)) {
             m_watcher->addPath(file);
         }
         const QString folder = QFileInfo(file).absolutePath();
-        if (!watchedFolders.contains(folder) && !m_watcher->directories().contains(folder)) {
+        if (!watchedFolders.contains(folder)) {
             m_watcher->addPath(folder);
+            watchedFolders.append(folder);
         }
     }
 }
