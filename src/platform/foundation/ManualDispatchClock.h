@@ -24,7 +24,8 @@ public:
     static ManualDispatchClock *installed();
 
     Nanoseconds now() const;
-    /// Moves time forward, firing the timers that fall due on the way.
+    /// Moves time forward, firing the timers that fall due on the way. Call it from the thread
+    /// that owns the timers: a timer cancelled meanwhile on another thread may still be fired.
     void advance(Nanoseconds span);
 
     void add(DispatchSourceTimer *timer, Nanoseconds firstFire, Nanoseconds interval);
