@@ -1,0 +1,84 @@
+#include "platform/ui/BarButtonItem.h"
+
+#include <QWidget>
+
+BarButtonItem::BarButtonItem(const QString &title, Style style, QObject *parent)
+    : QObject(parent)
+    , m_title(title)
+    , m_style(style)
+{
+}
+
+BarButtonItem::BarButtonItem(SystemItem systemItem, QObject *parent)
+    : QObject(parent)
+    , m_systemItem(systemItem)
+{
+    if (systemItem == SystemItem::Done) {
+        m_style = Style::Done;
+    }
+}
+
+BarButtonItem::BarButtonItem(QWidget *customView, QObject *parent)
+    : QObject(parent)
+    , m_customView(customView)
+    , m_customViewHome(customView ? customView->parentWidget() : nullptr)
+{
+}
+
+void BarButtonItem::setTitle(const QString &title)
+{
+    if (m_title != title) {
+        m_title = title;
+        Q_EMIT changed();
+    }
+}
+
+void BarButtonItem::setEnabled(bool enabled)
+{
+    if (m_enabled != enabled) {
+        m_enabled = enabled;
+        Q_EMIT changed();
+    }
+}
+
+void BarButtonItem::trigger()
+{
+    if (m_enabled && m_action) {
+        m_action();
+    }
+}
+
+QString BarButtonItem::displayText() const
+{
+    if (!m_title.isEmpty()) {
+        return m_title;
+    }
+    switch (m_systemItem) {
+    case SystemItem::Done:
+        return tr("Done");
+    case SystemItem::Cancel:
+        return tr("Cancel");
+    case SystemItem::Edit:
+        return tr("Edit");
+    default:
+        return {};
+    }
+}
+
+QString BarButtonItem::iconName() const
+{
+    switch (m_systemItem) {
+    case SystemItem::Organize:
+        return QStringLiteral("folder-new");
+    case SystemItem::Trash:
+        return QStringLiteral("user-trash");
+    case SystemItem::Action:
+        return QStringLiteral("document-share");
+    case SystemItem::Add:
+        return QStringLiteral("list-add");
+    case SystemItem::Search:
+        return QStringLiteral("edit-find");
+    default:
+        return {};
+    }
+}

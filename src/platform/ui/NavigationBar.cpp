@@ -1,0 +1,106 @@
+#include "platform/ui/NavigationBar.h"
+
+#include "platform/ui/ActivityIndicatorView.h"
+#include "platform/ui/BarItemsView.h"
+#include "platform/ui/Font.h"
+#include "platform/ui/NavigationItem.h"
+#include "platform/ui/NetworkActivityIndicator.h"
+#include "platform/ui/SystemColor.h"
+
+#include <QFontMetrics>
+#include <QGridLayout>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QPainter>
+#include <QToolButton>
+
+NavigationBar::NavigationBar(QWidget *parent)
+    : QWidget(parent)
+    , m_back(new QToolButton(this))
+    , m_left(new BarItemsView(this))
+    , m_title(new QLabel(this))
+    , m_right(new BarItemsView(this))
+    , m_activity(new ActivityIndicatorView(this))
+{
+    setObjectName(QStringLiteral("navigationBar"));
+    setFixedHeight(Height);
+    setAutoFillBackground(false);
+
+    m_back->setObjectName(QStringLiteral("backButton"));
+    m_back->setAutoRaise(true);
+    m_back->setMinimumSize(BarItemsView::MinimumHitSize, BarItemsView::MinimumHitSize);
+    m_back->setFont(Font::preferredFontForTextStyle(Font::TextStyle::Body));
+    m_back->setStyleSheet(QStringLiteral("QToolButton { color: %1; border: none; padding: 0 6px; }")
+                              .arg(SystemColor::systemBlueColor().name()));
+    m_back->setCursor(Qt::PointingHandCursor);
+    connect(m_back, &QToolButton::clicked, this, &NavigationBar::backRequested);
+
+    m_title->setObjectName(QStringLiteral("navigationTitle"));
+    m_title->setFont(Font::preferredFontForTextStyle(Font::TextStyle::Headline));
+    m_title->setAlignment(Qt::AlignCenter);
+
+    // the title stays centred on the bar whatever the sides hold
+    auto *grid = new QGridLayout(this);
+    grid->setContentsMargins(4, 0, 8, 0);
+    auto *leftSide = new QHBoxLayout;
+    leftSide->addWidget(m_back);
+    leftSide->addWidget(m_left);
+    leftSide->addStretch(1);
+    auto *rightSide = new QHBoxLayout;
+    rightSide->addStretch(1);
+    rightSide->addWidget(m_activity);
+    rightSide->addWidget(m_right);
+    grid->addLayout(leftSide, 0, 0);
+    grid->addWidget(m_title, 0, 1);
+    grid->addLayout(rightSide, 0, 2);
+    grid->setColumnStretch(0, 1);
+    grid->setColumnStretch(1, 2);
+    grid->setColumnStretch(2, 1);
+
+    auto *indicator = NetworkActivityIndicator::shared();
+    connect(indicator, &NetworkActivityIndicator::visibleChanged, this, [this](bool visible) {
+        visible ? m_activity->startAnimating() : m_activity->stopAnimating();
+    }, Qt::QueuedConnection);
+    if (indicator->isVisible()) {
+        m_activity->startAnimating();
+    }
+    refresh();
+}
+
+void NavigationBar::setItem(NavigationItem *item, const QString &backTitle, bool canGoBack)
+{
+    if (m_item) {
+        disconnect(m_item.data(), nullptr, this, nullptr);
+    }
+    m_item = item;
+    m_backTitle = backTitle;
+    m_canGoBack = canGoBack;
+    if (item) {
+        connect(item, &NavigationItem::changed, this, &NavigationBar::refresh);
+    }
+    refresh();
+}
+
+QString NavigationBar::titleText() const
+{
+    return m_title->text();
+}
+
+void NavigationBar::refresh()
+{
+    const bool showBack = m_canGoBack && (!m_item || !m_item->hidesBackButton());
+    m_back->setVisible(showBack);
+    const QString backText = m_backTitle.isEmpty() ? tr("Back") : m_backTitle;
+    m_back->setText(QStringLiteral("‹ ") + QFontMetrics(m_back->font()).elidedText(backText, Qt::ElideRight, 120));
+    m_title->setText(m_item ? (m_item->prompt().isEmpty() ? m_item->title() : m_item->prompt()) : QString());
+    m_left->setItems(m_item ? m_item->leftBarButtonItems() : QList<BarButtonItem *>{});
+    m_right->setItems(m_item ? m_item->rightBarButtonItems() : QList<BarButtonItem *>{});
+}
+
+void NavigationBar::paintEvent(QPaintEvent *event)
+{
+    Q_UNUSED(event)
+    QPainter painter(this);
+    painter.fillRect(rect(), QColor(249, 249, 249));
+    painter.fillRect(QRect(0, height() - 1, width(), 1), QColor(0, 0, 0, 40));
+}

@@ -1,0 +1,50 @@
+#include "platform/ui/Window.h"
+
+#include "platform/ui/Device.h"
+#include "platform/ui/ViewController.h"
+
+#include <QResizeEvent>
+#include <QVBoxLayout>
+
+Window::Window(const QRect &frame, QWidget *parent)
+    : QWidget(parent)
+{
+    setObjectName(QStringLiteral("window"));
+    setWindowTitle(tr("Aerova Drive"));
+    setGeometry(frame);
+    auto *layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    Device::setWindowSize(frame.size());
+}
+
+Window::~Window()
+{
+    delete m_rootViewController.data();
+}
+
+void Window::setRootViewController(ViewController *controller)
+{
+    if (m_rootViewController == controller) {
+        return;
+    }
+    delete m_rootViewController.data();
+    m_rootViewController = controller;
+    if (controller) {
+        controller->setParent(nullptr);
+        layout()->addWidget(controller->view());
+        controller->view()->show();
+    }
+}
+
+void Window::makeKeyAndVisible()
+{
+    show();
+    activateWindow();
+    raise();
+}
+
+void Window::resizeEvent(QResizeEvent *event)
+{
+    Device::setWindowSize(event->size());
+    QWidget::resizeEvent(event);
+}
