@@ -1,5 +1,7 @@
 #include "platform/foundation/DispatchQueue.h"
 
+#include "platform/foundation/ManualDispatchClock.h"
+
 #include <QCoreApplication>
 #include <QThreadPool>
 #include <QTimer>
@@ -104,6 +106,10 @@ void DispatchQueue::sync(const std::function<void()> &block)
 
 void DispatchQueue::asyncAfter(int msec, std::function<void()> block)
 {
+    if (auto *clock = ManualDispatchClock::installed()) {
+        clock->addDeferredBlock(this, std::chrono::milliseconds(msec), std::move(block));
+        return;
+    }
     QObject *target = context();
     if (!target) {
         return;

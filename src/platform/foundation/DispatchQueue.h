@@ -32,7 +32,7 @@ public:
     /// Runs a block on the queue and waits for it. Called from the queue itself, the block runs
     /// at once instead of deadlocking.
     void sync(const std::function<void()> &block);
-    /// Submits a block to run after `msec` milliseconds.
+    /// Submits a block to run after `msec` milliseconds (on the manual clock, when one is installed).
     void asyncAfter(int msec, std::function<void()> block);
 
     /// The object living on the queue's thread: the context of its connections and timers.

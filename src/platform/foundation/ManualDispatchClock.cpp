@@ -1,5 +1,6 @@
 #include "platform/foundation/ManualDispatchClock.h"
 
+#include "platform/foundation/DispatchQueue.h"
 #include "platform/foundation/DispatchSourceTimer.h"
 
 #include <QList>
@@ -34,9 +35,14 @@ ManualDispatchClock::Nanoseconds ManualDispatchClock::now() const
 void ManualDispatchClock::advance(Nanoseconds span)
 {
     QList<DispatchSourceTimer *> due;
+    std::vector<DeferredBlock> dueBlocks;
     {
         QMutexLocker lock(&m_mutex);
         m_now += span;
+        const auto firstLater = std::stable_partition(m_deferred.begin(), m_deferred.end(),
+                                                      [this](const DeferredBlock &b) { return b.due <= m_now; });
+        std::move(m_deferred.begin(), firstLater, std::back_inserter(dueBlocks));
+        m_deferred.erase(m_deferred.begin(), firstLater);
         for (auto &[timer, entry] : m_timers) {
             while (entry.next <= m_now) {
                 due.append(timer);
@@ -51,6 +57,17 @@ void ManualDispatchClock::advance(Nanoseconds span)
     for (DispatchSourceTimer *timer : due) {
         timer->fire();
     }
+    std::stable_sort(dueBlocks.begin(), dueBlocks.end(),
+                     [](const DeferredBlock &a, const DeferredBlock &b) { return a.due < b.due; });
+    for (DeferredBlock &deferred : dueBlocks) {
+        deferred.queue->async(std::move(deferred.block));
+    }
+}
+
+void ManualDispatchClock::addDeferredBlock(DispatchQueue *queue, Nanoseconds delay, std::function<void()> block)
+{
+    QMutexLocker lock(&m_mutex);
+    m_deferred.push_back({m_now + delay, queue, std::move(block)});
 }
 
 void ManualDispatchClock::add(DispatchSourceTimer *timer, Nanoseconds firstFire, Nanoseconds interval)

@@ -3,8 +3,11 @@
 #include <QMutex>
 
 #include <chrono>
+#include <functional>
 #include <map>
+#include <vector>
 
+class DispatchQueue;
 class DispatchSourceTimer;
 
 /// A clock that moves only when told to. While one is installed, every timer resumed afterwards
@@ -30,6 +33,9 @@ public:
 
     void add(DispatchSourceTimer *timer, Nanoseconds firstFire, Nanoseconds interval);
     void remove(DispatchSourceTimer *timer);
+    /// A block that `DispatchQueue::asyncAfter` deferred while this clock is installed: it runs
+    /// on `queue` once the clock has moved `delay` past now.
+    void addDeferredBlock(DispatchQueue *queue, Nanoseconds delay, std::function<void()> block);
 
 private:
     struct Entry {
@@ -40,4 +46,10 @@ private:
     mutable QMutex m_mutex;
     Nanoseconds m_now{0};
     std::map<DispatchSourceTimer *, Entry> m_timers;
+    struct DeferredBlock {
+        Nanoseconds due;
+        DispatchQueue *queue;
+        std::function<void()> block;
+    };
+    std::vector<DeferredBlock> m_deferred;
 };

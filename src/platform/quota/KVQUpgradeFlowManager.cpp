@@ -1,0 +1,75 @@
+#include "platform/quota/KVQUpgradeFlowManager.h"
+
+#include "platform/drive/DriveLayout.h"
+#include "platform/foundation/ByteCountFormatter.h"
+#include "platform/quota/KVQOffer.h"
+#include "platform/ui/AlertAction.h"
+#include "platform/ui/AlertController.h"
+
+#include <QFile>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QSaveFile>
+
+KVQUpgradeFlowManager::KVQUpgradeFlowManager(QObject *parent)
+    : QObject(parent)
+{
+}
+
+std::unique_ptr<KVQUpgradeFlowManager> KVQUpgradeFlowManager::initWithOffer(const std::shared_ptr<KVQOffer> &offer)
+{
+    auto manager = std::make_unique<KVQUpgradeFlowManager>();
+    manager->m_offer = offer;
+    return manager;
+}
+
+QList<KVQUpgradeFlowManager::Plan> KVQUpgradeFlowManager::plans()
+{
+    constexpr qint64 GB = 1000LL * 1000 * 1000;
+    return {{tr("50 GB"), 50 * GB}, {tr("200 GB"), 200 * GB}, {tr("2 TB"), 2000 * GB}};
+}
+
+void KVQUpgradeFlowManager::beginFlowWithPresentingViewController(ViewController *presenter)
+{
+    if (!presenter) {
+        return;
+    }
+    auto *sheet = new AlertController(m_offer && !m_offer->title().isEmpty() ? m_offer->title() : tr("Upgrade Storage"),
+                                      tr("Choose a storage plan."), AlertController::Style::Alert);
+    sheet->setObjectName(QStringLiteral("upgradeFlow"));
+    QPointer<KVQUpgradeFlowManager> self(this);
+    for (const Plan &plan : plans()) {
+        sheet->addAction(new AlertAction(plan.title, AlertAction::Style::Default, [self, plan](AlertAction *) {
+            if (self) {
+                self->choosePlan(plan);
+            }
+        }));
+    }
+    sheet->addAction(new AlertAction(tr("Not Now"), AlertAction::Style::Cancel, {}));
+    presenter->presentViewController(sheet, true);
+}
+
+bool KVQUpgradeFlowManager::choosePlan(const Plan &plan)
+{
+    QJsonObject quota;
+    QFile current(DriveLayout::quotaFile());
+    if (current.open(QIODevice::ReadOnly)) {
+        quota = QJsonDocument::fromJson(current.readAll()).object();
+    }
+    quota.insert(QStringLiteral("plan"), double(plan.bytes));
+    QSaveFile quotaFile(DriveLayout::quotaFile());
+    if (!quotaFile.open(QIODevice::WriteOnly)) {
+        return false;
+    }
+    quotaFile.write(QJsonDocument(quota).toJson());
+    if (!quotaFile.commit()) {
+        return false;
+    }
+    // the larger plan settles the offer: the service has nothing more to sell for now
+    QSaveFile offerFile(DriveLayout::offerFile());
+    if (!offerFile.open(QIODevice::WriteOnly)) {
+        return false;
+    }
+    offerFile.write(QJsonDocument(QJsonObject{{QStringLiteral("level"), 0}, {QStringLiteral("title"), QString()}}).toJson());
+    return offerFile.commit();
+}
