@@ -1,0 +1,184 @@
+#include "platform/lists/DocumentItemDelegate.h"
+
+#include "platform/lists/DocumentListModel.h"
+#include "platform/ui/Font.h"
+#include "platform/ui/SystemColor.h"
+
+#include <QFontMetrics>
+#include <QIcon>
+#include <QPainter>
+#include <QPainterPath>
+
+namespace {
+const QColor SecondaryText(142, 142, 147);
+const QColor Separator(0, 0, 0, 28);
+} // namespace
+
+DocumentItemDelegate::DocumentItemDelegate(QObject *parent)
+    : QStyledItemDelegate(parent)
+{
+}
+
+QSize DocumentItemDelegate::sizeHint(const QStyleOptionViewItem &option, const QModelIndex &index) const
+{
+    Q_UNUSED(index)
+    return m_gridMode ? TileSize : QSize(option.rect.width(), RowHeight);
+}
+
+void DocumentItemDelegate::paint(QPainter *painter, const QStyleOptionViewItem &option, const QModelIndex &index) const
+{
+    painter->save();
+    painter->setRenderHint(QPainter::Antialiasing);
+    painter->setRenderHint(QPainter::SmoothPixmapTransform);
+    m_gridMode ? paintTile(painter, option, index) : paintRow(painter, option, index);
+    painter->restore();
+}
+
+void DocumentItemDelegate::paintPicture(QPainter *painter, const QRect &rect, const QModelIndex &index) const
+{
+    const QVariant thumbnail = index.data(DocumentListModel::ThumbnailRole);
+    if (thumbnail.canConvert<QImage>() && !thumbnail.value<QImage>().isNull()) {
+        const QImage image = thumbnail.value<QImage>();
+        QSize size = image.size().scaled(rect.size(), Qt::KeepAspectRatio);
+        QRect target(QPoint(0, 0), size);
+        target.moveCenter(rect.center());
+        QPainterPath clip;
+        clip.addRoundedRect(target, 4, 4);
+        painter->setClipPath(clip);
+        painter->drawImage(target, image);
+        painter->setClipping(false);
+        painter->setPen(QPen(Separator, 1));
+        painter->drawRoundedRect(target, 4, 4);
+        return;
+    }
+    const QIcon icon = index.data(DocumentListModel::IconRole).value<QIcon>();
+    icon.paint(painter, rect);
+}
+
+void DocumentItemDelegate::paintCheck(QPainter *painter, const QPoint &center, bool checked) const
+{
+    const QRectF circle(center.x() - 11, center.y() - 11, 22, 22);
+    if (checked) {
+        painter->setPen(Qt::NoPen);
+        painter->setBrush(SystemColor::systemBlueColor());
+        painter->drawEllipse(circle);
+        painter->setPen(QPen(Qt::white, 2.2, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
+        painter->drawPolyline(QList<QPointF>{{center.x() - 5.0, center.y() + 0.5},
+                                             {center.x() - 1.5, center.y() + 4.0},
+                                             {center.x() + 5.5, center.y() - 4.0}});
+    } else {
+        painter->setBrush(Qt::white);
+        painter->setPen(QPen(QColor(199, 199, 204), 1.5));
+        painter->drawEllipse(circle);
+    }
+}
+
+void DocumentItemDelegate::paintCloudBadge(QPainter *painter, const QRect &rect) const
+{
+    // a small cloud with a downward arrow: the item is on the drive, not on this device
+    const QColor color = SystemColor::systemBlueColor();
+    QPainterPath cloud;
+    const qreal w = rect.width();
+    const qreal h = rect.height();
+    const QPointF o = rect.topLeft();
+    cloud.addEllipse(QRectF(o.x() + w * 0.05, o.y() + h * 0.40, w * 0.40, h * 0.45));
+    cloud.addEllipse(QRectF(o.x() + w * 0.25, o.y() + h * 0.15, w * 0.50, h * 0.60));
+    cloud.addEllipse(QRectF(o.x() + w * 0.55, o.y() + h * 0.38, w * 0.40, h * 0.47));
+    cloud.addRect(QRectF(o.x() + w * 0.25, o.y() + h * 0.55, w * 0.50, h * 0.30));
+    painter->setPen(Qt::NoPen);
+    painter->setBrush(color);
+    painter->drawPath(cloud.simplified());
+    painter->setPen(QPen(Qt::white, std::max(1.5, w / 12.0), Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
+    const QPointF top(o.x() + w * 0.5, o.y() + h * 0.38);
+    const QPointF bottom(o.x() + w * 0.5, o.y() + h * 0.72);
+    painter->drawLine(top, bottom);
+    painter->drawLine(bottom, bottom + QPointF(-w * 0.12, -h * 0.12));
+    painter->drawLine(bottom, bottom + QPointF(w * 0.12, -h * 0.12));
+}
+
+void DocumentItemDelegate::paintRow(QPainter *painter, const QStyleOptionViewItem &option,
+                                    const QModelIndex &index) const
+{
+    const QRect rect = option.rect;
+    const bool selected = m_editing && (option.state & QStyle::State_Selected);
+    painter->fillRect(rect, selected ? QColor(0, 122, 255, 24) : QColor(Qt::white));
+    if (option.state & QStyle::State_Sunken) {
+        painter->fillRect(rect, QColor(0, 0, 0, 14));
+    }
+    int x = rect.left() + 16;
+    if (m_editing) {
+        paintCheck(painter, QPoint(x + 11, rect.center().y()), selected);
+        x += 22 + 14;
+    }
+    const QRect picture(x, rect.top() + 10, 44, 44);
+    paintPicture(painter, picture, index);
+    x = picture.right() + 14;
+
+    const bool isPromise = index.data(DocumentListModel::IsPromiseRole).toBool();
+    const bool isFolder = index.data(DocumentListModel::IsFolderRole).toBool();
+    const int badge = isPromise ? 28 : 0;
+    const int chevron = isFolder && !m_editing ? 20 : 0;
+    const int textRight = rect.right() - 16 - badge - chevron;
+
+    const QFont nameFont = Font::preferredFontForTextStyle(Font::TextStyle::Body);
+    const QFont subtitleFont = Font::preferredFontForTextStyle(Font::TextStyle::Footnote);
+    const QFontMetrics nameMetrics(nameFont);
+    const QFontMetrics subtitleMetrics(subtitleFont);
+    const QString subtitle = index.data(DocumentListModel::SubtitleRole).toString();
+    const int block = nameMetrics.height() + (subtitle.isEmpty() ? 0 : 2 + subtitleMetrics.height());
+    int y = rect.center().y() - block / 2;
+    painter->setFont(nameFont);
+    painter->setPen(Qt::black);
+    painter->drawText(QRect(x, y, textRight - x, nameMetrics.height()), Qt::AlignLeft | Qt::AlignVCenter,
+                      nameMetrics.elidedText(index.data().toString(), Qt::ElideMiddle, textRight - x));
+    if (!subtitle.isEmpty()) {
+        y += nameMetrics.height() + 2;
+        painter->setFont(subtitleFont);
+        painter->setPen(SecondaryText);
+        painter->drawText(QRect(x, y, textRight - x, subtitleMetrics.height()), Qt::AlignLeft | Qt::AlignVCenter,
+                          subtitleMetrics.elidedText(subtitle, Qt::ElideRight, textRight - x));
+    }
+    if (isPromise) {
+        paintCloudBadge(painter, QRect(rect.right() - 16 - 24 - chevron, rect.center().y() - 9, 24, 18));
+    }
+    if (chevron) {
+        painter->setPen(QPen(QColor(199, 199, 204), 2, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
+        const QPoint c(rect.right() - 20, rect.center().y());
+        painter->drawPolyline(QList<QPoint>{c + QPoint(-3, -6), c + QPoint(3, 0), c + QPoint(-3, 6)});
+    }
+    painter->fillRect(QRect(picture.left(), rect.bottom(), rect.right() - picture.left(), 1), Separator);
+}
+
+void DocumentItemDelegate::paintTile(QPainter *painter, const QStyleOptionViewItem &option,
+                                     const QModelIndex &index) const
+{
+    const QRect rect = option.rect.adjusted(4, 4, -4, -4);
+    const bool selected = m_editing && (option.state & QStyle::State_Selected);
+    if (selected) {
+        painter->setPen(Qt::NoPen);
+        painter->setBrush(QColor(0, 122, 255, 28));
+        painter->drawRoundedRect(rect, 10, 10);
+    }
+    const QRect picture(rect.center().x() - 36, rect.top() + 6, 72, 72);
+    paintPicture(painter, picture, index);
+    if (index.data(DocumentListModel::IsPromiseRole).toBool()) {
+        paintCloudBadge(painter, QRect(picture.right() - 18, picture.bottom() - 14, 22, 16));
+    }
+    if (m_editing) {
+        paintCheck(painter, QPoint(picture.right() - 4, picture.top() + 6), selected);
+    }
+    const QFont nameFont = Font::preferredFontForTextStyle(Font::TextStyle::Footnote);
+    const QFont subtitleFont = Font::preferredFontForTextStyle(Font::TextStyle::Caption2);
+    const QFontMetrics nameMetrics(nameFont);
+    painter->setFont(nameFont);
+    painter->setPen(Qt::black);
+    const QRect nameRect(rect.left() + 2, picture.bottom() + 6, rect.width() - 4, nameMetrics.height() * 2);
+    painter->drawText(nameRect, Qt::AlignHCenter | Qt::AlignTop | Qt::TextWrapAnywhere,
+                      nameMetrics.elidedText(index.data().toString(), Qt::ElideMiddle, nameRect.width() * 2 - 8));
+    painter->setFont(subtitleFont);
+    painter->setPen(SecondaryText);
+    QString subtitle = index.data(DocumentListModel::SubtitleRole).toString();
+    subtitle = subtitle.section(QStringLiteral(" · "), 0, 0);
+    painter->drawText(QRect(rect.left(), nameRect.bottom() + 1, rect.width(), QFontMetrics(subtitleFont).height()),
+                      Qt::AlignHCenter | Qt::AlignTop, subtitle);
+}

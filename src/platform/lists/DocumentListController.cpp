@@ -1,0 +1,428 @@
+#include "platform/lists/DocumentListController.h"
+
+#include "app/Settings.h"
+#include "model/FileUtils.h"
+#include "platform/drive/DriveLayout.h"
+#include "platform/drive/KDContainer.h"
+#include "platform/drive/KDURL.h"
+#include "platform/foundation/LocalizedString.h"
+#include "platform/lists/DocumentItemDelegate.h"
+#include "platform/lists/DocumentListControllerDelegate.h"
+#include "platform/lists/DocumentListModel.h"
+#include "platform/lists/DocumentSearchController.h"
+#include "platform/ui/AlertAction.h"
+#include "platform/ui/AlertController.h"
+#include "platform/ui/Font.h"
+#include "platform/ui/NavigationController.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QFileSystemWatcher>
+#include <QListView>
+#include <QMouseEvent>
+#include <QPushButton>
+#include <QScrollBar>
+#include <QScroller>
+#include <QVBoxLayout>
+
+namespace {
+constexpr int LongPressMilliseconds = 500;
+constexpr int SwipeDistance = 60;
+constexpr int TapSlop = 10;
+
+QString driveRootTitle()
+{
+    return LocalizedString::localized(QStringLiteral("Aerova Drive"));
+}
+} // namespace
+
+DocumentListController::DocumentListController(QObject *parent)
+    : ViewController(parent)
+    , m_isDriveRoot(true)
+{
+    const std::shared_ptr<KDContainer> container = KDContainer::containerWithIdentifier(KDUbiquitousDefaultContainerID);
+    m_presentedURL = container ? container->containerURL() : QUrl();
+    setTitle(driveRootTitle());
+    setUp();
+}
+
+DocumentListController::DocumentListController(const QUrl &folderURL, QObject *parent)
+    : ViewController(parent)
+    , m_presentedURL(folderURL.adjusted(QUrl::StripTrailingSlash))
+{
+    std::shared_ptr<KDContainer> container;
+    if (kd_isDocumentsContainer(m_presentedURL)
+        && (container = KDContainer::containerForItemAtURL_error(m_presentedURL, nullptr))) {
+        setTitle(container->isDefaultContainer() ? driveRootTitle() : container->localizedName());
+    } else {
+        setTitle(QFileInfo(m_presentedURL.toLocalFile()).fileName());
+    }
+    setUp();
+}
+
+DocumentListController::~DocumentListController() = default;
+
+void DocumentListController::setUp()
+{
+    m_model = new DocumentListModel(this);
+    m_reloadTimer.setSingleShot(true);
+    m_reloadTimer.setInterval(150);
+    connect(&m_reloadTimer, &QTimer::timeout, this, &DocumentListController::reloadContents);
+    m_longPressTimer.setSingleShot(true);
+    m_longPressTimer.setInterval(LongPressMilliseconds);
+    connect(&m_longPressTimer, &QTimer::timeout, this, [this] {
+        const QModelIndex index = m_listView ? m_listView->indexAt(m_pressPosition) : QModelIndex();
+        if (index.isValid()) {
+            m_suppressClick = true;
+            showActionsForItemAtURL(index.data(DocumentListModel::UrlRole).toUrl());
+        }
+    });
+    m_model->setEntries(m_isDriveRoot ? DocumentListModel::entriesOfDriveRoot()
+                                      : DocumentListModel::entriesOfFolder(m_presentedURL.toLocalFile()));
+    watchFolder();
+}
+
+void DocumentListController::watchFolder()
+{
+    m_watcher = new QFileSystemWatcher(this);
+    QStringList paths{m_presentedURL.toLocalFile()};
+    if (m_isDriveRoot) {
+        // new or removed app containers show in the root too
+        paths.append(DriveLayout::mobileDocumentsPath());
+    }
+    for (const QString &path : std::as_const(paths)) {
+        if (!path.isEmpty() && QFileInfo(path).isDir()) {
+            m_watcher->addPath(path);
+        }
+    }
+    connect(m_watcher, &QFileSystemWatcher::directoryChanged, this, [this] { m_reloadTimer.start(); });
+}
+
+QList<DocumentListController *> DocumentListController::listControllerHierarchyForURL(const QUrl &folderURL,
+                                                                                     QObject *parent)
+{
+    const QUrl folder = folderURL.adjusted(QUrl::StripTrailingSlash | QUrl::NormalizePathSegments);
+    if (!folder.isLocalFile() || !kd_isInMobileDocuments(folder) || !QFileInfo(folder.toLocalFile()).isDir()) {
+        return {};
+    }
+    QList<DocumentListController *> chain{new DocumentListController(parent)};
+    const QString relative = kd_pathRelativeToMobileDocuments(folder);
+    QStringList components = relative.split(QLatin1Char('/'), Qt::SkipEmptyParts);
+    if (components.isEmpty()) {
+        return chain;
+    }
+    const QString containerId = components.takeFirst();
+    QString path = DriveLayout::mobileDocumentsPath() + QLatin1Char('/') + containerId;
+    if (containerId != KDUbiquitousDefaultContainerID) {
+        const std::shared_ptr<KDContainer> container = KDContainer::containerWithIdentifier(containerId);
+        if (!container || container->documentsURL().isEmpty()) {
+            qDeleteAll(chain);
+            return {};
+        }
+        // an app container's list is its documents folder
+        if (!components.isEmpty() && components.first() == QLatin1String("Documents")) {
+            components.removeFirst();
+        }
+        path = container->documentsURL().toLocalFile();
+        chain.append(new DocumentListController(container->documentsURL(), parent));
+    }
+    for (const QString &component : std::as_const(components)) {
+        path += QLatin1Char('/') + component;
+        chain.append(new DocumentListController(QUrl::fromLocalFile(path), parent));
+    }
+    return chain;
+}
+
+QWidget *DocumentListController::loadView()
+{
+    auto *root = new QWidget;
+    root->setObjectName(QStringLiteral("documentList"));
+    root->setAutoFillBackground(true);
+    auto *layout = new QVBoxLayout(root);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
+
+    auto *search = new QPushButton(LocalizedString::localized(QStringLiteral("Search")), root);
+    search->setObjectName(QStringLiteral("searchField"));
+    search->setIcon(QIcon::fromTheme(QStringLiteral("edit-find")));
+    search->setFont(Font::preferredFontForTextStyle(Font::TextStyle::Body));
+    search->setMinimumHeight(36);
+    search->setCursor(Qt::PointingHandCursor);
+    search->setStyleSheet(QStringLiteral("QPushButton { text-align: left; color: #8e8e93; background: #eeeef0;"
+                                         " border: none; border-radius: 10px; padding: 0 10px; margin: 8px 12px; }"));
+    connect(search, &QPushButton::clicked, this, &DocumentListController::showSearch);
+    layout->addWidget(search);
+
+    m_listView = new QListView(root);
+    m_listView->setObjectName(QStringLiteral("documentListView"));
+    m_listView->setModel(m_model);
+    m_itemDelegate = new DocumentItemDelegate(m_listView);
+    m_listView->setItemDelegate(m_itemDelegate);
+    m_listView->setUniformItemSizes(true);
+    m_listView->setFrameShape(QFrame::NoFrame);
+    m_listView->setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
+    m_listView->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    m_listView->setSelectionMode(QAbstractItemView::NoSelection);
+    m_listView->setMouseTracking(false);
+    m_listView->viewport()->installEventFilter(this);
+    QScroller::grabGesture(m_listView->viewport(), QScroller::TouchGesture);
+    layout->addWidget(m_listView, 1);
+
+    m_rowAnchor = new QWidget(m_listView->viewport());
+    m_rowAnchor->setObjectName(QStringLiteral("rowAnchor"));
+    m_rowAnchor->setAttribute(Qt::WA_TransparentForMouseEvents);
+    m_rowAnchor->hide();
+
+    connect(m_listView, &QListView::clicked, this, [this](const QModelIndex &index) {
+        if (!m_editing) {
+            activateItemAtURL(index.data(DocumentListModel::UrlRole).toUrl());
+        }
+    });
+    connect(m_listView->selectionModel(), &QItemSelectionModel::selectionChanged, this, [this] {
+        if (m_editing) {
+            notifyItemsChanged();
+        }
+    });
+    applyGridMode();
+    return root;
+}
+
+QListView *DocumentListController::listView()
+{
+    view();
+    return m_listView.data();
+}
+
+void DocumentListController::applyGridMode()
+{
+    const bool grid = Settings::gridMode();
+    m_itemDelegate->setGridMode(grid);
+    if (grid) {
+        m_listView->setViewMode(QListView::IconMode);
+        m_listView->setGridSize(DocumentItemDelegate::TileSize);
+        m_listView->setResizeMode(QListView::Adjust);
+        m_listView->setMovement(QListView::Static);
+        m_listView->setWrapping(true);
+    } else {
+        m_listView->setViewMode(QListView::ListMode);
+        m_listView->setGridSize({});
+        m_listView->setWrapping(false);
+    }
+}
+
+DocumentListControllerDelegate *DocumentListController::listDelegate() const
+{
+    return qobject_cast<DocumentListControllerDelegate *>(m_delegate.data());
+}
+
+void DocumentListController::notifyItemsChanged()
+{
+    if (auto *delegate = listDelegate()) {
+        delegate->documentListControllerItemsChanged(this);
+    }
+}
+
+QList<QUrl> DocumentListController::containedItems() const
+{
+    return m_model->urls();
+}
+
+qsizetype DocumentListController::containedItemCount() const
+{
+    return m_model->rowCount();
+}
+
+QList<QUrl> DocumentListController::selectedItems() const
+{
+    QList<QUrl> urls;
+    if (!m_listView) {
+        return urls;
+    }
+    QModelIndexList rows = m_listView->selectionModel()->selectedIndexes();
+    std::sort(rows.begin(), rows.end(), [](const QModelIndex &a, const QModelIndex &b) { return a.row() < b.row(); });
+    for (const QModelIndex &index : std::as_const(rows)) {
+        urls.append(index.data(DocumentListModel::UrlRole).toUrl());
+    }
+    return urls;
+}
+
+void DocumentListController::setSelectedItems(const QList<QUrl> &urls)
+{
+    QItemSelectionModel *selection = listView()->selectionModel();
+    QItemSelection wanted;
+    for (const QUrl &url : urls) {
+        const int row = m_model->rowForURL(url);
+        if (row >= 0) {
+            wanted.select(m_model->index(row), m_model->index(row));
+        }
+    }
+    selection->select(wanted, QItemSelectionModel::ClearAndSelect);
+}
+
+void DocumentListController::setEditing_animated(bool editing, bool animated)
+{
+    Q_UNUSED(animated)
+    listView();
+    if (m_editing == editing) {
+        return;
+    }
+    m_editing = editing;
+    m_itemDelegate->setEditing(editing);
+    m_listView->clearSelection();
+    m_listView->setSelectionMode(editing ? QAbstractItemView::MultiSelection : QAbstractItemView::NoSelection);
+    m_listView->viewport()->update();
+}
+
+void DocumentListController::reloadContents()
+{
+    const QList<QUrl> selected = selectedItems();
+    const int scroll = m_listView ? m_listView->verticalScrollBar()->value() : 0;
+    const bool changed = m_model->setEntries(m_isDriveRoot ? DocumentListModel::entriesOfDriveRoot()
+                                                           : DocumentListModel::entriesOfFolder(m_presentedURL.toLocalFile()));
+    if (!changed) {
+        return;
+    }
+    if (m_listView) {
+        // a change on disk keeps what the user selected and where they were
+        const QSignalBlocker block(m_listView->selectionModel());
+        setSelectedItems(selected);
+        m_listView->verticalScrollBar()->setValue(scroll);
+    }
+    notifyItemsChanged();
+}
+
+void DocumentListController::activateItemAtURL(const QUrl &url)
+{
+    const int row = m_model->rowForURL(url);
+    if (row < 0) {
+        return;
+    }
+    auto *delegate = listDelegate();
+    if (!delegate) {
+        return;
+    }
+    const DocumentListEntry &entry = m_model->entries().at(row);
+    if (entry.isFolder || entry.isAppContainer) {
+        auto *folderList = new DocumentListController(entry.url, this);
+        delegate->documentListController_didSelectContainerWithViewController(this, folderList);
+        if (!folderList->navigationController()) {
+            folderList->deleteLater(); // nobody took it
+        }
+        return;
+    }
+    delegate->documentListController_didSelectItemAtURL(this, url);
+}
+
+QWidget *DocumentListController::anchorForRow(int row)
+{
+    listView();
+    const QRect rect = m_listView->visualRect(m_model->index(row));
+    m_rowAnchor->setGeometry(rect.isValid() ? rect : QRect(0, 0, m_listView->viewport()->width(), 1));
+    return m_rowAnchor.data();
+}
+
+void DocumentListController::showActionsForItemAtURL(const QUrl &url)
+{
+    const int row = m_model->rowForURL(url);
+    if (row < 0 || m_editing) {
+        return;
+    }
+    struct Offered {
+        qint64 bit;
+        qint64 action;
+        const char *title;
+        AlertAction::Style style;
+    };
+    static const Offered offered[] = {
+        {RenameActionBit, RenameAction, "Rename", AlertAction::Style::Default},
+        {InfoActionBit, InfoAction, "Info", AlertAction::Style::Default},
+        {MoreActionBit, MoreAction, "More", AlertAction::Style::Default},
+        {DeleteActionBit, DeleteAction, "Delete", AlertAction::Style::Destructive},
+    };
+    auto *sheet = new AlertController(m_model->entries().at(row).name, QString(), AlertController::Style::ActionSheet);
+    sheet->setObjectName(QStringLiteral("itemActions"));
+    QWidget *anchor = anchorForRow(row);
+    QPointer<DocumentListController> self(this);
+    for (const Offered &entry : offered) {
+        if (!(m_availableActions & entry.bit)) {
+            continue;
+        }
+        const qint64 action = entry.action;
+        sheet->addAction(new AlertAction(LocalizedString::localized(QString::fromUtf8(entry.title)), entry.style,
+                                         [self, action, url, anchor](AlertAction *) {
+                                             if (!self) {
+                                                 return;
+                                             }
+                                             if (auto *delegate = self->listDelegate()) {
+                                                 delegate->documentListController_performAction_URL_originatingView_completion(
+                                                     self.data(), action, url, anchor, [] {});
+                                             }
+                                         }));
+    }
+    sheet->addAction(new AlertAction(LocalizedString::localized(QStringLiteral("Cancel")), AlertAction::Style::Cancel, {}));
+    sheet->popoverPresentationController()->setSourceView(anchor);
+    sheet->popoverPresentationController()->setPermittedArrowDirections(PopoverPresentationController::ArrowDirection::Left
+                                                                        | PopoverPresentationController::ArrowDirection::Right);
+    ViewController *presenter = navigationController() ? static_cast<ViewController *>(navigationController()) : this;
+    presenter->presentViewController(sheet, true);
+}
+
+void DocumentListController::showSearch()
+{
+    ViewController *presenter = navigationController() ? static_cast<ViewController *>(navigationController()) : this;
+    auto *search = new DocumentSearchController(this);
+    presenter->presentViewController(search, true);
+}
+
+bool DocumentListController::eventFilter(QObject *watched, QEvent *event)
+{
+    if (!m_listView || watched != m_listView->viewport()) {
+        return ViewController::eventFilter(watched, event);
+    }
+    switch (event->type()) {
+    case QEvent::MouseButtonPress: {
+        auto *mouse = static_cast<QMouseEvent *>(event);
+        m_pressPosition = mouse->position().toPoint();
+        m_suppressClick = false;
+        if (!m_editing && mouse->button() == Qt::LeftButton) {
+            m_longPressTimer.start();
+        }
+        break;
+    }
+    case QEvent::MouseMove: {
+        auto *mouse = static_cast<QMouseEvent *>(event);
+        const QPoint delta = mouse->position().toPoint() - m_pressPosition;
+        if (delta.manhattanLength() > TapSlop) {
+            m_longPressTimer.stop();
+        }
+        if (!m_editing && !m_suppressClick && -delta.x() >= SwipeDistance && std::abs(delta.y()) < SwipeDistance / 2) {
+            // a swipe to the left offers the item's actions, as a long press does
+            const QModelIndex index = m_listView->indexAt(m_pressPosition);
+            if (index.isValid()) {
+                m_suppressClick = true;
+                showActionsForItemAtURL(index.data(DocumentListModel::UrlRole).toUrl());
+            }
+        }
+        break;
+    }
+    case QEvent::MouseButtonRelease:
+        m_longPressTimer.stop();
+        if (m_suppressClick) {
+            m_suppressClick = false;
+            return true; // the press became a long press or a swipe: no tap
+        }
+        break;
+    case QEvent::ContextMenu: {
+        // a right click on a desktop is the long press
+        const QModelIndex index = m_listView->indexAt(static_cast<QContextMenuEvent *>(event)->pos());
+        if (index.isValid()) {
+            showActionsForItemAtURL(index.data(DocumentListModel::UrlRole).toUrl());
+            return true;
+        }
+        break;
+    }
+    default:
+        break;
+    }
+    return ViewController::eventFilter(watched, event);
+}

@@ -1,0 +1,106 @@
+#pragma once
+
+#include "platform/ui/ViewController.h"
+
+#include <QPointer>
+#include <QTimer>
+#include <QUrl>
+
+class DocumentItemDelegate;
+class DocumentListControllerDelegate;
+class DocumentListModel;
+class QFileSystemWatcher;
+class QListView;
+
+/// The list of one folder of the drive: the drive's root (the default container's items and
+/// the app containers by name), an app container's documents folder, or any folder below.
+///
+/// It shows the items as rows or as a grid (the GridMode preference), promised items with a
+/// cloud badge and their size, thumbnails where there are some and type icons otherwise. A tap
+/// on a folder hands its delegate a list of that folder; a tap on a document reports its URL.
+/// In editing mode taps select. A long press or a swipe to the left on an item offers the item
+/// actions the available-actions mask enables (1 Delete, 2 More, 4 Info, 8 Rename). The list
+/// follows the folder on disk and reports every change of its contents or selection.
+class DocumentListController final : public ViewController
+{
+    Q_OBJECT
+
+public:
+    enum ActionBit : qint64 {
+        DeleteActionBit = 1,
+        MoreActionBit = 2,
+        InfoActionBit = 4,
+        RenameActionBit = 8,
+    };
+    enum Action : qint64 {
+        DeleteAction = 0,
+        MoreAction = 1,
+        InfoAction = 2,
+        RenameAction = 3,
+    };
+
+    /// The drive's root.
+    explicit DocumentListController(QObject *parent = nullptr);
+    /// The list of a folder of the drive.
+    DocumentListController(const QUrl &folderURL, QObject *parent);
+    ~DocumentListController() override;
+
+    /// The lists from the drive's root down to `folderURL`, root first; empty when the URL is
+    /// not a folder of the drive. The lists are children of `parent` until a stack takes them.
+    static QList<DocumentListController *> listControllerHierarchyForURL(const QUrl &folderURL,
+                                                                        QObject *parent = nullptr);
+
+    bool isDriveRoot() const { return m_isDriveRoot; }
+    QUrl presentedURL() const { return m_presentedURL; }
+    QList<QUrl> containedItems() const;
+    qsizetype containedItemCount() const;
+    QList<QUrl> selectedItems() const;
+    void setSelectedItems(const QList<QUrl> &urls);
+    qint64 availableActions() const { return m_availableActions; }
+    void setAvailableActions(qint64 actions) { m_availableActions = actions; }
+    bool editing() const { return m_editing; }
+    void setEditing_animated(bool editing, bool animated);
+
+    /// Weak: an object implementing DocumentListControllerDelegate.
+    QObject *delegate() const { return m_delegate.data(); }
+    void setDelegate(QObject *delegate) { m_delegate = delegate; }
+
+    /// Reads the folder again now (it also does so by itself when the folder changes).
+    void reloadContents();
+    /// What a tap on the item does.
+    void activateItemAtURL(const QUrl &url);
+    /// What a long press or a swipe on the item does: the sheet of its enabled actions.
+    void showActionsForItemAtURL(const QUrl &url);
+    /// Opens the search over the drive's names.
+    void showSearch();
+
+    QListView *listView();
+    DocumentListModel *model() const { return m_model; }
+
+protected:
+    QWidget *loadView() override;
+    bool eventFilter(QObject *watched, QEvent *event) override;
+
+private:
+    void setUp();
+    void applyGridMode();
+    void watchFolder();
+    void notifyItemsChanged();
+    DocumentListControllerDelegate *listDelegate() const;
+    QWidget *anchorForRow(int row);
+
+    QUrl m_presentedURL;
+    bool m_isDriveRoot = false;
+    DocumentListModel *m_model = nullptr;
+    QPointer<QListView> m_listView;
+    DocumentItemDelegate *m_itemDelegate = nullptr;
+    QPointer<QWidget> m_rowAnchor;
+    QPointer<QObject> m_delegate;
+    qint64 m_availableActions = 0;
+    bool m_editing = false;
+    QFileSystemWatcher *m_watcher = nullptr;
+    QTimer m_reloadTimer;
+    QTimer m_longPressTimer;
+    QPoint m_pressPosition;
+    bool m_suppressClick = false;
+};

@@ -1,0 +1,291 @@
+#include "platform/lists/DocumentListModel.h"
+
+#include "model/DRItem.h"
+#include "platform/drive/KDContainer.h"
+#include "platform/drive/PromiseURL.h"
+#include "platform/foundation/OperationQueue.h"
+
+#include <QCollator>
+#include <QCoreApplication>
+#include <QDirIterator>
+#include <QIcon>
+#include <QMimeDatabase>
+#include <QPointer>
+
+namespace {
+/// Records kept for painted rows; more are dropped and read again when needed.
+constexpr int MaximumCachedRecords = 1024;
+
+const QString PlaceholderSuffix = QStringLiteral(".promise");
+
+QIcon iconForEntry(const DocumentListEntry &entry)
+{
+    static QHash<QString, QIcon> icons;
+    if (entry.isFolder || entry.isAppContainer) {
+        const QString key = entry.isAppContainer ? QStringLiteral("folder-documents") : QStringLiteral("folder");
+        auto it = icons.find(key);
+        if (it == icons.end()) {
+            it = icons.insert(key, QIcon::fromTheme(key, QIcon::fromTheme(QStringLiteral("folder"))));
+        }
+        return *it;
+    }
+    static const QMimeDatabase database;
+    const QMimeType type = database.mimeTypeForFile(entry.name, QMimeDatabase::MatchExtension);
+    auto it = icons.find(type.name());
+    if (it == icons.end()) {
+        QIcon icon = QIcon::fromTheme(type.iconName());
+        if (icon.isNull()) {
+            icon = QIcon::fromTheme(type.genericIconName(), QIcon::fromTheme(QStringLiteral("text-x-generic")));
+        }
+        it = icons.insert(type.name(), icon);
+    }
+    return *it;
+}
+} // namespace
+
+DocumentListModel::DocumentListModel(QObject *parent)
+    : QAbstractListModel(parent)
+{
+}
+
+int DocumentListModel::rowCount(const QModelIndex &parent) const
+{
+    return parent.isValid() ? 0 : int(m_entries.size());
+}
+
+QVariant DocumentListModel::data(const QModelIndex &index, int role) const
+{
+    if (!index.isValid() || index.row() >= m_entries.size()) {
+        return {};
+    }
+    const DocumentListEntry &entry = m_entries.at(index.row());
+    switch (role) {
+    case Qt::DisplayRole:
+    case Qt::AccessibleTextRole:
+        return entry.name;
+    case UrlRole:
+        return entry.url;
+    case IsFolderRole:
+        return entry.isFolder || entry.isAppContainer;
+    case IsPromiseRole:
+        return entry.isPromise;
+    case IsAppContainerRole:
+        return entry.isAppContainer;
+    case IconRole:
+        return iconForEntry(entry);
+    case ThumbnailRole: {
+        if (entry.isFolder || entry.isAppContainer) {
+            return {};
+        }
+        const auto it = m_thumbnails.constFind(entry.url);
+        if (it != m_thumbnails.constEnd()) {
+            return it->isNull() ? QVariant() : QVariant(*it);
+        }
+        requestThumbnail(index.row());
+        return {};
+    }
+    case SubtitleRole: {
+        if (entry.isAppContainer) {
+            return QCoreApplication::translate("DocumentListModel", "App Folder");
+        }
+        if (entry.isFolder) {
+            return QCoreApplication::translate("DocumentListModel", "Folder");
+        }
+        const std::shared_ptr<DRItem> item = itemAtRow(index.row());
+        if (!item) {
+            return {};
+        }
+        const QString date = DRItem::friendlyDate_style(item->contentModificationDate(), DateFormatter::Style::Medium);
+        return date.isEmpty() ? item->friendlyFileSize() : item->friendlyFileSize() + QStringLiteral(" · ") + date;
+    }
+    default:
+        return {};
+    }
+}
+
+std::shared_ptr<DRItem> DocumentListModel::itemAtRow(int row) const
+{
+    if (row < 0 || row >= m_entries.size()) {
+        return nullptr;
+    }
+    const QUrl &url = m_entries.at(row).url;
+    const auto it = m_items.constFind(url);
+    if (it != m_items.constEnd()) {
+        return *it;
+    }
+    if (m_items.size() >= MaximumCachedRecords) {
+        m_items.clear();
+    }
+    std::shared_ptr<DRItem> item = DRItem::initWithURL(url);
+    m_items.insert(url, item);
+    return item;
+}
+
+void DocumentListModel::requestThumbnail(int row) const
+{
+    const QUrl url = m_entries.at(row).url;
+    if (m_thumbnailRequests.contains(url)) {
+        return;
+    }
+    m_thumbnailRequests.insert(url);
+    QPointer<DocumentListModel> model(const_cast<DocumentListModel *>(this));
+    const quint64 generation = m_generation;
+    // decoding a stored thumbnail takes milliseconds: never while painting
+    DRItem::getThumbnailQueue()->addOperation([model, generation, url] {
+        QImage image;
+        if (std::shared_ptr<DRItem> item = DRItem::initWithURL(url)) {
+            image = item->thumbnail();
+        }
+        if (!image.isNull()) {
+            image = image.scaled(ThumbnailEdge, ThumbnailEdge, Qt::KeepAspectRatio, Qt::SmoothTransformation);
+        }
+        QMetaObject::invokeMethod(
+            QCoreApplication::instance(),
+            [model, generation, url, image] {
+                if (!model || model->m_generation != generation) {
+                    return;
+                }
+                model->m_thumbnails.insert(url, image);
+                const int row = model->rowForURL(url);
+                if (row >= 0 && !image.isNull()) {
+                    const QModelIndex index = model->index(row);
+                    Q_EMIT model->dataChanged(index, index, {ThumbnailRole});
+                }
+            },
+            Qt::QueuedConnection);
+    });
+}
+
+bool DocumentListModel::setEntries(QList<DocumentListEntry> entries)
+{
+    if (entries == m_entries) {
+        // the items may have changed inside (a download, a new thumbnail): read them again
+        m_items.clear();
+        m_thumbnails.clear();
+        m_thumbnailRequests.clear();
+        ++m_generation;
+        if (!m_entries.isEmpty()) {
+            Q_EMIT dataChanged(index(0), index(int(m_entries.size()) - 1));
+        }
+        return false;
+    }
+    beginResetModel();
+    m_entries = std::move(entries);
+    m_rowOfURL.clear();
+    m_rowOfURL.reserve(m_entries.size());
+    for (int row = 0; row < m_entries.size(); ++row) {
+        m_rowOfURL.insert(m_entries.at(row).url, row);
+    }
+    m_items.clear();
+    m_thumbnails.clear();
+    m_thumbnailRequests.clear();
+    ++m_generation;
+    endResetModel();
+    return true;
+}
+
+QList<QUrl> DocumentListModel::urls() const
+{
+    QList<QUrl> result;
+    result.reserve(m_entries.size());
+    for (const DocumentListEntry &entry : m_entries) {
+        result.append(entry.url);
+    }
+    return result;
+}
+
+int DocumentListModel::rowForURL(const QUrl &url) const
+{
+    return m_rowOfURL.value(url, -1);
+}
+
+QList<DocumentListEntry> DocumentListModel::entriesOfFolder(const QString &folderPath)
+{
+    QList<DocumentListEntry> entries;
+    QSet<QString> realNames;
+    QStringList promisedNames;
+    QDirIterator it(folderPath, QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot);
+    const QString base = folderPath.endsWith(QLatin1Char('/')) ? folderPath : folderPath + QLatin1Char('/');
+    while (it.hasNext()) {
+        it.next();
+        const QString name = it.fileName();
+        if (name.startsWith(QLatin1Char('.'))) {
+            // a placeholder `.Name.ext.promise` stands for the promised item `Name.ext`
+            if (name.endsWith(PlaceholderSuffix) && name.size() > PlaceholderSuffix.size() + 1) {
+                promisedNames.append(name.mid(1, name.size() - 1 - PlaceholderSuffix.size()));
+            }
+            continue;
+        }
+        realNames.insert(name);
+        DocumentListEntry entry;
+        entry.name = name;
+        entry.url = QUrl::fromLocalFile(base + name);
+        entry.isFolder = it.fileInfo().isDir();
+        entries.append(std::move(entry));
+    }
+    for (const QString &name : std::as_const(promisedNames)) {
+        if (realNames.contains(name)) {
+            continue; // materialised meanwhile: the real item is listed
+        }
+        DocumentListEntry entry;
+        entry.name = name;
+        entry.url = QUrl::fromLocalFile(base + name);
+        entry.isPromise = true;
+        entries.append(std::move(entry));
+    }
+    sortEntries(entries);
+    return entries;
+}
+
+QList<DocumentListEntry> DocumentListModel::entriesOfDriveRoot()
+{
+    QList<DocumentListEntry> entries;
+    QList<DocumentListEntry> appContainers;
+    for (const std::shared_ptr<KDContainer> &container : KDContainer::allContainers()) {
+        if (container->isDefaultContainer()) {
+            entries = entriesOfFolder(container->containerURL().toLocalFile());
+            continue;
+        }
+        const QUrl documents = container->documentsURL();
+        if (documents.isEmpty()) {
+            continue;
+        }
+        DocumentListEntry entry;
+        entry.name = container->localizedName().isEmpty() ? container->identifier() : container->localizedName();
+        entry.url = documents;
+        entry.isAppContainer = true;
+        appContainers.append(std::move(entry));
+    }
+    sortEntries(appContainers);
+    // app folders come first, like the folders of a folder
+    return appContainers + entries;
+}
+
+void DocumentListModel::sortEntries(QList<DocumentListEntry> &entries)
+{
+    QCollator collator;
+    collator.setNumericMode(true);
+    collator.setCaseSensitivity(Qt::CaseInsensitive);
+    struct Keyed {
+        QCollatorSortKey key;
+        bool isFolder;
+        qsizetype index;
+    };
+    std::vector<Keyed> keyed;
+    keyed.reserve(entries.size());
+    for (qsizetype i = 0; i < entries.size(); ++i) {
+        keyed.push_back({collator.sortKey(entries.at(i).name), entries.at(i).isFolder || entries.at(i).isAppContainer, i});
+    }
+    std::stable_sort(keyed.begin(), keyed.end(), [](const Keyed &a, const Keyed &b) {
+        if (a.isFolder != b.isFolder) {
+            return a.isFolder;
+        }
+        return a.key.compare(b.key) < 0;
+    });
+    QList<DocumentListEntry> sorted;
+    sorted.reserve(entries.size());
+    for (const Keyed &k : keyed) {
+        sorted.append(std::move(entries[k.index]));
+    }
+    entries = std::move(sorted);
+}

@@ -1,0 +1,56 @@
+#include "platform/lists/DocumentPickerUnavailableViewController.h"
+
+#include "platform/foundation/LocalizedString.h"
+#include "platform/ui/Font.h"
+#include "platform/ui/ViewControllerRegistry.h"
+
+#include <QIcon>
+#include <QLabel>
+#include <QVBoxLayout>
+
+DocumentPickerUnavailableViewController::DocumentPickerUnavailableViewController(QObject *parent)
+    : ViewController(parent)
+{
+    setTitle(LocalizedString::localized(QStringLiteral("Aerova Drive")));
+}
+
+void DocumentPickerUnavailableViewController::registerClass()
+{
+    ViewControllerRegistry::registerClass(QStringLiteral("DocumentPickerUnavailableViewController"),
+                                          [](QObject *parent) -> ViewController * {
+                                              return new DocumentPickerUnavailableViewController(parent);
+                                          });
+}
+
+QWidget *DocumentPickerUnavailableViewController::loadView()
+{
+    auto *root = new QWidget;
+    root->setObjectName(QStringLiteral("driveUnavailable"));
+    root->setAutoFillBackground(true);
+    auto *layout = new QVBoxLayout(root);
+    layout->setContentsMargins(32, 32, 32, 32);
+    layout->setSpacing(12);
+    layout->addStretch(2);
+    auto *icon = new QLabel(root);
+    icon->setPixmap(QIcon::fromTheme(QStringLiteral("folder-cloud"), QIcon::fromTheme(QStringLiteral("folder-remote")))
+                        .pixmap(96, 96));
+    icon->setAlignment(Qt::AlignCenter);
+    layout->addWidget(icon);
+    auto *title = new QLabel(LocalizedString::localized(QStringLiteral("Aerova Drive Is Off")), root);
+    title->setObjectName(QStringLiteral("unavailableTitle"));
+    title->setFont(Font::preferredFontForTextStyle(Font::TextStyle::Title2));
+    title->setAlignment(Qt::AlignCenter);
+    layout->addWidget(title);
+    auto *message = new QLabel(
+        LocalizedString::localized(QStringLiteral("Sign in to your Aerova account in Settings to see your documents "
+                                                  "here and keep them up to date on all your devices.")),
+        root);
+    message->setObjectName(QStringLiteral("unavailableMessage"));
+    message->setFont(Font::preferredFontForTextStyle(Font::TextStyle::Subheadline));
+    message->setStyleSheet(QStringLiteral("color: #8e8e93;"));
+    message->setWordWrap(true);
+    message->setAlignment(Qt::AlignCenter);
+    layout->addWidget(message);
+    layout->addStretch(3);
+    return root;
+}

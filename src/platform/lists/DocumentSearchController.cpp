@@ -1,0 +1,174 @@
+#include "platform/lists/DocumentSearchController.h"
+
+#include "model/FileUtils.h"
+#include "platform/drive/DriveLayout.h"
+#include "platform/foundation/LocalizedString.h"
+#include "platform/lists/DocumentListController.h"
+#include "platform/lists/DocumentListControllerDelegate.h"
+#include "platform/ui/Font.h"
+#include "platform/ui/SystemColor.h"
+
+#include <QDirIterator>
+#include <QFileInfo>
+#include <QHBoxLayout>
+#include <QIcon>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QMimeDatabase>
+#include <QPushButton>
+#include <QScroller>
+#include <QVBoxLayout>
+#include <QtConcurrent>
+
+namespace {
+const QString PlaceholderSuffix = QStringLiteral(".promise");
+}
+
+DocumentSearchController::DocumentSearchController(DocumentListController *originatingList, QObject *parent)
+    : ViewController(parent)
+    , m_originatingList(originatingList)
+{
+    connect(&m_watcher, &QFutureWatcher<QList<Result>>::finished, this, [this] {
+        showResults(m_watcher.result());
+        if (!m_pendingText.isNull()) {
+            const QString text = m_pendingText;
+            m_pendingText = QString();
+            search(text);
+        }
+    });
+}
+
+DocumentSearchController::~DocumentSearchController()
+{
+    m_watcher.waitForFinished();
+}
+
+QWidget *DocumentSearchController::loadView()
+{
+    auto *root = new QWidget;
+    root->setObjectName(QStringLiteral("documentSearch"));
+    root->setAutoFillBackground(true);
+    root->setStyleSheet(QStringLiteral("#documentSearch { background: white; }"));
+    auto *layout = new QVBoxLayout(root);
+    layout->setContentsMargins(0, 8, 0, 0);
+    auto *bar = new QHBoxLayout;
+    bar->setContentsMargins(12, 0, 8, 0);
+    m_field = new QLineEdit(root);
+    m_field->setObjectName(QStringLiteral("searchText"));
+    m_field->setPlaceholderText(LocalizedString::localized(QStringLiteral("Search")));
+    m_field->setClearButtonEnabled(true);
+    m_field->setFont(Font::preferredFontForTextStyle(Font::TextStyle::Body));
+    m_field->setMinimumHeight(36);
+    m_field->setStyleSheet(QStringLiteral("QLineEdit { background: #eeeef0; border: none; border-radius: 10px;"
+                                          " padding: 0 10px; }"));
+    auto *cancel = new QPushButton(LocalizedString::localized(QStringLiteral("Cancel")), root);
+    cancel->setObjectName(QStringLiteral("searchCancel"));
+    cancel->setFlat(true);
+    cancel->setMinimumHeight(44);
+    cancel->setFont(Font::preferredFontForTextStyle(Font::TextStyle::Body));
+    cancel->setStyleSheet(QStringLiteral("QPushButton { color: %1; border: none; padding: 0 8px; }")
+                              .arg(SystemColor::systemBlueColor().name()));
+    bar->addWidget(m_field, 1);
+    bar->addWidget(cancel);
+    layout->addLayout(bar);
+    m_resultsView = new QListWidget(root);
+    m_resultsView->setObjectName(QStringLiteral("searchResults"));
+    m_resultsView->setFrameShape(QFrame::NoFrame);
+    m_resultsView->setIconSize(QSize(32, 32));
+    m_resultsView->setUniformItemSizes(true);
+    m_resultsView->setFont(Font::preferredFontForTextStyle(Font::TextStyle::Body));
+    QScroller::grabGesture(m_resultsView->viewport(), QScroller::TouchGesture);
+    layout->addWidget(m_resultsView, 1);
+    connect(m_field, &QLineEdit::textChanged, this, &DocumentSearchController::search);
+    connect(cancel, &QPushButton::clicked, this, [this] { dismissViewControllerAnimated(true); });
+    connect(m_resultsView, &QListWidget::itemClicked, this,
+            [this](QListWidgetItem *item) { activateResult(m_resultsView->row(item)); });
+    m_field->setFocus();
+    return root;
+}
+
+QList<DocumentSearchController::Result> DocumentSearchController::searchDrive(const QString &text, int limit)
+{
+    QList<Result> results;
+    if (text.trimmed().isEmpty()) {
+        return results;
+    }
+    const QString needle = text.trimmed();
+    QDirIterator it(DriveLayout::mobileDocumentsPath(), QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot,
+                    QDirIterator::Subdirectories);
+    while (it.hasNext() && results.size() < limit) {
+        it.next();
+        QString name = it.fileName();
+        const QFileInfo info = it.fileInfo();
+        if (name.startsWith(QLatin1Char('.'))) {
+            if (!name.endsWith(PlaceholderSuffix)) {
+                continue;
+            }
+            name = name.mid(1, name.size() - 1 - PlaceholderSuffix.size());
+        }
+        if (!name.contains(needle, Qt::CaseInsensitive)) {
+            continue;
+        }
+        // a container's own folders are not items of the drive
+        const QUrl url = QUrl::fromLocalFile(info.path() + QLatin1Char('/') + name);
+        if (info.path() == DriveLayout::mobileDocumentsPath()) {
+            continue;
+        }
+        results.append({name, url, !it.fileName().startsWith(QLatin1Char('.')) && info.isDir(),
+                        FileUtils::displayableLocationForURL(QUrl::fromLocalFile(info.path()))});
+    }
+    return results;
+}
+
+void DocumentSearchController::search(const QString &text)
+{
+    if (m_watcher.isRunning()) {
+        m_pendingText = text; // the newest text wins once the running walk ends
+        return;
+    }
+    m_watcher.setFuture(QtConcurrent::run([text] { return searchDrive(text, ResultLimit); }));
+}
+
+void DocumentSearchController::showResults(const QList<Result> &results)
+{
+    m_results = results;
+    if (!m_resultsView) {
+        return;
+    }
+    m_resultsView->clear();
+    static const QMimeDatabase database;
+    for (const Result &result : results) {
+        const QIcon icon = result.isFolder
+            ? QIcon::fromTheme(QStringLiteral("folder"))
+            : QIcon::fromTheme(database.mimeTypeForFile(result.name, QMimeDatabase::MatchExtension).iconName(),
+                               QIcon::fromTheme(QStringLiteral("text-x-generic")));
+        auto *item = new QListWidgetItem(icon, result.name + QLatin1Char('\n') + result.location, m_resultsView);
+        item->setSizeHint(QSize(0, 56));
+    }
+}
+
+void DocumentSearchController::activateResult(int index)
+{
+    if (index < 0 || index >= m_results.size() || !m_originatingList) {
+        return;
+    }
+    const Result result = m_results.at(index);
+    auto *delegate = qobject_cast<DocumentListControllerDelegate *>(m_originatingList->delegate());
+    if (!delegate) {
+        return;
+    }
+    if (result.isFolder) {
+        // the receiver dismisses the search and builds the folder's stack
+        auto *folderList = new DocumentListController(result.url, m_originatingList.data());
+        delegate->documentListController_didSelectContainerWithViewController(m_originatingList.data(), folderList);
+        if (!folderList->navigationController()) {
+            folderList->deleteLater();
+        }
+        return;
+    }
+    QPointer<DocumentListController> list = m_originatingList;
+    dismissViewControllerAnimated(true);
+    if (list) {
+        delegate->documentListController_didSelectItemAtURL(list.data(), result.url);
+    }
+}
