@@ -1,0 +1,41 @@
+#pragma once
+
+#include "platform/foundation/Error.h"
+
+#include <QString>
+#include <QUrl>
+
+#include <optional>
+
+class QLineEdit;
+class ViewController;
+
+/// The user-interface helpers of the browser and the preview: applying a typed name to an item
+/// (keeping its extension), the texts of errors, the fixed alerts, and text-field selection.
+class UIUtils final
+{
+public:
+    UIUtils() = delete;
+
+    /// Renames the item (a bookmark's target rather than the bookmark) to `name`, keeping its
+    /// extension. A taken name becomes the next free one; the same name does nothing.
+    static std::optional<Error> renameItemAtURL_toName(const QUrl &url, const QString &name);
+    /// `url`'s sibling named `newBasename`, with the old extension put back when the new name
+    /// does not end in it (ignoring case).
+    static QUrl computeNewURL_newBasename(const QUrl &url, const QString &newBasename);
+
+    static void showAlert_message_parentViewController(const QString &title, const QString &message,
+                                                       ViewController *parentViewController);
+    static void showError_parentViewController(const Error &error, ViewController *parentViewController);
+    /// The error's description, else its failure reason; empty for no error.
+    static QString bestMessage(const std::optional<Error> &error);
+    static void showItemExistsAlert_parentViewController(const QString &name, ViewController *parentViewController);
+    static void showInvalidItemNameAlert_parentViewController(const QString &name,
+                                                             ViewController *parentViewController);
+
+    static void setCursorInTextFieldToBeforeExtension(QLineEdit *textField);
+    static void selectTextInTextField_range(QLineEdit *textField, int location, int length);
+    /// The app runs with the tablet layout.
+    static bool veskMode();
+    static void addChildViewController_childViewController(ViewController *parent, ViewController *child);
+};
