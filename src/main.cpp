@@ -1,13 +1,84 @@
+#include "app/AppDelegate.h"
 #include "app/DRLogging.h"
+#include "app/Tour.h"
+#include "model/FileUtils.h"
+#include "platform/lists/DocumentPickerUnavailableViewController.h"
+#include "platform/ui/Application.h"
+#include "platform/ui/Device.h"
+#include "platform/ui/InstanceChannel.h"
 
 #include <QApplication>
+#include <QCommandLineParser>
 #include <QTextStream>
+
+namespace {
+void openURL(const QUrl &url, const QString &sourceApplication)
+{
+    if (url.isEmpty()) {
+        return;
+    }
+    QVariantMap options;
+    if (!sourceApplication.isEmpty()) {
+        options.insert(Application::OpenURLOptionsSourceApplicationKey, sourceApplication);
+    }
+    Application::shared()->openURL(url, options);
+}
+} // namespace
 
 int main(int argc, char *argv[])
 {
     QApplication app(argc, argv);
     QApplication::setApplicationName(QStringLiteral("aerovadrive"));
-    DRLog(LOG_INFO, "Aerova Drive starting");
-    QTextStream(stdout) << "The browser is not built yet; run `aerovadrive-ctl status` to see the drive.\n";
-    return 0;
+    QApplication::setDesktopFileName(QStringLiteral("com.quillmere.AerovaDriveApp"));
+
+    DRLog(LOG_INFO, "Running %s", argv[0]);
+    // the build's date and time, fixed when this file is compiled: "Built (main) on Feb 19 2016 @ 17:21:14"
+    DRLog(LOG_INFO, "Built (main) on %s @ %s", __DATE__, __TIME__);
+    FileUtils::logFileAttributes(QString::fromLocal8Bit(argv[0]));
+
+    QCommandLineParser parser;
+    parser.setApplicationDescription(QStringLiteral("Aerova Drive: browse the cloud drive kept on this device."));
+    parser.addHelpOption();
+    const QCommandLineOption idiomOption(QStringLiteral("idiom"), QStringLiteral("Force the phone or tablet layout."),
+                                         QStringLiteral("phone|pad"));
+    const QCommandLineOption tourOption(QStringLiteral("tour"),
+                                        QStringLiteral("Write screenshots of the main screens into DIR and exit."),
+                                        QStringLiteral("DIR"));
+    const QCommandLineOption sourceOption(QStringLiteral("source-app"),
+                                          QStringLiteral("The application that sends the URL."), QStringLiteral("ID"));
+    parser.addOptions({idiomOption, tourOption, sourceOption});
+    parser.addPositionalArgument(QStringLiteral("URL"), QStringLiteral("An aerovadriveapp: URL naming an item to open."),
+                                 QStringLiteral("[URL]"));
+    parser.process(app);
+
+    if (parser.isSet(idiomOption)) {
+        const std::optional<Device::Idiom> idiom = Device::idiomFromString(parser.value(idiomOption));
+        if (!idiom) {
+            QTextStream(stderr) << "aerovadrive: --idiom takes phone or pad\n";
+            return 2;
+        }
+        Device::setForcedIdiom(idiom);
+    }
+    DocumentPickerUnavailableViewController::registerClass();
+    if (parser.isSet(tourOption)) {
+        return Tour::run(parser.value(tourOption));
+    }
+
+    const QUrl url = parser.positionalArguments().isEmpty() ? QUrl()
+                                                            : QUrl(parser.positionalArguments().constFirst());
+    const QString sourceApplication = parser.value(sourceOption);
+    // one app per drive: a later invocation hands its URL over and leaves
+    if (InstanceChannel::sendToRunningInstance(url, sourceApplication)) {
+        return 0;
+    }
+    InstanceChannel channel;
+    channel.listen([](const QUrl &received, const QString &source) { openURL(received, source); });
+
+    AppDelegate delegate;
+    Application *application = Application::shared();
+    application->launchWithDelegate(&delegate);
+    application->setActive(QGuiApplication::applicationState() == Qt::ApplicationActive
+                           || QGuiApplication::platformName() == QLatin1String("offscreen"));
+    openURL(url, sourceApplication);
+    return QApplication::exec();
 }

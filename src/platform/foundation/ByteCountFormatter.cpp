@@ -5,8 +5,14 @@
 
 QString ByteCountFormatter::stringFromByteCount(qint64 byteCount, CountStyle style, const QLocale &locale)
 {
+    return stringFromByteCount(byteCount, style, true, locale);
+}
+
+QString ByteCountFormatter::stringFromByteCount(qint64 byteCount, CountStyle style, bool includesUnit,
+                                                const QLocale &locale)
+{
     if (byteCount == 0) {
-        return QStringLiteral("Zero KB");
+        return includesUnit ? QStringLiteral("Zero KB") : QStringLiteral("Zero");
     }
     const double base = (style == CountStyle::File || style == CountStyle::Decimal) ? 1000.0 : 1024.0;
     const bool negative = byteCount < 0;
@@ -14,6 +20,9 @@ QString ByteCountFormatter::stringFromByteCount(qint64 byteCount, CountStyle sty
     const QString sign = negative ? locale.negativeSign() : QString();
     if (magnitude < base) {
         const qint64 whole = qint64(magnitude);
+        if (!includesUnit) {
+            return sign + locale.toString(whole);
+        }
         return sign + locale.toString(whole) + (whole == 1 ? QStringLiteral(" byte") : QStringLiteral(" bytes"));
     }
     static const std::array<const char *, 6> units{"KB", "MB", "GB", "TB", "PB", "EB"};
@@ -39,6 +48,9 @@ QString ByteCountFormatter::stringFromByteCount(qint64 byteCount, CountStyle sty
         if (number.endsWith(point)) {
             number.chop(point.size());
         }
+    }
+    if (!includesUnit) {
+        return sign + number;
     }
     return sign + number + QLatin1Char(' ') + QLatin1String(units[unit]);
 }

@@ -22,4 +22,7 @@ public:
     ByteCountFormatter() = delete;
 
     static QString stringFromByteCount(qint64 byteCount, CountStyle style, const QLocale &locale = QLocale());
+    /// Without the unit: the number alone ("3.4"), "Zero" for nothing.
+    static QString stringFromByteCount(qint64 byteCount, CountStyle style, bool includesUnit,
+                                       const QLocale &locale = QLocale());
 };

@@ -6,7 +6,7 @@
 #include <QVariantMap>
 
 class ApplicationDelegate;
-class Window;
+#include "platform/ui/Window.h"
 
 /// The running app as its delegate sees it: launching, becoming active and resigning (posted as
 /// notifications), URLs to open with the application that sent them, and saving the screens'
