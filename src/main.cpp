@@ -5,6 +5,7 @@
 #include "platform/lists/DocumentPickerUnavailableViewController.h"
 #include "platform/ui/Application.h"
 #include "platform/ui/Device.h"
+#include "platform/types/IconForResourceProxy.h"
 #include "platform/ui/InstanceChannel.h"
 
 #include <QApplication>
@@ -59,6 +60,7 @@ int main(int argc, char *argv[])
         }
         Device::setForcedIdiom(idiom);
     }
+    ensureIconTheme();
     DocumentPickerUnavailableViewController::registerClass();
     if (parser.isSet(tourOption)) {
         return Tour::run(parser.value(tourOption));

@@ -29,12 +29,30 @@
 #include "platform/ui/ViewControllerRegistry.h"
 #include "watchers/QuotaFetcher.h"
 
+#include <QCoreApplication>
+#include <QThread>
 #include <QWidget>
 
 namespace {
 /// The contained-item count logged last: one value for every list level, so that a change of
 /// folder with another count is logged too.
 quint64 s_lastLoggedItemCount = 0;
+
+/// Runs `block` on the main thread for the browser: at once there, else queued, and only while
+/// the browser lives (the drive service posts its notifications from its own thread).
+void onMainThread(NavController *browser, std::function<void()> block)
+{
+    if (QThread::currentThread() == QCoreApplication::instance()->thread()) {
+        block();
+        return;
+    }
+    QPointer<NavController> guard(browser);
+    DispatchQueue::main()->async([guard, block = std::move(block)] {
+        if (guard) {
+            block();
+        }
+    });
+}
 
 QString offerLevelText(const std::shared_ptr<KVQOffer> &offer)
 {
@@ -65,13 +83,15 @@ void NavController::viewDidLoad()
     setDelegate(this);
     auto *center = NotificationCenter::defaultCenter();
     center->addObserver(this, NotificationName::ApplicationDidBecomeActive,
-                        [this](const Notification &) { didBecomeActiveNotification(); });
+                        [this](const Notification &) { onMainThread(this, [this] { didBecomeActiveNotification(); }); });
     center->addObserver(this, NotificationName::UbiquityIdentityDidChange,
-                        [this](const Notification &) { AerovaAccountAvailabilityChanged(); });
+                        [this](const Notification &) {
+                            onMainThread(this, [this] { AerovaAccountAvailabilityChanged(); });
+                        });
     setupInitialViewController();
     NavigationController::viewDidLoad();
     center->addObserver(this, KVQCurrentOfferChangedNotification,
-                        [this](const Notification &) { offerChangedNotification(); });
+                        [this](const Notification &) { onMainThread(this, [this] { offerChangedNotification(); }); });
     KVQOfferManager *offers = KVQOfferManager::sharedManager();
     if (!offers->fetchOfferIfNeeded()) {
         m_upgradeOffer = offers->currentOffer();
@@ -494,7 +514,7 @@ void NavController::documentListController_didSelectContainerWithViewController(
 void NavController::documentListControllerItemsChanged(DocumentListController *list)
 {
     m_pickerIsAlive = true;
-    if (list != getTopDocumentListController()) {
+    if (!list || list != getTopDocumentListController()) {
         return;
     }
     if (m_editMode) {

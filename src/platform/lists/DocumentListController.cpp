@@ -146,12 +146,15 @@ QWidget *DocumentListController::loadView()
     search->setObjectName(QStringLiteral("searchField"));
     search->setIcon(QIcon::fromTheme(QStringLiteral("edit-find")));
     search->setFont(Font::preferredFontForTextStyle(Font::TextStyle::Body));
-    search->setMinimumHeight(36);
+    search->setFixedHeight(36);
     search->setCursor(Qt::PointingHandCursor);
     search->setStyleSheet(QStringLiteral("QPushButton { text-align: left; color: #8e8e93; background: #eeeef0;"
-                                         " border: none; border-radius: 10px; padding: 0 10px; margin: 8px 12px; }"));
+                                         " border: none; border-radius: 10px; padding: 0 10px; }"));
     connect(search, &QPushButton::clicked, this, &DocumentListController::showSearch);
-    layout->addWidget(search);
+    auto *searchRow = new QHBoxLayout;
+    searchRow->setContentsMargins(12, 8, 12, 8);
+    searchRow->addWidget(search);
+    layout->addLayout(searchRow);
 
     m_listView = new QListView(root);
     m_listView->setObjectName(QStringLiteral("documentListView"));

@@ -4,6 +4,7 @@
 #include "platform/drive/KDContainer.h"
 #include "platform/drive/PromiseURL.h"
 #include "platform/foundation/OperationQueue.h"
+#include "platform/types/IconForResourceProxy.h"
 
 #include <QCollator>
 #include <QCoreApplication>
@@ -20,6 +21,7 @@ const QString PlaceholderSuffix = QStringLiteral(".promise");
 
 QIcon iconForEntry(const DocumentListEntry &entry)
 {
+    ensureIconTheme();
     static QHash<QString, QIcon> icons;
     if (entry.isFolder || entry.isAppContainer) {
         const QString key = entry.isAppContainer ? QStringLiteral("folder-documents") : QStringLiteral("folder");

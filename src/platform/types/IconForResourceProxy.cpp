@@ -6,8 +6,6 @@
 #include <QMimeDatabase>
 #include <QStandardPaths>
 
-namespace {
-
 /// A session without a desktop (offscreen, a bare X server) names no icon theme and knows no
 /// theme folders, and the fallback theme has no document icons: look where the freedesktop
 /// icon specification says themes live, and pick one of the themes the app is installed with.
@@ -34,7 +32,6 @@ void ensureIconTheme()
     Q_UNUSED(chosen)
 }
 
-} // namespace
 
 int IconFormat::pixelSize(int format)
 {

@@ -14,4 +14,8 @@ int pixelSize(int format);
 
 /// The icon theme's document icon for the proxy's type (the type's own icon, else its generic
 /// one, else a plain document), at the format's size. Needs a GUI application for the theme.
+/// Makes sure an icon theme with document icons is in use (a session without a desktop names
+/// none). Every screen that shows type icons calls it first.
+void ensureIconTheme();
+
 QImage IconForResourceProxy(const DocumentProxy &proxy, int format);

@@ -318,23 +318,24 @@ void AlertController::presentationBackdropTapped()
 QRect AlertController::presentedFrameInBounds(const QRect &bounds)
 {
     QWidget *content = view();
-    content->adjustSize();
+    const auto heightFor = [content](int width) {
+        QLayout *layout = content->layout();
+        layout->activate();
+        const int forWidth = layout->hasHeightForWidth() ? layout->totalHeightForWidth(width) : 0;
+        return std::max({forWidth, layout->totalMinimumSize().height(), layout->totalSizeHint().height()});
+    };
     if (m_style == Style::Alert) {
         const int width = std::min(AlertWidth, bounds.width() - 32);
-        const int height = content->heightForWidth(width) > 0 ? content->heightForWidth(width)
-                                                              : content->sizeHint().height();
-        QRect frame(0, 0, width, height);
+        QRect frame(0, 0, width, heightFor(width));
         frame.moveCenter(bounds.center());
         return frame;
     }
     if (isPopover()) {
-        const int height = content->heightForWidth(PopoverWidth) > 0 ? content->heightForWidth(PopoverWidth)
-                                                                     : content->sizeHint().height();
         QWidget *overlay = content->parentWidget();
-        return m_popover.frameForSize(QSize(PopoverWidth, height), bounds,
+        return m_popover.frameForSize(QSize(PopoverWidth, heightFor(PopoverWidth)), bounds,
                                       overlay ? overlay->parentWidget() : nullptr);
     }
     const int width = std::min(SheetMaxWidth, bounds.width() - 16);
-    const int height = content->heightForWidth(width) > 0 ? content->heightForWidth(width) : content->sizeHint().height();
+    const int height = heightFor(width);
     return QRect(bounds.center().x() - width / 2, bounds.bottom() - 8 - height, width, height);
 }

@@ -91,7 +91,9 @@ void NavigationBar::refresh()
     const bool showBack = m_canGoBack && (!m_item || !m_item->hidesBackButton());
     m_back->setVisible(showBack);
     const QString backText = m_backTitle.isEmpty() ? tr("Back") : m_backTitle;
-    m_back->setText(QStringLiteral("‹ ") + QFontMetrics(m_back->font()).elidedText(backText, Qt::ElideRight, 120));
+    const QString shown = QStringLiteral("‹ ") + QFontMetrics(m_back->font()).elidedText(backText, Qt::ElideRight, 120);
+    m_back->setText(shown);
+    m_back->setMinimumWidth(std::max(BarItemsView::MinimumHitSize, QFontMetrics(m_back->font()).horizontalAdvance(shown) + 16));
     m_title->setText(m_item ? (m_item->prompt().isEmpty() ? m_item->title() : m_item->prompt()) : QString());
     m_left->setItems(m_item ? m_item->leftBarButtonItems() : QList<BarButtonItem *>{});
     m_right->setItems(m_item ? m_item->rightBarButtonItems() : QList<BarButtonItem *>{});

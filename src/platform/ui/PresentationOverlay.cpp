@@ -16,12 +16,15 @@ PresentationOverlay::PresentationOverlay(QWidget *window, ViewController *presen
     m_view->setParent(this);
     m_view->show();
     window->installEventFilter(this);
+    // the presented screen may grow (an error line appears): follow it
+    m_view->installEventFilter(this);
     relayout();
 }
 
 void PresentationOverlay::release()
 {
     if (m_view && m_view->parent() == this) {
+        m_view->removeEventFilter(this);
         m_view->hide();
         m_view->setParent(nullptr);
     }
@@ -46,6 +49,8 @@ bool PresentationOverlay::eventFilter(QObject *watched, QEvent *event)
 {
     if (watched == parentWidget() && (event->type() == QEvent::Resize || event->type() == QEvent::LayoutRequest)) {
         relayout();
+    } else if (watched == m_view && event->type() == QEvent::LayoutRequest) {
+        QMetaObject::invokeMethod(this, &PresentationOverlay::relayout, Qt::QueuedConnection);
     }
     return QWidget::eventFilter(watched, event);
 }
