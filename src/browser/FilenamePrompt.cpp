@@ -133,7 +133,9 @@ void FilenamePrompt::updateErrorMessage(const QString &message)
     label->setText(message);
     const bool wantVisible = !message.isEmpty();
     QWidget *line = m_errMsgViewController->view();
-    if (line->isHidden() == wantVisible) {
+    // a line never hidden on purpose counts as visible, even before the alert shows it
+    const bool visible = !(line->isHidden() && line->testAttribute(Qt::WA_WState_ExplicitShowHide));
+    if (visible != wantVisible) {
         line->setVisible(wantVisible);
         if (m_alert && m_alert->isViewLoaded() && m_alert->view()->parentWidget()) {
             // the card grows or shrinks with the line
