@@ -40,6 +40,8 @@ commands:
   tags set FILE [TAG...]        set the tags of an item (none: remove them)
   quota PLAN USED               set the storage plan and its use, in bytes (5GB, 300MB work)
   quota fail-next [MESSAGE]     make the app's next quota fetch fail
+  offer LEVEL [TITLE]           set the storage-upgrade offer (0 none, 1 filling up, 2 nearly full, 3 full)
+  offer clear                   remove the offer
   status                        print the drive's tree; promised items are marked with ☁
 )";
 
@@ -150,6 +152,19 @@ std::optional<qint64> parseBytes(QString text)
         return std::nullopt;
     }
     return qint64(value * double(unit));
+}
+
+int offer(const QStringList &args)
+{
+    if (args.size() == 1 && args.at(0) == QLatin1String("clear")) {
+        return report(DriveSetup::clearOffer(), QStringLiteral("offer"));
+    }
+    bool ok = false;
+    const qint64 level = args.value(0).toLongLong(&ok);
+    if (args.isEmpty() || args.size() > 2 || !ok || level < 0 || level > 3) {
+        return usage(QStringLiteral("offer needs a level from 0 to 3 and an optional title, or clear"));
+    }
+    return report(DriveSetup::setOffer(level, args.value(1)), QStringLiteral("offer"));
 }
 
 int quota(const QStringList &args)
@@ -274,6 +289,9 @@ int main(int argc, char *argv[])
     }
     if (command == QLatin1String("quota")) {
         return quota(args);
+    }
+    if (command == QLatin1String("offer")) {
+        return offer(args);
     }
     if (command == QLatin1String("status") && args.isEmpty()) {
         QTextStream out(stdout);

@@ -315,9 +315,23 @@ std::optional<Error> DriveSetup::initializeDemo()
 
     // storage nearly full, with an offer to upgrade
     step(setQuota(5000000000, 4820000000));
-    step(writeJson(DriveLayout::offerFile(), QJsonObject{{QStringLiteral("level"), 2},
-                                                         {QStringLiteral("title"), QStringLiteral("Aerova Drive storage is almost full")}}));
+    step(setOffer(2, QStringLiteral("Aerova Drive storage is almost full")));
     return error;
+}
+
+std::optional<Error> DriveSetup::setOffer(qint64 level, const QString &title)
+{
+    return writeJson(DriveLayout::offerFile(),
+                     QJsonObject{{QStringLiteral("level"), level}, {QStringLiteral("title"), title}});
+}
+
+std::optional<Error> DriveSetup::clearOffer()
+{
+    if (QFile::exists(DriveLayout::offerFile()) && !QFile::remove(DriveLayout::offerFile())) {
+        return Error::fileError(FileWriteUnknownError,
+                                {{QString::fromLatin1(ErrorKey::FilePath), DriveLayout::offerFile()}});
+    }
+    return std::nullopt;
 }
 
 void DriveSetup::printStatus(QTextStream &out)

@@ -47,6 +47,10 @@ public:
     static std::optional<Error> setQuota(qint64 planBytes, qint64 usedBytes);
     /// Makes the next quota fetch fail with this message.
     static std::optional<Error> failNextQuotaFetch(const QString &message);
+    /// Sets the storage-upgrade offer (level 0 none, 1 filling up, 2 nearly full, 3 full).
+    static std::optional<Error> setOffer(qint64 level, const QString &title);
+    /// Removes the offer: the service has none.
+    static std::optional<Error> clearOffer();
 
     /// Prints the drive's tree, promised items marked with ☁.
     static void printStatus(QTextStream &out);

@@ -61,13 +61,14 @@ QWidget *BarItemsView::widgetForItem(BarButtonItem *item) const
 
 void BarItemsView::returnBorrowedViews()
 {
-    for (const auto &view : m_borrowed) {
+    for (const Borrowed &borrowed : std::as_const(m_borrowed)) {
+        QWidget *view = borrowed.view.data();
         if (!view || view->parentWidget() != this) {
             continue;
         }
-        m_layout->removeWidget(view.data());
+        m_layout->removeWidget(view);
         view->hide();
-        view->setParent(view->property("barItemHome").value<QWidget *>());
+        view->setParent(borrowed.home.data());
         if (!view->parentWidget()) {
             // its owner is gone: nobody else will free it
             view->deleteLater();
@@ -97,8 +98,7 @@ void BarItemsView::rebuild()
             continue;
         }
         if (QWidget *custom = item->customView()) {
-            custom->setProperty("barItemHome", QVariant::fromValue(item->customViewHome()));
-            m_borrowed.append(custom);
+            m_borrowed.append(Borrowed{custom, item->customViewHome()});
             m_layout->addWidget(custom);
             custom->show();
             continue;

@@ -30,5 +30,9 @@ private:
 
     QHBoxLayout *m_layout = nullptr;
     QList<QPointer<BarButtonItem>> m_items;
-    QList<QPointer<QWidget>> m_borrowed;
+    struct Borrowed {
+        QPointer<QWidget> view;
+        QPointer<QWidget> home;
+    };
+    QList<Borrowed> m_borrowed;
 };
