@@ -1,0 +1,188 @@
+#include "app/AppDelegate.h"
+#include "app/DRLogging.h"
+#include "browser/NavController.h"
+#include "platform/drive/DriveFileManager.h"
+#include "platform/foundation/UserDefaults.h"
+#include "platform/lists/DocumentListController.h"
+#include "platform/lists/DocumentPickerUnavailableViewController.h"
+#include "platform/ui/Application.h"
+#include "platform/ui/Device.h"
+#include "support/LogSpy.h"
+#include "support/TestDrive.h"
+
+#include <QDir>
+#include <QTest>
+
+class tst_AppDelegate : public QObject
+{
+    Q_OBJECT
+
+private:
+    TestDrive m_drive;
+
+    static QVariantMap from(const QString &source)
+    {
+        return {{Application::OpenURLOptionsSourceApplicationKey, source}};
+    }
+    QUrl itemURL(const QString &relative, const QString &query = {}) const
+    {
+        QUrl url;
+        url.setScheme(QStringLiteral("aerovadriveapp"));
+        url.setPath(m_drive.path(relative));
+        url.setQuery(query);
+        return url;
+    }
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        UserDefaults::standardUserDefaults()->setObject(LOG_DEBUG, QStringLiteral("DRLogLevel"));
+        UserDefaults::standardUserDefaults()->synchronize();
+        DRLogSetLevel(LOG_DEBUG);
+        DocumentPickerUnavailableViewController::registerClass();
+        DriveFileManager::signIn(QStringLiteral("user@example.com"));
+        QDir().mkpath(m_drive.path(QStringLiteral("Work/Notes")));
+        QVERIFY(TestDrive::writeFile(m_drive.path(QStringLiteral("Work/Notes/Plan.txt")), "plan"));
+        QVERIFY(TestDrive::writeFile(m_drive.path(QStringLiteral("Work/Notes/My File.txt")), "mine"));
+    }
+
+    void init()
+    {
+        Device::setForcedIdiom(Device::Idiom::Phone);
+        AppDelegate::setQuickLaunchSource({});
+        LogSpy::clear();
+    }
+
+    // only the launcher and the test runner may open items from outside
+    void unknownSourcesAreIgnoredWithAWarning()
+    {
+        AppDelegate delegate;
+        delegate.application_willFinishLaunchingWithOptions(nullptr, {});
+        const QUrl url = itemURL(QStringLiteral("Work/Notes/Plan.txt"));
+        QVERIFY(!delegate.application_openURL_options(nullptr, url, from(QStringLiteral("com.example.Other"))));
+        QCOMPARE(LogSpy::levelOf(QStringLiteral("Ignoring openURL launch from unknown source: com.example.Other")),
+                 LOG_WARNING);
+        QVERIFY(!delegate.application_openURL_options(nullptr, url, {}));
+        QCOMPARE(LogSpy::levelOf(QStringLiteral("Ignoring openURL launch from unknown source: (null)")), LOG_WARNING);
+        QVERIFY(delegate.application_openURL_options(nullptr, url, from(QStringLiteral("com.quillmere.tramplin"))));
+        QVERIFY(delegate.application_openURL_options(nullptr, url, from(QStringLiteral("com.quillmere.GuiTest"))));
+    }
+
+    void otherSchemesAreRefusedSilently()
+    {
+        AppDelegate delegate;
+        delegate.application_willFinishLaunchingWithOptions(nullptr, {});
+        QUrl url = itemURL(QStringLiteral("Work/Notes/Plan.txt"));
+        url.setScheme(QStringLiteral("aerovadrive"));
+        LogSpy::clear();
+        QVERIFY(!delegate.application_openURL_options(nullptr, url, from(QStringLiteral("com.quillmere.GuiTest"))));
+        for (const SystemLogMessage &record : LogSpy::records()) {
+            QVERIFY(!record.value(QStringLiteral("Message")).startsWith(QStringLiteral("Ignoring")));
+        }
+    }
+
+    // "info" and "details" both mean the details screen; anything unknown the document
+    void modeVerbs_data()
+    {
+        QTest::addColumn<QString>("query");
+        QTest::addColumn<PreviewMode>("mode");
+        QTest::newRow("info") << QStringLiteral("mode=info") << PreviewModeDetails;
+        QTest::newRow("details") << QStringLiteral("mode=details") << PreviewModeDetails;
+        QTest::newRow("bogus") << QStringLiteral("mode=bogus") << PreviewModePreview;
+        QTest::newRow("none") << QString() << PreviewModePreview;
+        QTest::newRow("details then preview") << QStringLiteral("mode=details&mode=preview") << PreviewModePreview;
+        QTest::newRow("preview then info") << QStringLiteral("mode=preview&mode=info") << PreviewModeDetails;
+        QTest::newRow("details then bogus") << QStringLiteral("mode=details&mode=bogus") << PreviewModeDetails;
+    }
+    void modeVerbs()
+    {
+        QFETCH(QString, query);
+        QFETCH(PreviewMode, mode);
+        AppDelegate delegate;
+        delegate.application_willFinishLaunchingWithOptions(nullptr, {});
+        QVERIFY(delegate.application_openURL_options(nullptr, itemURL(QStringLiteral("Work/Notes/Plan.txt"), query),
+                                                     from(QStringLiteral("com.quillmere.GuiTest"))));
+        auto *browser = qobject_cast<NavController *>(delegate.rootWindow()->rootViewController());
+        QCOMPARE(browser->requestedPreviewMode(), mode);
+        // the item's folders are stacked behind it
+        QCOMPARE(browser->viewControllers().size(), 3);
+        QCOMPARE(browser->getTopDocumentListController()->title(), QStringLiteral("Notes"));
+    }
+
+    // senders encode the path twice: a space arrives as %2520
+    void doublyEncodedSpaceBecomesASpace()
+    {
+        const QUrl url(QStringLiteral("aerovadriveapp://") + QString::fromUtf8(QUrl::toPercentEncoding(
+                           m_drive.path(QStringLiteral("Work/Notes/My File.txt")), "/"))
+                           .replace(QStringLiteral("%20"), QStringLiteral("%2520")));
+        QVERIFY(url.toString(QUrl::FullyEncoded).contains(QStringLiteral("%2520")));
+        QUrl file;
+        PreviewMode mode = -1;
+        QVERIFY(AppDelegate::fileURLAndModeForURL(url, &file, &mode));
+        QCOMPARE(file.toLocalFile(), m_drive.path(QStringLiteral("Work/Notes/My File.txt")));
+        QCOMPARE(mode, PreviewModePreview);
+    }
+
+    // a URL may not lead the app out of the drive
+    void pathsOutsideTheDriveAreRefused_data()
+    {
+        QTest::addColumn<QString>("path");
+        QTest::newRow("elsewhere") << QStringLiteral("/etc/hostname");
+        QTest::newRow("dot-dot") << QStringLiteral("/Work/../../../../etc");
+    }
+    void pathsOutsideTheDriveAreRefused()
+    {
+        QFETCH(QString, path);
+        AppDelegate delegate;
+        delegate.application_willFinishLaunchingWithOptions(nullptr, {});
+        auto *browser = qobject_cast<NavController *>(delegate.rootWindow()->rootViewController());
+        const QList<ViewController *> before = browser->viewControllers();
+        QUrl url;
+        url.setScheme(QStringLiteral("aerovadriveapp"));
+        url.setPath(path.startsWith(QStringLiteral("/Work")) ? m_drive.root() + path : path);
+        QVERIFY(!delegate.application_openURL_options(nullptr, url, from(QStringLiteral("com.quillmere.GuiTest"))));
+        QCOMPARE(browser->viewControllers(), before);
+    }
+
+    // a symbolic link may not lead out of the drive either
+    void symbolicLinkOutOfTheDriveIsRefused()
+    {
+        QFile::link(QStringLiteral("/etc"), m_drive.path(QStringLiteral("Work/escape")));
+        AppDelegate delegate;
+        delegate.application_willFinishLaunchingWithOptions(nullptr, {});
+        QVERIFY(!delegate.application_openURL_options(nullptr, itemURL(QStringLiteral("Work/escape/hostname")),
+                                                      from(QStringLiteral("com.quillmere.GuiTest"))));
+    }
+
+    // deliberate: a tablet without QuickLaunch shows no browser, so no URL can open anything
+    void tabletWithoutQuickLaunchHasNoBrowser()
+    {
+        Device::setForcedIdiom(Device::Idiom::Pad);
+        AppDelegate::setQuickLaunchSource([] { return false; });
+        AppDelegate delegate;
+        QVERIFY(delegate.application_willFinishLaunchingWithOptions(nullptr, {}));
+        QVERIFY(!delegate.rootWindow()->rootViewController());
+        QVERIFY(!delegate.application_openURL_options(nullptr, itemURL(QStringLiteral("Work/Notes/Plan.txt")),
+                                                      from(QStringLiteral("com.quillmere.GuiTest"))));
+        // the same tablet with QuickLaunch on has its browser, named for state restoration
+        AppDelegate::setQuickLaunchSource({});
+        AppDelegate other;
+        other.application_willFinishLaunchingWithOptions(nullptr, {});
+        QVERIFY(qobject_cast<NavController *>(other.rootWindow()->rootViewController()));
+        QCOMPARE(other.rootWindow()->rootViewController()->restorationIdentifier(), QStringLiteral("Root"));
+    }
+
+    // state is saved only while the drive is on
+    void stateIsSavedOnlyWhileTheDriveIsEnabled()
+    {
+        AppDelegate delegate;
+        QVERIFY(delegate.application_shouldSaveApplicationState(nullptr, {}));
+        DriveFileManager::signOut();
+        QVERIFY(!delegate.application_shouldSaveApplicationState(nullptr, {}));
+        QVERIFY(!delegate.application_shouldRestoreApplicationState(nullptr, {}));
+        DriveFileManager::signIn(QStringLiteral("user@example.com"));
+    }
+};
+
+QTEST_MAIN(tst_AppDelegate)
+#include "tst_AppDelegate.moc"
