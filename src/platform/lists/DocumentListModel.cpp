@@ -2,7 +2,7 @@
 
 #include "model/DRItem.h"
 #include "platform/drive/KDContainer.h"
-#include "platform/drive/PromiseURL.h"
+#include "platform/drive/PromisePlaceholder.h"
 #include "platform/foundation/OperationQueue.h"
 #include "platform/types/IconForResourceProxy.h"
 
@@ -16,8 +16,6 @@
 namespace {
 /// Records kept for painted rows; more are dropped and read again when needed.
 constexpr int MaximumCachedRecords = 1024;
-
-const QString PlaceholderSuffix = QStringLiteral(".promise");
 
 QIcon iconForEntry(const DocumentListEntry &entry)
 {
@@ -212,9 +210,9 @@ QList<DocumentListEntry> DocumentListModel::entriesOfFolder(const QString &folde
         it.next();
         const QString name = it.fileName();
         if (name.startsWith(QLatin1Char('.'))) {
-            // a placeholder `.Name.ext.promise` stands for the promised item `Name.ext`
-            if (name.endsWith(PlaceholderSuffix) && name.size() > PlaceholderSuffix.size() + 1) {
-                promisedNames.append(name.mid(1, name.size() - 1 - PlaceholderSuffix.size()));
+            // a placeholder stands for its promised item
+            if (PromisePlaceholder::isPlaceholderName(name)) {
+                promisedNames.append(PromisePlaceholder::logicalPathFor(name));
             }
             continue;
         }

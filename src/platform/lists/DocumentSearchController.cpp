@@ -2,6 +2,7 @@
 
 #include "model/FileUtils.h"
 #include "platform/drive/DriveLayout.h"
+#include "platform/drive/PromisePlaceholder.h"
 #include "platform/foundation/LocalizedString.h"
 #include "platform/lists/DocumentListController.h"
 #include "platform/lists/DocumentListControllerDelegate.h"
@@ -19,10 +20,6 @@
 #include <QScroller>
 #include <QVBoxLayout>
 #include <QtConcurrent>
-
-namespace {
-const QString PlaceholderSuffix = QStringLiteral(".promise");
-}
 
 DocumentSearchController::DocumentSearchController(DocumentListController *originatingList, QObject *parent)
     : ViewController(parent)
@@ -101,10 +98,10 @@ QList<DocumentSearchController::Result> DocumentSearchController::searchDrive(co
         QString name = it.fileName();
         const QFileInfo info = it.fileInfo();
         if (name.startsWith(QLatin1Char('.'))) {
-            if (!name.endsWith(PlaceholderSuffix)) {
+            if (!PromisePlaceholder::isPlaceholderName(name)) {
                 continue;
             }
-            name = name.mid(1, name.size() - 1 - PlaceholderSuffix.size());
+            name = PromisePlaceholder::logicalPathFor(name);
         }
         if (!name.contains(needle, Qt::CaseInsensitive)) {
             continue;
