@@ -37,6 +37,13 @@ std::optional<Error> writeFile(const QString &path, const QByteArray &content)
     return std::nullopt;
 }
 
+/// The service's quota file as it stands; empty when there is none.
+QJsonObject readQuota()
+{
+    QFile file(DriveLayout::quotaFile());
+    return file.open(QIODevice::ReadOnly) ? QJsonDocument::fromJson(file.readAll()).object() : QJsonObject();
+}
+
 std::optional<Error> writeJson(const QString &path, const QJsonObject &object)
 {
     return writeFile(path, QJsonDocument(object).toJson());
@@ -236,14 +243,16 @@ std::optional<Error> DriveSetup::setQuota(qint64 planBytes, qint64 usedBytes)
                                                            {QStringLiteral("used"), double(usedBytes)}});
 }
 
+std::optional<Error> DriveSetup::setPlan(qint64 planBytes)
+{
+    QJsonObject quota = readQuota();
+    quota.insert(QStringLiteral("plan"), double(planBytes));
+    return writeJson(DriveLayout::quotaFile(), quota);
+}
+
 std::optional<Error> DriveSetup::failNextQuotaFetch(const QString &message)
 {
-    QFile file(DriveLayout::quotaFile());
-    QJsonObject quota;
-    if (file.open(QIODevice::ReadOnly)) {
-        quota = QJsonDocument::fromJson(file.readAll()).object();
-        file.close();
-    }
+    QJsonObject quota = readQuota();
     quota.insert(QStringLiteral("failNext"), message.isEmpty() ? QStringLiteral("The storage service is unavailable.") : message);
     return writeJson(DriveLayout::quotaFile(), quota);
 }

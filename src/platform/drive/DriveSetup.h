@@ -45,6 +45,8 @@ public:
     static std::optional<Error> setItemTags(const QString &path, const QStringList &tags);
     /// The storage plan and how much of it is used, in bytes.
     static std::optional<Error> setQuota(qint64 planBytes, qint64 usedBytes);
+    /// Changes the storage plan, keeping what is used (the upgrade flow's purchase).
+    static std::optional<Error> setPlan(qint64 planBytes);
     /// Makes the next quota fetch fail with this message.
     static std::optional<Error> failNextQuotaFetch(const QString &message);
     /// Sets the storage-upgrade offer (level 0 none, 1 filling up, 2 nearly full, 3 full).

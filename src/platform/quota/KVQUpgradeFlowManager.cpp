@@ -1,15 +1,9 @@
 #include "platform/quota/KVQUpgradeFlowManager.h"
 
-#include "platform/drive/DriveLayout.h"
-#include "platform/foundation/ByteCountFormatter.h"
+#include "platform/drive/DriveSetup.h"
 #include "platform/quota/KVQOffer.h"
 #include "platform/ui/AlertAction.h"
 #include "platform/ui/AlertController.h"
-
-#include <QFile>
-#include <QJsonDocument>
-#include <QJsonObject>
-#include <QSaveFile>
 
 KVQUpgradeFlowManager::KVQUpgradeFlowManager(QObject *parent)
     : QObject(parent)
@@ -51,25 +45,6 @@ void KVQUpgradeFlowManager::beginFlowWithPresentingViewController(ViewController
 
 bool KVQUpgradeFlowManager::choosePlan(const Plan &plan)
 {
-    QJsonObject quota;
-    QFile current(DriveLayout::quotaFile());
-    if (current.open(QIODevice::ReadOnly)) {
-        quota = QJsonDocument::fromJson(current.readAll()).object();
-    }
-    quota.insert(QStringLiteral("plan"), double(plan.bytes));
-    QSaveFile quotaFile(DriveLayout::quotaFile());
-    if (!quotaFile.open(QIODevice::WriteOnly)) {
-        return false;
-    }
-    quotaFile.write(QJsonDocument(quota).toJson());
-    if (!quotaFile.commit()) {
-        return false;
-    }
     // the larger plan settles the offer: the service has nothing more to sell for now
-    QSaveFile offerFile(DriveLayout::offerFile());
-    if (!offerFile.open(QIODevice::WriteOnly)) {
-        return false;
-    }
-    offerFile.write(QJsonDocument(QJsonObject{{QStringLiteral("level"), 0}, {QStringLiteral("title"), QString()}}).toJson());
-    return offerFile.commit();
+    return !DriveSetup::setPlan(plan.bytes) && !DriveSetup::setOffer(0, QString());
 }
