@@ -139,7 +139,6 @@ bool tourInSize(const QString &directory, const QString &sizeName, const QSize &
             }
         }
     }
-    showFolder(browser, QUrl());
     browser->setupInitialViewController();
     browser->documentListControllerItemsChanged(browser->getTopDocumentListController());
     ok &= snap(&window, directory, prefix + QStringLiteral("6-status-bar-upgrade"));

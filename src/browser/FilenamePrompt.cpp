@@ -136,12 +136,7 @@ void FilenamePrompt::updateErrorMessage(const QString &message)
     // a line never hidden on purpose counts as visible, even before the alert shows it
     const bool visible = !(line->isHidden() && line->testAttribute(Qt::WA_WState_ExplicitShowHide));
     if (visible != wantVisible) {
-        line->setVisible(wantVisible);
-        if (m_alert && m_alert->isViewLoaded() && m_alert->view()->parentWidget()) {
-            // the card grows or shrinks with the line
-            m_alert->view()->parentWidget()->setGeometry(m_alert->view()->parentWidget()->geometry());
-            QMetaObject::invokeMethod(m_alert->view()->parentWidget(), "update");
-        }
+        line->setVisible(wantVisible); // the presented alert follows its new size
     }
 }
 
