@@ -36,9 +36,7 @@ private:
 private Q_SLOTS:
     void initTestCase()
     {
-        UserDefaults::standardUserDefaults()->setObject(LOG_DEBUG, QStringLiteral("DRLogLevel"));
-        UserDefaults::standardUserDefaults()->synchronize();
-        DRLogSetLevel(LOG_DEBUG);
+        LogSpy::keepDebugLines();
         DocumentPickerUnavailableViewController::registerClass();
         DriveFileManager::signIn(QStringLiteral("user@example.com"));
         QDir().mkpath(m_drive.path(QStringLiteral("Work/Notes")));

@@ -63,10 +63,7 @@ private:
 private Q_SLOTS:
     void initTestCase()
     {
-        // the browser writes the standard defaults, which makes the log read its level there again
-        UserDefaults::standardUserDefaults()->setObject(LOG_DEBUG, QStringLiteral("DRLogLevel"));
-        UserDefaults::standardUserDefaults()->synchronize();
-        DRLogSetLevel(LOG_DEBUG);
+        LogSpy::keepDebugLines();
         DocumentPickerUnavailableViewController::registerClass();
         QDir().mkpath(m_drive.root() + QStringLiteral("/Work/2026"));
         QDir().mkpath(m_drive.root() + QStringLiteral("/Photos"));

@@ -1,7 +1,9 @@
 #pragma once
 
+#include "app/DRLogging.h"
 #include "app/DROSLClient.h"
 #include "platform/foundation/DispatchQueue.h"
+#include "platform/foundation/UserDefaults.h"
 #include "platform/syslog/MemoryLogSink.h"
 
 #include <QList>
@@ -16,6 +18,15 @@ namespace LogSpy {
 inline void flush()
 {
     DROSLClient::OSLClient()->logQueue()->sync([] { });
+}
+
+/// Keeps debug lines for the rest of the test, also once the app writes the standard defaults
+/// (which makes the log read its level there again).
+inline void keepDebugLines()
+{
+    UserDefaults::standardUserDefaults()->setObject(LOG_DEBUG, QStringLiteral("DRLogLevel"));
+    UserDefaults::standardUserDefaults()->synchronize();
+    DRLogSetLevel(LOG_DEBUG);
 }
 
 inline void clear()
