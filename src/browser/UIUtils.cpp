@@ -2,11 +2,13 @@
 
 #include "app/DRLogging.h"
 #include "model/AVDAppBookmarks.h"
+#include "model/DRItem.h"
 #include "model/FileUtils.h"
 #include "platform/foundation/LocalizedString.h"
 #include "platform/ui/AlertAction.h"
 #include "platform/ui/AlertController.h"
 #include "platform/ui/Device.h"
+#include "platform/ui/PopoverPresentationController.h"
 #include "platform/ui/ViewController.h"
 
 #include <QFileInfo>
@@ -131,4 +133,77 @@ void UIUtils::addChildViewController_childViewController(ViewController *parent,
     child->setParent(parent);
     child->view()->setParent(parent->view());
     child->view()->show();
+}
+
+QString UIUtils::messageForDeletePrompt(const QList<QUrl> &urls)
+{
+    if (urls.size() != 1) {
+        const QString items = LocalizedString::localizedPluralWithFormat(QStringLiteral(".DICT.ITEMS.%d"),
+                                                                         int(urls.size()), qint64(urls.size()));
+        return LocalizedString::localizedStringWithFormat(
+            QStringLiteral("%@ will be permanently deleted from Aerova Drive on all your devices. This action cannot "
+                           "be undone."),
+            items);
+    }
+    const std::shared_ptr<DRItem> item = DRItem::initWithURL(urls.first());
+    if (!item || item->localizedName().isEmpty()) {
+        return {};
+    }
+    if (item->isContainer()) {
+        return LocalizedString::localizedStringWithFormat(
+            QStringLiteral("The %@ app library, and all its documents, will be permanently deleted from Aerova Drive "
+                           "on all your devices. This action cannot be undone."),
+            item->localizedName());
+    }
+    return LocalizedString::localizedStringWithFormat(
+        QStringLiteral("\"%@\" will be permanently deleted from Aerova Drive on all your devices. This action cannot "
+                       "be undone."),
+        item->localizedName());
+}
+
+void UIUtils::showDeleteWarningAlert_hasContainer_viewController_usingView_usingButton_completion(
+    const QList<QUrl> &urls, bool hasContainer, ViewController *viewController, QWidget *view, BarButtonItem *button,
+    const DeleteWarningCompletion &completion)
+{
+    Q_UNUSED(hasContainer)
+    if (urls.isEmpty()) {
+        if (completion) {
+            completion(nullptr, true);
+        }
+        return;
+    }
+    const QString message = messageForDeletePrompt(urls);
+    if (message.isEmpty()) {
+        return; // the item is gone or unreadable: nothing to confirm
+    }
+    auto *sheet = new AlertController(QString(), message, AlertController::Style::ActionSheet);
+    sheet->addAction(new AlertAction(LocalizedString::localized(QStringLiteral("Delete from Aerova Drive")),
+                                     AlertAction::Style::Destructive, [completion](AlertAction *action) {
+                                         DRLog(LOG_DEBUG, "Delete action");
+                                         if (completion) {
+                                             completion(action, false);
+                                         }
+                                     }));
+    sheet->addAction(new AlertAction(LocalizedString::localized(QStringLiteral("Cancel")), AlertAction::Style::Cancel,
+                                     [completion](AlertAction *action) {
+                                         DRLog(LOG_INFO, "Delete: Cancel pressed");
+                                         if (completion) {
+                                             completion(action, true);
+                                         }
+                                     }));
+    PopoverPresentationController *popover = sheet->popoverPresentationController();
+    if (view) {
+        const QRect bounds = view->rect();
+        popover->setSourceView(view);
+        popover->setSourceRect(QRect(bounds.x(), bounds.y() + bounds.height() / 2, bounds.width(), 0));
+        popover->setPermittedArrowDirections(PopoverPresentationController::ArrowDirection::Left
+                                             | PopoverPresentationController::ArrowDirection::Right);
+    } else {
+        popover->setBarButtonItem(button);
+    }
+    if (viewController) {
+        viewController->presentViewController(sheet, true);
+    } else {
+        delete sheet;
+    }
 }

@@ -2,12 +2,17 @@
 
 #include "platform/foundation/Error.h"
 
+#include <QList>
 #include <QString>
 #include <QUrl>
 
+#include <functional>
 #include <optional>
 
+class AlertAction;
+class BarButtonItem;
 class QLineEdit;
+class QWidget;
 class ViewController;
 
 /// The user-interface helpers of the browser and the preview: applying a typed name to an item
@@ -32,6 +37,19 @@ public:
     static void showItemExistsAlert_parentViewController(const QString &name, ViewController *parentViewController);
     static void showInvalidItemNameAlert_parentViewController(const QString &name,
                                                              ViewController *parentViewController);
+
+    /// What the user is told before `urls` are deleted: the item's name in quotes, the app
+    /// library of a container, or the count of items; empty when a single item can't be read.
+    static QString messageForDeletePrompt(const QList<QUrl> &urls);
+    /// Told which button ended the delete sheet (null for none) and whether it was a cancel.
+    using DeleteWarningCompletion = std::function<void(AlertAction *action, bool cancelled)>;
+    /// Asks, in a sheet anchored at `view` (else at `button`) on a tablet, whether `urls` are to be
+    /// deleted from every device. Nothing to delete: `completion` runs at once as cancelled. A
+    /// single item that can't be read shows nothing and `completion` never runs.
+    /// `hasContainer` is not consulted: the text follows from the items themselves.
+    static void showDeleteWarningAlert_hasContainer_viewController_usingView_usingButton_completion(
+        const QList<QUrl> &urls, bool hasContainer, ViewController *viewController, QWidget *view,
+        BarButtonItem *button, const DeleteWarningCompletion &completion);
 
     static void setCursorInTextFieldToBeforeExtension(QLineEdit *textField);
     static void selectTextInTextField_range(QLineEdit *textField, int location, int length);

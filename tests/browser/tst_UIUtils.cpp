@@ -1,8 +1,12 @@
 #include "app/DRLogging.h"
 #include "browser/UIUtils.h"
+#include "platform/drive/DriveLayout.h"
+#include "platform/drive/DriveSetup.h"
 #include "platform/foundation/StringFormat.h"
 #include "platform/ui/AlertAction.h"
 #include "platform/ui/AlertController.h"
+#include "platform/ui/BarButtonItem.h"
+#include "platform/ui/PopoverPresentationController.h"
 #include "platform/ui/ViewController.h"
 #include "support/LogSpy.h"
 #include "support/TestDrive.h"
@@ -20,7 +24,7 @@ private:
     TestDrive m_drive;
 
 private Q_SLOTS:
-    void initTestCase() { DRLogSetLevel(LOG_DEBUG); }
+    void initTestCase() { LogSpy::keepDebugLines(); }
 
     // renaming a document to the name it has must not touch it or complain
     void renamingToTheSameNameDoesNothing()
@@ -105,6 +109,133 @@ private Q_SLOTS:
                                                   "characters, or with no punctuation marks."));
         QCOMPARE(alert->actions().size(), 1);
         QCOMPARE(alert->actions().first()->title(), QStringLiteral("OK"));
+    }
+
+    // the sheet names what is lost, in quotes, so that nobody deletes the wrong folder
+    void deletingOneFolderQuotesItsName()
+    {
+        QDir().mkpath(m_drive.path(QStringLiteral("Work")));
+        const QList<QUrl> urls{m_drive.url(QStringLiteral("Work"))};
+        const QString expected = QStringLiteral(
+            "\"Work\" will be permanently deleted from Aerova Drive on all your devices. This action cannot be undone.");
+        QCOMPARE(UIUtils::messageForDeletePrompt(urls), expected);
+
+        ViewController screen;
+        screen.view()->resize(390, 844);
+        int calls = 0;
+        bool wasCancelled = true;
+        AlertAction *pressed = nullptr;
+        UIUtils::showDeleteWarningAlert_hasContainer_viewController_usingView_usingButton_completion(
+            urls, false, &screen, screen.view(), nullptr, [&](AlertAction *action, bool cancelled) {
+                ++calls;
+                pressed = action;
+                wasCancelled = cancelled;
+            });
+        auto *sheet = qobject_cast<AlertController *>(screen.presentedViewController());
+        QVERIFY(sheet);
+        QCOMPARE(sheet->preferredStyle(), AlertController::Style::ActionSheet);
+        QCOMPARE(sheet->title(), QString());
+        QCOMPARE(sheet->message(), expected);
+        QCOMPARE(sheet->actions().size(), 2);
+        QCOMPARE(sheet->actions().at(0)->title(), QStringLiteral("Delete from Aerova Drive"));
+        QCOMPARE(sheet->actions().at(0)->style(), AlertAction::Style::Destructive);
+        QCOMPARE(sheet->actions().at(1)->title(), QStringLiteral("Cancel"));
+        QCOMPARE(sheet->actions().at(1)->style(), AlertAction::Style::Cancel);
+        // on a tablet it points at the middle line of the anchor, from the left or the right
+        PopoverPresentationController *popover = sheet->popoverPresentationController();
+        QCOMPARE(popover->sourceView(), screen.view());
+        QCOMPARE(popover->sourceRect(), QRect(0, 422, 390, 0));
+        QCOMPARE(popover->permittedArrowDirections(),
+                 PopoverPresentationController::ArrowDirection::Left | PopoverPresentationController::ArrowDirection::Right);
+
+        LogSpy::clear();
+        AlertAction *deleteAction = sheet->actions().at(0);
+        sheet->pressAction(deleteAction);
+        QCOMPARE(calls, 1);
+        QCOMPARE(pressed, deleteAction);
+        QVERIFY(!wasCancelled);
+        QCOMPARE(LogSpy::levelOf(QStringLiteral("Delete action")), LOG_DEBUG);
+        QCOMPARE(LogSpy::withMessage(QStringLiteral("Delete action")).first().value(QStringLiteral("DRFacility")),
+                 QStringLiteral("DR"));
+        QVERIFY(!screen.presentedViewController());
+        QVERIFY(QFileInfo(m_drive.path(QStringLiteral("Work"))).isDir()); // the caller deletes, not the sheet
+    }
+
+    void cancellingTheSheetReportsCancelled()
+    {
+        ViewController screen;
+        BarButtonItem trash(BarButtonItem::SystemItem::Trash);
+        bool wasCancelled = false;
+        int calls = 0;
+        UIUtils::showDeleteWarningAlert_hasContainer_viewController_usingView_usingButton_completion(
+            {m_drive.url(QStringLiteral("a")), m_drive.url(QStringLiteral("b"))}, false, &screen, nullptr, &trash,
+            [&](AlertAction *, bool cancelled) {
+                ++calls;
+                wasCancelled = cancelled;
+            });
+        auto *sheet = qobject_cast<AlertController *>(screen.presentedViewController());
+        QVERIFY(sheet);
+        QCOMPARE(sheet->popoverPresentationController()->barButtonItem(), &trash);
+        QVERIFY(!sheet->popoverPresentationController()->sourceView());
+        LogSpy::clear();
+        sheet->pressAction(sheet->actionWithTitle(QStringLiteral("Cancel")));
+        QCOMPARE(calls, 1);
+        QVERIFY(wasCancelled);
+        QCOMPARE(LogSpy::levelOf(QStringLiteral("Delete: Cancel pressed")), LOG_INFO);
+    }
+
+    void deletingAnAppContainerNamesItsLibrary()
+    {
+        QVERIFY(!DriveSetup::addContainer(QStringLiteral("com.example.writer"), QStringLiteral("Writer"),
+                                          QStringLiteral("Any"), {QStringLiteral("public.plain-text")}));
+        const QUrl container = QUrl::fromLocalFile(DriveLayout::mobileDocumentsPath()
+                                                   + QStringLiteral("/com.example.writer/Documents"));
+        QCOMPARE(UIUtils::messageForDeletePrompt({container}),
+                 QStringLiteral("The Writer app library, and all its documents, will be permanently deleted from "
+                                "Aerova Drive on all your devices. This action cannot be undone."));
+    }
+
+    void deletingThreeItemsCountsThem()
+    {
+        const QList<QUrl> urls{m_drive.url(QStringLiteral("a")), m_drive.url(QStringLiteral("b")),
+                               m_drive.url(QStringLiteral("c"))};
+        QCOMPARE(UIUtils::messageForDeletePrompt(urls),
+                 QStringLiteral("3 Items will be permanently deleted from Aerova Drive on all your devices. This "
+                                "action cannot be undone."));
+        QCOMPARE(UIUtils::messageForDeletePrompt({}),
+                 QStringLiteral("0 Items will be permanently deleted from Aerova Drive on all your devices. This "
+                                "action cannot be undone."));
+    }
+
+    void anEmptySelectionCompletesAtOnceAsCancelled()
+    {
+        ViewController screen;
+        int calls = 0;
+        bool wasCancelled = false;
+        AlertAction *pressed = reinterpret_cast<AlertAction *>(1);
+        UIUtils::showDeleteWarningAlert_hasContainer_viewController_usingView_usingButton_completion(
+            {}, false, &screen, nullptr, nullptr, [&](AlertAction *action, bool cancelled) {
+                ++calls;
+                pressed = action;
+                wasCancelled = cancelled;
+            });
+        QCOMPARE(calls, 1);
+        QVERIFY(wasCancelled);
+        QCOMPARE(pressed, nullptr);
+        QVERIFY(!screen.presentedViewController());
+    }
+
+    // a vanished single item has nothing to confirm; the caller is not told either
+    void anUnreadableSingleItemShowsNothing()
+    {
+        ViewController screen;
+        int calls = 0;
+        const QList<QUrl> urls{m_drive.url(QStringLiteral("Gone.txt"))};
+        QCOMPARE(UIUtils::messageForDeletePrompt(urls), QString());
+        UIUtils::showDeleteWarningAlert_hasContainer_viewController_usingView_usingButton_completion(
+            urls, false, &screen, nullptr, nullptr, [&](AlertAction *, bool) { ++calls; });
+        QVERIFY(!screen.presentedViewController());
+        QCOMPARE(calls, 0);
     }
 
     void cursorGoesBeforeTheExtension()
