@@ -3,6 +3,7 @@
 #include "app/DRLogging.h"
 #include "app/Settings.h"
 #include "browser/DocumentListControllerStatusBar.h"
+#include "browser/NewFolderPrompt.h"
 #include "browser/RenamePrompt.h"
 #include "browser/StatusBar.h"
 #include "browser/UIUtils.h"
@@ -21,6 +22,7 @@
 #include "platform/foundation/UserDefaults.h"
 #include "platform/lists/DocumentListController.h"
 #include "platform/lists/DocumentSearchController.h"
+#include "platform/lists/DocumentTargetSelectionController.h"
 #include "platform/quota/KVQOffer.h"
 #include "platform/quota/KVQOfferManager.h"
 #include "platform/ui/BarButtonItem.h"
@@ -30,6 +32,7 @@
 #include "watchers/QuotaFetcher.h"
 
 #include <QCoreApplication>
+#include <QDirIterator>
 #include <QThread>
 #include <QWidget>
 
@@ -168,9 +171,41 @@ void NavController::initNewListController(DocumentListController *list)
 
 void NavController::configureNavBar(DocumentListController *list)
 {
-    // the selection controls of edit mode join this bar with the editing actions
-    list->navigationItem()->setHidesBackButton(m_editMode);
-    list->navigationItem()->setTitle(m_viewTitle);
+    NavigationItem *item = list->navigationItem();
+    item->setRightBarButtonItem(rightButtonForMode(list));
+    // no leaving the folder while selecting in it
+    item->setHidesBackButton(m_editMode);
+    item->setTitle(m_editMode ? LocalizedString::localized(QStringLiteral("Select Items")) : m_viewTitle);
+}
+
+BarButtonItem *NavController::rightButtonForMode(DocumentListController *list)
+{
+    // each list keeps its two buttons for its whole life
+    const QString name = m_editMode ? QStringLiteral("cancelEditButton") : QStringLiteral("selectButton");
+    if (auto *button = list->findChild<BarButtonItem *>(name, Qt::FindDirectChildrenOnly)) {
+        return button;
+    }
+    BarButtonItem *button = nullptr;
+    if (m_editMode) {
+        button = new BarButtonItem(BarButtonItem::SystemItem::Cancel, list);
+        button->setAction([this] { endEditMode(); });
+    } else {
+        button = new BarButtonItem(LocalizedString::localized(QStringLiteral("Select")), BarButtonItem::Style::Plain,
+                                   list);
+        button->setAction([this] { beginEditMode(); });
+    }
+    button->setObjectName(name);
+    return button;
+}
+
+BarButtonItem *NavController::makeEditToolbarButton(DocumentListController *list, const QString &key,
+                                                    const QString &name, void (NavController::*action)())
+{
+    auto *button = new BarButtonItem(LocalizedString::localized(key), BarButtonItem::Style::Plain, list);
+    button->setObjectName(name);
+    button->setProperty("editModeToolbarItem", true);
+    button->setAction([this, action] { (this->*action)(); });
+    return button;
 }
 
 void NavController::configureToolbar(DocumentListController *list)
@@ -179,6 +214,24 @@ void NavController::configureToolbar(DocumentListController *list)
     m_barButtonMoveItem.clear();
     m_barButtonDeleteItem.clear();
     if (m_editMode) {
+        // the buttons of an earlier edit mode go once the bar no longer shows them
+        for (BarButtonItem *old : list->findChildren<BarButtonItem *>(QString(), Qt::FindDirectChildrenOnly)) {
+            if (old->property("editModeToolbarItem").toBool()) {
+                old->setProperty("editModeToolbarItem", false);
+                old->setObjectName(QString());
+                old->deleteLater();
+            }
+        }
+        m_barButtonNewFolder = makeEditToolbarButton(list, QStringLiteral("New Folder"), QStringLiteral("newFolderButton"),
+                                                     &NavController::promtForNewFolderAndCreate);
+        m_barButtonMoveItem = makeEditToolbarButton(list, QStringLiteral("Move"), QStringLiteral("moveButton"),
+                                                    &NavController::showMoveTargetForSelectedItems);
+        m_barButtonDeleteItem = makeEditToolbarButton(list, QStringLiteral("Delete"), QStringLiteral("deleteButton"),
+                                                      &NavController::showWarningAndDeleteDocument);
+        auto *space = new BarButtonItem(BarButtonItem::SystemItem::FlexibleSpace, list);
+        space->setProperty("editModeToolbarItem", true);
+        list->setToolbarItems({m_barButtonNewFolder.data(), space, m_barButtonMoveItem.data(), space,
+                               m_barButtonDeleteItem.data()});
         return;
     }
     if (!StatusBar::statusBar(list)) {
@@ -307,6 +360,24 @@ void NavController::updateStatusUI(DocumentListController *list)
     if (DocumentListControllerStatusBar *bar = StatusBar::statusBar(list)) {
         bar->setStatusText(toolbarStatusText(quint64(list->containedItemCount())));
         bar->showUpgradeOffer(m_upgradeOffer);
+    }
+    if (m_editMode) {
+        updateEditModeControls(list);
+    }
+}
+
+void NavController::updateEditModeControls(DocumentListController *list)
+{
+    const qsizetype selected = list->selectedItems().size();
+    list->navigationItem()->setTitle(
+        selected > 0 ? LocalizedString::localizedPluralWithFormat(QStringLiteral(".DICT.ITEMS_SELECTED.%d"),
+                                                                  int(selected), qint64(selected))
+                     : LocalizedString::localized(QStringLiteral("Select Items")));
+    if (m_barButtonMoveItem) {
+        m_barButtonMoveItem->setEnabled(canShowMoveForSelectedItems(list));
+    }
+    if (m_barButtonDeleteItem) {
+        m_barButtonDeleteItem->setEnabled(canShowDeleteForSelectedItems(list));
     }
 }
 
@@ -534,8 +605,16 @@ void NavController::documentListController_performAction_URL_originatingView_com
     std::function<void()> completion)
 {
     Q_UNUSED(list)
-    Q_UNUSED(originatingView)
     switch (action) {
+    case DocumentListController::DeleteAction:
+        m_performActionCompletionBlock = completion;
+        showWarningAndDeleteURLs_usingView_withDocumentListController_finishedCompletion(
+            {url}, originatingView, nullptr, [completion] {
+                if (completion) {
+                    completion();
+                }
+            });
+        return;
     case DocumentListController::InfoAction:
         showPreview_previewMode(DRItem::initWithURL(url), PreviewModeDetails);
         if (completion) {
@@ -559,4 +638,398 @@ void NavController::documentListController_performAction_URL(DocumentListControl
                                                              const QUrl &url)
 {
     documentListController_performAction_URL_originatingView_completion(list, action, url, view(), [] {});
+}
+
+// ---- edit mode and selection
+
+void NavController::beginEditMode()
+{
+    DRLog(LOG_INFO, "Begin Edit mode");
+    setEditModeAndUpdateUI_forViewController(true, getTopDocumentListController());
+}
+
+void NavController::endEditMode()
+{
+    DocumentListController *list = getTopDocumentListController();
+    const QList<QUrl> selected = list ? list->selectedItems() : QList<QUrl>();
+    DRLog(LOG_DEBUG, "EndEditMode.  Selected %d items: %@", int(selected.size()), selected);
+    setEditModeAndUpdateUI_forViewController(false, list);
+}
+
+void NavController::selectAllItems()
+{
+    DRLog(LOG_INFO, "Pressed SelectAll");
+    DocumentListController *list = getTopDocumentListController();
+    if (!list) {
+        return;
+    }
+    DRLog(LOG_DEBUG, "DLC has %d contained items", int(list->containedItemCount()));
+    list->setSelectedItems(list->containedItems());
+    const QList<QUrl> selected = list->selectedItems();
+    DRLog(LOG_DEBUG, "Selected all %d: %@", int(selected.size()), selected);
+}
+
+void NavController::setEditModeAndUpdateUI_forViewController(bool editMode, DocumentListController *list)
+{
+    m_editMode = editMode;
+    if (list) {
+        list->setEditing_animated(editMode, true);
+    }
+    if (getTopDocumentListController()) {
+        configureVisibleControllerForMode();
+    }
+    if (editMode && list && m_barButtonNewFolder) {
+        // decided once per edit mode: the selection does not change where a folder may go
+        m_barButtonNewFolder->setEnabled(canEnableNewFolderForSelectedItems(list));
+    }
+}
+
+void NavController::configureVisibleControllerForMode()
+{
+    DocumentListController *list = getTopDocumentListController();
+    if (!list) {
+        return;
+    }
+    configureNavBar(list);
+    configureToolbar(list);
+    updateStatusUI(list);
+}
+
+bool NavController::canShowMoveForSelectedItems(DocumentListController *list)
+{
+    const QList<QUrl> selected = list->selectedItems();
+    if (selected.isEmpty() || numContainersInURLArray(selected) > 0) {
+        return false; // containers never move
+    }
+    return containerSupportsAnyDepth(list) || numFoldersInURLArray(selected) == 0;
+}
+
+bool NavController::canShowDeleteForSelectedItems(DocumentListController *list)
+{
+    const QList<QUrl> selected = list->selectedItems();
+    const quint64 containers = numContainersInURLArray(selected);
+    return !selected.isEmpty() && (containers == 0 || containers == quint64(selected.size()));
+}
+
+quint64 NavController::numContainersInURLArray(const QList<QUrl> &urls)
+{
+    return quint64(std::count_if(urls.cbegin(), urls.cend(), [](const QUrl &url) { return kd_isDocumentsContainer(url); }));
+}
+
+quint64 NavController::numFoldersInURLArray(const QList<QUrl> &urls)
+{
+    for (const QUrl &url : urls) {
+        const std::shared_ptr<DRItem> item = DRItem::initWithURL(url);
+        if (item && item->isDirectory() && !item->isPackage()) {
+            return 1;
+        }
+    }
+    return 0;
+}
+
+// ---- new folders and folder depths
+
+bool NavController::canEnableNewFolderForSelectedItems(DocumentListController *list)
+{
+    const QUrl url = list->presentedURL();
+    std::shared_ptr<KDContainer> container;
+    QStringList components;
+    const std::optional<Error> error
+        = FileUtils::containerAndRelativePathforURL_container_relativePathComponents(url, &container, &components);
+    if (error || !container) {
+        DRLog(LOG_ERR, "Couldn't get container for URL %@: %@", url, error);
+        return false;
+    }
+    const QVariant levels = container->supportedFolderLevels();
+    const QString identifier = container->identifier();
+    if (!levels.isValid() || levels.isNull()) {
+        DRLog(LOG_DEBUG, "Container %@ has no depth. Enabling new folder button", identifier);
+        return true;
+    }
+    const QString option = levels.toString();
+    if (option == KDUbiquitousContainerSupportedFolderNone) {
+        DRLog(LOG_DEBUG, "Container %@ supports no folders. Disabling new folder button", identifier);
+        return false;
+    }
+    if (option == KDUbiquitousContainerSupportedFolderAny) {
+        DRLog(LOG_DEBUG, "Container %@ supports any folder. Enabling new folder button", identifier);
+        return true;
+    }
+    if (option == KDUbiquitousContainerSupportedFolderOne) {
+        const uint depth = uint(components.size());
+        if (depth == 0) {
+            DRLog(LOG_DEBUG, "Container %@ supports one folder. File is depth 0. Enabling new folder button", identifier);
+            return true;
+        }
+        DRLog(LOG_DEBUG, "Container %@ supports one folder. File is depth %u. Disabling new folder button", identifier,
+              depth);
+        return false;
+    }
+    DRLog(LOG_WARNING, "Container %@ has unknown depth option %@. Disabling new folder button", identifier, option);
+    return false;
+}
+
+bool NavController::containerSupportsAnyDepth(DocumentListController *list)
+{
+    const QUrl url = list->presentedURL();
+    std::shared_ptr<KDContainer> container;
+    QStringList components;
+    const std::optional<Error> error
+        = FileUtils::containerAndRelativePathforURL_container_relativePathComponents(url, &container, &components);
+    if (error || !container) {
+        DRLog(LOG_ERR, "Couldn't get container for URL %@: %@", url, error);
+        return false;
+    }
+    const QVariant levels = container->supportedFolderLevels();
+    if (!levels.isValid() || levels.isNull()) {
+        DRLog(LOG_DEBUG, "Container %@ has no depth. Enabling new folder button", container->identifier());
+        return true;
+    }
+    if (levels.toString() == KDUbiquitousContainerSupportedFolderAny) {
+        DRLog(LOG_DEBUG, "Container %@ supports any folder. Enabling new folder button", container->identifier());
+        return true;
+    }
+    return false;
+}
+
+bool NavController::containerHasSubfolders(const QUrl &url)
+{
+    std::optional<Error> error;
+    const std::shared_ptr<KDContainer> container = KDContainer::containerForItemAtURL_error(url, &error);
+    if (error || !container) {
+        return true; // unknown: offer the picker rather than hide a possible target
+    }
+    const QUrl documents = container->documentsURL();
+    if (documents.isEmpty()) {
+        return false; // no documents folder yet, so nothing in it
+    }
+    // one level only: what lies inside folders and packages is not read
+    QDirIterator it(documents.toLocalFile(), QDir::AllEntries | QDir::NoDotAndDotDot | QDir::System);
+    while (it.hasNext()) {
+        it.next();
+        const QFileInfo info = it.fileInfo();
+        if (it.fileName().startsWith(QLatin1Char('.'))) {
+            continue;
+        }
+        if (!info.exists()) {
+            // gone since it was listed, or a link to nothing: its kind can't be read
+            const Error entryError = Error::fromErrno(ENOENT, info.filePath());
+            DRLog(LOG_INFO, "Error enumerating %@: %@", QUrl::fromLocalFile(info.filePath()), entryError);
+            continue;
+        }
+        if (info.isDir()) {
+            return true; // a package too: it is a directory on disk
+        }
+    }
+    return false;
+}
+
+void NavController::promtForNewFolderAndCreate()
+{
+    DRLog(LOG_INFO, "Pressed NewFolder");
+    if (DocumentListController *list = getTopDocumentListController()) {
+        showNewFolderPromptDuringMove_itemsToMove(list->presentedURL(), {});
+    }
+}
+
+void NavController::showNewFolderPromptDuringMove_itemsToMove(const QUrl &folderURL, const QList<QUrl> &itemsToMove)
+{
+    if (folderURL.isEmpty()) {
+        DRLog(LOG_WARNING, "dlc.presentedURL is nil");
+        return;
+    }
+    const bool moving = !itemsToMove.isEmpty();
+    const QString title = moving ? LocalizedString::localizedPluralWithFormat(QStringLiteral(".DICT.MOVE_ITEMS.%d"),
+                                                                              int(itemsToMove.size()),
+                                                                              qint64(itemsToMove.size()))
+                                 : LocalizedString::localized(QStringLiteral("New Folder"));
+    const QString doneText = LocalizedString::localized(moving ? QStringLiteral("Move") : QStringLiteral("Create"));
+    QPointer<NavController> self(this);
+    m_folderPromptAlert = NewFolderPrompt::newWithTitle_doneButtonText_completion(
+        title, doneText, [self, folderURL, itemsToMove](const QString &name, bool *accepted) -> QString {
+            *accepted = false;
+            if (name.isEmpty()) {
+                return QString();
+            }
+            const QUrl folder = QUrl::fromLocalFile(folderURL.adjusted(QUrl::StripTrailingSlash).toLocalFile()
+                                                    + QLatin1Char('/') + name + QLatin1Char('/'));
+            if (FileUtils::exists(folder)) {
+                DRLog(LOG_INFO, "Item exists at path: %@", folder);
+                return UIUtils::bestMessage(Error::fileError(FileWriteFileExistsError));
+            }
+            if (const std::optional<Error> error = FileUtils::mkdir(folder)) {
+                return UIUtils::bestMessage(error);
+            }
+            if (itemsToMove.isEmpty() || !self) {
+                *accepted = true;
+                return QString();
+            }
+            const QList<Error> errors = self->moveItemsToDirectory_toDirectory(itemsToMove, folder);
+            if (errors.isEmpty()) {
+                *accepted = true;
+                return QString();
+            }
+            // the prompt stays open over the folder that now exists, showing what went wrong
+            if (errors.size() == 1) {
+                return UIUtils::bestMessage(errors.first());
+            }
+            return LocalizedString::localizedPluralWithFormat(QStringLiteral(".DICT.CANNOT_MOVE_ITEMS.%d"),
+                                                              int(errors.size()), qint64(errors.size()));
+        });
+    presentViewController(m_folderPromptAlert->alert(), true);
+}
+
+// ---- moving
+
+void NavController::showMoveTargetForSelectedItems()
+{
+    DRLog(LOG_INFO, "Pressed Move");
+    DocumentListController *list = getTopDocumentListController();
+    if (!list) {
+        return;
+    }
+    const QList<QUrl> items = list->selectedItems();
+    setEditModeAndUpdateUI_forViewController(false, list);
+    showMoveTargetForItems_inFolder(items, list->presentedURL());
+}
+
+void NavController::showMoveTargetForItems_inFolder(const QList<QUrl> &items, const QUrl &folderURL)
+{
+    DRLog(LOG_INFO, "Prompting for Move Target, %d items", int(items.size()));
+    if (!containerHasSubfolders(folderURL)) {
+        showNewFolderPromptDuringMove_itemsToMove(folderURL, items);
+        return;
+    }
+    DocumentTargetSelectionController *picker = DocumentTargetSelectionController::initWithItemsToMove(items);
+    picker->setDelegate(this);
+    picker->setModalPresentationStyle(ViewController::ModalPresentationStyle::OverCurrentContext);
+    visibleViewController()->presentViewController(picker, true, [] { DRLog(LOG_DEBUG, "Presented moveTarget"); });
+}
+
+void NavController::documentTargetSelectionController_didSelectItemAtURL(DocumentTargetSelectionController *picker,
+                                                                         const QUrl &url)
+{
+    const QList<QUrl> items = picker->itemsToMove();
+    picker->dismissViewControllerAnimated(true);
+    moveItemsToDirectoryAndShowErrors_toDirectory(items, url);
+}
+
+QList<Error> NavController::moveItemsToDirectory_toDirectory(const QList<QUrl> &items, const QUrl &directory)
+{
+    DRLog(LOG_DEBUG, "MoveTarget = %@", directory);
+    DRLog(LOG_DEBUG, "ItemsToMove = %@", items);
+    const QString folder = directory.adjusted(QUrl::StripTrailingSlash).toLocalFile();
+    QList<Error> errors;
+    for (const QUrl &item : items) {
+        // the name alone, never a trailing slash: a folder moves like a file
+        const QUrl destination
+            = QUrl::fromLocalFile(folder + QLatin1Char('/') + item.adjusted(QUrl::StripTrailingSlash).fileName());
+        // every item is attempted: one failure must not strand the rest
+        if (const std::optional<Error> error = FileUtils::move_to(item, destination)) {
+            errors.append(*error);
+        }
+    }
+    return errors;
+}
+
+void NavController::moveItemsToDirectoryAndShowErrors_toDirectory(const QList<QUrl> &items, const QUrl &directory)
+{
+    const QList<Error> errors = moveItemsToDirectory_toDirectory(items, directory);
+    if (errors.size() == 1) {
+        UIUtils::showError_parentViewController(errors.first(), topViewController());
+    } else if (errors.size() >= 2) {
+        UIUtils::showAlert_message_parentViewController(
+            LocalizedString::localizedPluralWithFormat(QStringLiteral(".DICT.CANNOT_MOVE_ITEMS.%d"), int(errors.size()),
+                                                       qint64(errors.size())),
+            QString(), topViewController());
+    }
+}
+
+// ---- deleting
+
+void NavController::showWarningAndDeleteDocument()
+{
+    DocumentListController *list = getTopDocumentListController();
+    const QList<QUrl> selected = list ? list->selectedItems() : QList<QUrl>();
+    DRLog(LOG_INFO, "Pressed Delete after selecting %@ items: %@", qint64(selected.size()), selected);
+    showWarningAndDeleteURLs_usingView_withDocumentListController_finishedCompletion(selected, nullptr, list, {});
+}
+
+void NavController::showWarningAndDeleteURLs_usingView_withDocumentListController_finishedCompletion(
+    const QList<QUrl> &urls, QWidget *view, DocumentListController *list, std::function<void()> completion)
+{
+    const quint64 containers = numContainersInURLArray(urls);
+    if (containers > 0 && containers != quint64(urls.size())) {
+        DRLog(LOG_ERR, "Not Deleting: mix of containers and items: %@", urls);
+        if (completion) {
+            completion();
+        }
+        return;
+    }
+    QPointer<NavController> self(this);
+    QPointer<DocumentListController> guardedList(list);
+    UIUtils::showDeleteWarningAlert_hasContainer_viewController_usingView_usingButton_completion(
+        urls, containers > 0, visibleViewController(), view, m_barButtonDeleteItem.data(),
+        [self, guardedList, hadList = list != nullptr, urls, completion](AlertAction *, bool cancelled) {
+            if (!self) {
+                return;
+            }
+            int failures = 0;
+            std::optional<Error> lastError;
+            if (!cancelled) {
+                if (hadList && guardedList) {
+                    self->setEditModeAndUpdateUI_forViewController(false, guardedList.data());
+                }
+                failures = self->deleteURLs(urls, &lastError);
+            }
+            if (completion) {
+                completion();
+            }
+            if (failures == 1) {
+                // a refused or missing container records no error: the alert then says nothing
+                UIUtils::showError_parentViewController(lastError, self->topViewController());
+            } else if (failures >= 2) {
+                UIUtils::showAlert_message_parentViewController(
+                    LocalizedString::localizedPluralWithFormat(QStringLiteral(".DICT.CANNOT_DELETE_ITEMS.%d"), failures,
+                                                               qint64(failures)),
+                    QString(), self->topViewController());
+            }
+        });
+}
+
+int NavController::deleteURLs(const QList<QUrl> &urls, std::optional<Error> *lastError)
+{
+    int failures = 0;
+    // every item is attempted: one failure must not strand the rest
+    for (const QUrl &url : urls) {
+        if (!kd_isDocumentsContainer(url)) {
+            DRLog(LOG_INFO, "Deleting item %@", url);
+            if (std::optional<Error> error = FileUtils::remove(url)) {
+                ++failures;
+                DRLog(LOG_WARNING, "Failed to delete URL %@: %@", url, error->description());
+                *lastError = std::move(error);
+            }
+            continue;
+        }
+        std::optional<Error> lookupError;
+        const std::shared_ptr<KDContainer> container = KDContainer::containerForItemAtURL_error(url, &lookupError);
+        if (lookupError || !container || container->identifier().isEmpty()) {
+            ++failures;
+            DRLog(LOG_WARNING, "No container for URL %@: %@", url, lookupError);
+            continue;
+        }
+        if (container->identifier() == KDUbiquitousDefaultContainerID) {
+            // the drive's own folders are never emptied, even after the user confirmed
+            ++failures;
+            DRLog(LOG_ERR, "NOT Deleting root container %@", container->description());
+            continue;
+        }
+        DRLog(LOG_INFO, "Deleting container %@", container->description());
+        if (std::optional<Error> error = container->deleteAllContentsOnClientAndServer()) {
+            ++failures;
+            DRLog(LOG_WARNING, "Failed to delete container %@: %@", container->description(), error->description());
+            *lastError = std::move(error);
+        }
+    }
+    return failures;
 }

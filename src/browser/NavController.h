@@ -2,7 +2,9 @@
 
 #include "browser/DocumentListControllerStatusBarDelegate.h"
 #include "browser/FilenamePrompt.h"
+#include "platform/foundation/Error.h"
 #include "platform/lists/DocumentListControllerDelegate.h"
+#include "platform/lists/DocumentTargetSelectionControllerDelegate.h"
 #include "platform/quota/KVQUpgradeFlowManager.h"
 #include "platform/ui/NavigationController.h"
 #include "platform/ui/NavigationControllerDelegate.h"
@@ -19,6 +21,7 @@ class BarButtonItem;
 class DRItem;
 class DocumentInteractionController;
 class DocumentListController;
+class DocumentTargetSelectionController;
 class KVQOffer;
 class QuotaFetcher;
 class UbiquityIdentityToken;
@@ -32,16 +35,18 @@ class SplitViewController;
 /// It decides the first screen (the drive's root, or the signed-out placeholder) and rebuilds
 /// it when the account changes, fetches the free space every five minutes, follows the storage
 /// offer, shares the edit mode between all levels, keeps each list's status line current, and
-/// is the delegate of every list it shows. Main thread only.
+/// is the delegate of every list it shows. In edit mode the user selects items of the top list
+/// and creates a folder, moves or deletes them from the toolbar. Main thread only.
 class NavController final : public NavigationController,
                             public NavigationControllerDelegate,
                             public DocumentListControllerDelegate,
+                            public DocumentTargetSelectionControllerDelegate,
                             public DocumentListControllerStatusBarDelegate,
                             public QuotaFetcherDelegate
 {
     Q_OBJECT
-    Q_INTERFACES(NavigationControllerDelegate DocumentListControllerDelegate DocumentListControllerStatusBarDelegate
-                     QuotaFetcherDelegate)
+    Q_INTERFACES(NavigationControllerDelegate DocumentListControllerDelegate DocumentTargetSelectionControllerDelegate
+                     DocumentListControllerStatusBarDelegate QuotaFetcherDelegate)
 
 public:
     /// The user-defaults key of the account token seen last.
@@ -113,6 +118,44 @@ public:
     // renaming
     void showRenamePrompt(const QUrl &url);
 
+    // edit mode and selection
+    void beginEditMode();
+    void endEditMode();
+    /// Selects every item of the top list (kept for a select-all control).
+    void selectAllItems();
+    void setEditModeAndUpdateUI_forViewController(bool editMode, DocumentListController *list);
+    void configureVisibleControllerForMode();
+    bool canShowMoveForSelectedItems(DocumentListController *list);
+    bool canShowDeleteForSelectedItems(DocumentListController *list);
+    static quint64 numContainersInURLArray(const QList<QUrl> &urls);
+    /// 1 as soon as one URL is a folder (a directory that is not a package), else 0.
+    static quint64 numFoldersInURLArray(const QList<QUrl> &urls);
+
+    // new folders and the folder depths a container allows
+    void promtForNewFolderAndCreate();
+    bool canEnableNewFolderForSelectedItems(DocumentListController *list);
+    bool containerSupportsAnyDepth(DocumentListController *list);
+    /// Whether the container of `url` has a folder (or package) at its top; true when unknown.
+    static bool containerHasSubfolders(const QUrl &url);
+    /// The name prompt for a new folder in `folderURL`; with `itemsToMove`, the items then move
+    /// into it.
+    void showNewFolderPromptDuringMove_itemsToMove(const QUrl &folderURL, const QList<QUrl> &itemsToMove);
+
+    // moving
+    void showMoveTargetForSelectedItems();
+    void showMoveTargetForItems_inFolder(const QList<QUrl> &items, const QUrl &folderURL);
+    void documentTargetSelectionController_didSelectItemAtURL(DocumentTargetSelectionController *picker,
+                                                              const QUrl &url) override;
+    /// Moves each item into `directory` under its own name (a free one when taken); returns the
+    /// errors of the items that failed, in item order.
+    QList<Error> moveItemsToDirectory_toDirectory(const QList<QUrl> &items, const QUrl &directory);
+    void moveItemsToDirectoryAndShowErrors_toDirectory(const QList<QUrl> &items, const QUrl &directory);
+
+    // deleting
+    void showWarningAndDeleteDocument();
+    void showWarningAndDeleteURLs_usingView_withDocumentListController_finishedCompletion(
+        const QList<QUrl> &urls, QWidget *view, DocumentListController *list, std::function<void()> completion);
+
     // navigation controller delegate
     void navigationController_willShowViewController_animated(NavigationController *navigationController,
                                                               ViewController *viewController, bool animated) override;
@@ -134,6 +177,14 @@ protected:
     void viewDidLoad() override;
 
 private:
+    BarButtonItem *rightButtonForMode(DocumentListController *list);
+    BarButtonItem *makeEditToolbarButton(DocumentListController *list, const QString &key, const QString &name,
+                                         void (NavController::*action)());
+    void updateEditModeControls(DocumentListController *list);
+    /// Deletes the items and empties the containers; returns the failure count and the last
+    /// error recorded.
+    int deleteURLs(const QList<QUrl> &urls, std::optional<Error> *lastError);
+
     bool m_editMode = false;
     QString m_viewTitle;
     QPointer<BarButtonItem> m_barButtonNewFolder;

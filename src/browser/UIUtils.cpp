@@ -72,11 +72,9 @@ void UIUtils::showAlert_message_parentViewController(const QString &title, const
     parentViewController->presentViewController(alert, true);
 }
 
-void UIUtils::showError_parentViewController(const Error &error, ViewController *parentViewController)
+void UIUtils::showError_parentViewController(const std::optional<Error> &error, ViewController *parentViewController)
 {
-    const QString title = error.localizedDescription().isEmpty() ? error.localizedFailureReason()
-                                                                 : error.localizedDescription();
-    showAlert_message_parentViewController(title, QString(), parentViewController);
+    showAlert_message_parentViewController(bestMessage(error), QString(), parentViewController);
 }
 
 QString UIUtils::bestMessage(const std::optional<Error> &error)

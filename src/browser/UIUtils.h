@@ -31,7 +31,9 @@ public:
 
     static void showAlert_message_parentViewController(const QString &title, const QString &message,
                                                        ViewController *parentViewController);
-    static void showError_parentViewController(const Error &error, ViewController *parentViewController);
+    /// An alert titled by the error's best message; with no error, an alert with neither title
+    /// nor message.
+    static void showError_parentViewController(const std::optional<Error> &error, ViewController *parentViewController);
     /// The error's description, else its failure reason; empty for no error.
     static QString bestMessage(const std::optional<Error> &error);
     static void showItemExistsAlert_parentViewController(const QString &name, ViewController *parentViewController);

@@ -22,9 +22,10 @@
 
 namespace {
 
+/// The item's path: a folder URL's trailing slash names the same item, whatever its kind.
 QString localPath(const QUrl &url)
 {
-    return url.toLocalFile();
+    return url.adjusted(QUrl::StripTrailingSlash).toLocalFile();
 }
 
 QString extensionOf(const QString &name)

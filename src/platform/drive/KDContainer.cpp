@@ -65,6 +65,11 @@ QUrl KDContainer::containerURL() const
     return QUrl::fromLocalFile(DriveLayout::mobileDocumentsPath() + QLatin1Char('/') + m_identifier);
 }
 
+QString KDContainer::description() const
+{
+    return QStringLiteral("<KDContainer %1 at %2>").arg(m_identifier, containerURL().toLocalFile());
+}
+
 QUrl KDContainer::documentsURL() const
 {
     const QString path = isDefaultContainer() ? containerURL().toLocalFile()

@@ -39,6 +39,8 @@ public:
     /// The document types the app declares: maps with "CFBundleTypeName" and "LSItemContentTypes".
     QVariantList documentsTypes() const { return m_documentsTypes; }
     bool isDefaultContainer() const { return m_identifier == KDUbiquitousDefaultContainerID; }
+    /// The form used in log lines: identifier and folder.
+    QString description() const;
 
     /// The container's top-level folder on the drive.
     QUrl containerURL() const;

@@ -190,6 +190,16 @@ QWidget *DocumentListController::loadView()
     return root;
 }
 
+void DocumentListController::viewDidAppear(bool animated)
+{
+    ViewController::viewDidAppear(animated);
+    if (!m_reportedContents) {
+        // the first report: the owner learns what the folder holds once it is on screen
+        m_reportedContents = true;
+        notifyItemsChanged();
+    }
+}
+
 QListView *DocumentListController::listView()
 {
     view();

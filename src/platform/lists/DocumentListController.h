@@ -77,6 +77,8 @@ public:
     QListView *listView();
     DocumentListModel *model() const { return m_model; }
 
+    void viewDidAppear(bool animated) override;
+
 protected:
     QWidget *loadView() override;
     bool eventFilter(QObject *watched, QEvent *event) override;
@@ -103,4 +105,5 @@ private:
     QTimer m_longPressTimer;
     QPoint m_pressPosition;
     bool m_suppressClick = false;
+    bool m_reportedContents = false;
 };

@@ -81,7 +81,12 @@ void BarItemsView::rebuild()
 {
     returnBorrowedViews();
     while (QLayoutItem *entry = m_layout->takeAt(0)) {
-        delete entry->widget();
+        if (QWidget *button = entry->widget()) {
+            // a tap on this very button may be what rebuilds the bar: it goes once its event is done
+            button->hide();
+            button->setProperty("barItem", QVariant());
+            button->deleteLater();
+        }
         delete entry;
     }
     for (const auto &guardedItem : m_items) {

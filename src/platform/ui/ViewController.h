@@ -57,6 +57,20 @@ public:
     ViewController *presentedViewController() const { return m_presented.data(); }
     ViewController *presentingViewController() const { return m_presenting.data(); }
 
+    /// How a presented controller covers its presenter. Every style keeps the presenter's view
+    /// in place underneath (the presentation layer lies over the window); a controller reads the
+    /// style to choose its frame.
+    enum class ModalPresentationStyle {
+        FullScreen = 0,
+        PageSheet = 1,
+        FormSheet = 2,
+        CurrentContext = 3,
+        OverFullScreen = 5,
+        OverCurrentContext = 6,
+    };
+    ModalPresentationStyle modalPresentationStyle() const { return m_modalPresentationStyle; }
+    void setModalPresentationStyle(ModalPresentationStyle style) { m_modalPresentationStyle = style; }
+
     /// Where the view goes when presented inside a window of `bounds`; full size by default.
     virtual QRect presentedFrameInBounds(const QRect &bounds);
     /// Whether the window behind dims while this controller is presented.
@@ -86,4 +100,5 @@ private:
     QPointer<ViewController> m_presented;
     QPointer<ViewController> m_presenting;
     QPointer<PresentationOverlay> m_overlay;
+    ModalPresentationStyle m_modalPresentationStyle = ModalPresentationStyle::FullScreen;
 };

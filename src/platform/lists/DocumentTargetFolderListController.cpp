@@ -1,0 +1,135 @@
+#include "platform/lists/DocumentTargetFolderListController.h"
+
+#include "platform/drive/URLResourceValues.h"
+#include "platform/foundation/LocalizedString.h"
+#include "platform/types/IconForResourceProxy.h"
+#include "platform/ui/Font.h"
+
+#include <QCollator>
+#include <QDirIterator>
+#include <QFileInfo>
+#include <QIcon>
+#include <QLabel>
+#include <QListView>
+#include <QScroller>
+#include <QStandardItemModel>
+#include <QVBoxLayout>
+
+namespace {
+constexpr int UrlRole = Qt::UserRole + 1;
+
+bool isPackage(const QString &path)
+{
+    std::optional<Error> error;
+    const auto values
+        = URLResourceValues::resourceValuesForKeys(QUrl::fromLocalFile(path), {URLResourceKey::IsPackage}, &error);
+    return values && values->value(URLResourceKey::IsPackage).toBool();
+}
+} // namespace
+
+DocumentTargetFolderListController::DocumentTargetFolderListController(const QUrl &folderURL,
+                                                                       const QSet<QString> &movedPaths,
+                                                                       QObject *parent)
+    : ViewController(parent)
+    , m_folderURL(folderURL.adjusted(QUrl::StripTrailingSlash))
+    , m_movedPaths(movedPaths)
+    , m_model(new QStandardItemModel(this))
+{
+    setTitle(QFileInfo(m_folderURL.toLocalFile()).fileName());
+    readFolders();
+}
+
+void DocumentTargetFolderListController::readFolders()
+{
+    // only folders are read: a folder of many documents lists its few subfolders at once
+    QDirIterator it(m_folderURL.toLocalFile(), QDir::Dirs | QDir::NoDotAndDotDot);
+    QStringList paths;
+    while (it.hasNext()) {
+        const QString path = it.next();
+        if (!it.fileName().startsWith(QLatin1Char('.')) && !isPackage(path)) {
+            paths.append(path);
+        }
+    }
+    QCollator collator;
+    collator.setNumericMode(true);
+    collator.setCaseSensitivity(Qt::CaseInsensitive);
+    std::sort(paths.begin(), paths.end(), [&collator](const QString &a, const QString &b) {
+        return collator.compare(QFileInfo(a).fileName(), QFileInfo(b).fileName()) < 0;
+    });
+    ensureIconTheme();
+    const QIcon folderIcon = QIcon::fromTheme(QStringLiteral("folder"));
+    for (const QString &path : std::as_const(paths)) {
+        auto *row = new QStandardItem(folderIcon, QFileInfo(path).fileName());
+        row->setData(QUrl::fromLocalFile(path), UrlRole);
+        row->setEditable(false);
+        if (m_movedPaths.contains(path)) {
+            row->setEnabled(false); // a folder can't be moved into itself
+        }
+        m_model->appendRow(row);
+    }
+}
+
+QList<QUrl> DocumentTargetFolderListController::folderURLs() const
+{
+    QList<QUrl> urls;
+    for (int row = 0; row < m_model->rowCount(); ++row) {
+        urls.append(m_model->item(row)->data(UrlRole).toUrl());
+    }
+    return urls;
+}
+
+bool DocumentTargetFolderListController::isEnterable(const QUrl &url) const
+{
+    for (int row = 0; row < m_model->rowCount(); ++row) {
+        const QStandardItem *item = m_model->item(row);
+        if (item->data(UrlRole).toUrl() == url) {
+            return item->isEnabled();
+        }
+    }
+    return false;
+}
+
+void DocumentTargetFolderListController::activateFolder(const QUrl &url)
+{
+    if (isEnterable(url)) {
+        Q_EMIT folderActivated(url);
+    }
+}
+
+QWidget *DocumentTargetFolderListController::loadView()
+{
+    auto *root = new QWidget;
+    root->setObjectName(QStringLiteral("targetFolderList"));
+    root->setAutoFillBackground(true);
+    auto *layout = new QVBoxLayout(root);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
+
+    auto *list = new QListView(root);
+    list->setObjectName(QStringLiteral("targetFolderListView"));
+    list->setModel(m_model);
+    list->setFrameShape(QFrame::NoFrame);
+    list->setUniformItemSizes(true);
+    list->setIconSize(QSize(32, 32));
+    list->setFont(Font::preferredFontForTextStyle(Font::TextStyle::Body));
+    list->setSelectionMode(QAbstractItemView::NoSelection);
+    list->setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
+    list->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    list->setStyleSheet(QStringLiteral("QListView::item { min-height: 52px; padding-left: 16px;"
+                                       " border-bottom: 1px solid #e5e5ea; }"
+                                       "QListView::item:disabled { color: #b0b0b5; }"));
+    QScroller::grabGesture(list->viewport(), QScroller::TouchGesture);
+    connect(list, &QListView::clicked, this,
+            [this](const QModelIndex &index) { activateFolder(index.data(UrlRole).toUrl()); });
+    layout->addWidget(list, 1);
+
+    auto *empty = new QLabel(LocalizedString::localized(QStringLiteral("No Folders")), root);
+    empty->setObjectName(QStringLiteral("noFoldersLabel"));
+    empty->setAlignment(Qt::AlignCenter);
+    empty->setFont(Font::preferredFontForTextStyle(Font::TextStyle::Body));
+    empty->setStyleSheet(QStringLiteral("color: #8e8e93;"));
+    empty->setVisible(m_model->rowCount() == 0);
+    list->setVisible(m_model->rowCount() > 0);
+    layout->addWidget(empty, 1);
+    return root;
+}
