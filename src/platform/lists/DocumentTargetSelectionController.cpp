@@ -150,7 +150,8 @@ QRect DocumentTargetSelectionController::presentedFrameInBounds(const QRect &bou
         return bounds;
     }
     const QSize size(qMin(540, bounds.width() - 40), qMin(620, bounds.height() - 40));
-    return QRect(bounds.center() - QPoint(size.width() / 2, size.height() / 2), size);
+    return QRect(QPoint(bounds.x() + (bounds.width() - size.width()) / 2, bounds.y() + (bounds.height() - size.height()) / 2),
+                 size);
 }
 
 bool DocumentTargetSelectionController::dimsWhenPresented() const
