@@ -7,8 +7,14 @@
 #include "platform/drive/DriveServiceMonitor.h"
 #include "platform/drive/KDContainer.h"
 #include "platform/foundation/OperationQueue.h"
+#include "platform/foundation/LocalizedString.h"
 #include "platform/lists/DocumentListController.h"
+#include "platform/lists/DocumentListModel.h"
+#include "platform/lists/DocumentTargetSelectionController.h"
 #include "platform/quota/KVQOfferManager.h"
+#include "platform/ui/AlertAction.h"
+#include "platform/ui/AlertController.h"
+#include "platform/ui/BarButtonItem.h"
 #include "platform/ui/Device.h"
 #include "platform/ui/Window.h"
 #include "watchers/NetworkWatcher.h"
@@ -106,6 +112,47 @@ void showFolder(NavController *browser, const QUrl &folder)
     }
 }
 
+/// Edit mode on the drive's root with two documents selected, then what each toolbar action
+/// shows first; every sheet is cancelled, so the demo drive stays as it is.
+bool tourEditMode(NavController *browser, QWidget *window, const QString &directory, const QString &prefix)
+{
+    DocumentListController *list = browser->getTopDocumentListController();
+    if (!list) {
+        return true;
+    }
+    QList<QUrl> documents;
+    for (const DocumentListEntry &entry : list->model()->entries()) {
+        if (!entry.isFolder && !entry.isAppContainer && documents.size() < 2) {
+            documents.append(entry.url);
+        }
+    }
+    bool ok = true;
+    browser->beginEditMode();
+    list->setSelectedItems(documents);
+    ok &= snap(window, directory, prefix + QStringLiteral("7-edit-selection"));
+
+    browser->barButtonDeleteItem()->trigger();
+    if (auto *sheet = qobject_cast<AlertController *>(list->presentedViewController())) {
+        ok &= snap(window, directory, prefix + QStringLiteral("8-delete-sheet"));
+        sheet->pressAction(sheet->actionWithTitle(LocalizedString::localized(QStringLiteral("Cancel"))));
+    }
+
+    browser->barButtonMoveItem()->trigger(); // leaves edit mode
+    if (auto *picker = qobject_cast<DocumentTargetSelectionController *>(list->presentedViewController())) {
+        ok &= snap(window, directory, prefix + QStringLiteral("9-folder-picker"));
+        picker->cancel();
+    }
+
+    browser->showNewFolderPromptDuringMove_itemsToMove(list->presentedURL(), documents);
+    if (FilenamePrompt *prompt = browser->folderPromptAlert()) {
+        prompt->textField()->setText(QStringLiteral("Receipts"));
+        prompt->folderPromptTextFieldChanged(prompt->textField());
+        ok &= snap(window, directory, prefix + QStringLiteral("10-move-new-folder"));
+        prompt->alert()->dismissViewControllerAnimated(false);
+    }
+    return ok;
+}
+
 bool tourInSize(const QString &directory, const QString &sizeName, const QSize &size, Device::Idiom idiom)
 {
     Device::setForcedIdiom(idiom);
@@ -142,6 +189,7 @@ bool tourInSize(const QString &directory, const QString &sizeName, const QSize &
     browser->setupInitialViewController();
     browser->documentListControllerItemsChanged(browser->getTopDocumentListController());
     ok &= snap(&window, directory, prefix + QStringLiteral("6-status-bar-upgrade"));
+    ok &= tourEditMode(browser, &window, directory, prefix);
 
     // the drive switched off: the same account file comes back afterwards
     QFile account(DriveLayout::accountFile());
@@ -151,7 +199,7 @@ bool tourInSize(const QString &directory, const QString &sizeName, const QSize &
         account.close();
         QFile::remove(DriveLayout::accountFile());
         browser->setupInitialViewController();
-        ok &= snap(&window, directory, prefix + QStringLiteral("7-drive-disabled"));
+        ok &= snap(&window, directory, prefix + QStringLiteral("11-drive-disabled"));
         if (account.open(QIODevice::WriteOnly)) {
             account.write(accountData);
             account.close();

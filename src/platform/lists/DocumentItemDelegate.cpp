@@ -30,6 +30,9 @@ void DocumentItemDelegate::paint(QPainter *painter, const QStyleOptionViewItem &
     painter->save();
     painter->setRenderHint(QPainter::Antialiasing);
     painter->setRenderHint(QPainter::SmoothPixmapTransform);
+    if (!(option.state & QStyle::State_Enabled)) {
+        painter->setOpacity(0.4); // shown for orientation, not to be chosen
+    }
     m_gridMode ? paintTile(painter, option, index) : paintRow(painter, option, index);
     painter->restore();
 }

@@ -194,9 +194,10 @@ void DocumentListController::viewDidAppear(bool animated)
 {
     ViewController::viewDidAppear(animated);
     if (!m_reportedContents) {
-        // the first report: the owner learns what the folder holds once it is on screen
+        // the first report: the owner learns what the folder holds once it is on screen and
+        // the screen has settled, as with every later report
         m_reportedContents = true;
-        notifyItemsChanged();
+        QMetaObject::invokeMethod(this, &DocumentListController::notifyItemsChanged, Qt::QueuedConnection);
     }
 }
 

@@ -2,6 +2,8 @@
 
 #include "platform/drive/URLResourceValues.h"
 #include "platform/foundation/LocalizedString.h"
+#include "platform/lists/DocumentItemDelegate.h"
+#include "platform/lists/DocumentListModel.h"
 #include "platform/types/IconForResourceProxy.h"
 #include "platform/ui/Font.h"
 
@@ -16,7 +18,7 @@
 #include <QVBoxLayout>
 
 namespace {
-constexpr int UrlRole = Qt::UserRole + 1;
+constexpr int UrlRole = DocumentListModel::UrlRole;
 
 bool isPackage(const QString &path)
 {
@@ -58,11 +60,18 @@ void DocumentTargetFolderListController::readFolders()
     });
     ensureIconTheme();
     const QIcon folderIcon = QIcon::fromTheme(QStringLiteral("folder"));
+    // rows carry the roles of the folder lists, so that they look the same
+    const QString folderKind = LocalizedString::localized(QStringLiteral("Folder"));
     for (const QString &path : std::as_const(paths)) {
-        auto *row = new QStandardItem(folderIcon, QFileInfo(path).fileName());
+        auto *row = new QStandardItem(QFileInfo(path).fileName());
         row->setData(QUrl::fromLocalFile(path), UrlRole);
+        row->setData(folderIcon, DocumentListModel::IconRole);
         row->setEditable(false);
-        if (m_movedPaths.contains(path)) {
+        const bool moving = m_movedPaths.contains(path);
+        row->setData(moving ? LocalizedString::localized(QStringLiteral("Being moved")) : folderKind,
+                     DocumentListModel::SubtitleRole);
+        row->setData(!moving, DocumentListModel::IsFolderRole);
+        if (moving) {
             row->setEnabled(false); // a folder can't be moved into itself
         }
         m_model->appendRow(row);
@@ -108,16 +117,12 @@ QWidget *DocumentTargetFolderListController::loadView()
     auto *list = new QListView(root);
     list->setObjectName(QStringLiteral("targetFolderListView"));
     list->setModel(m_model);
+    list->setItemDelegate(new DocumentItemDelegate(list));
     list->setFrameShape(QFrame::NoFrame);
     list->setUniformItemSizes(true);
-    list->setIconSize(QSize(32, 32));
-    list->setFont(Font::preferredFontForTextStyle(Font::TextStyle::Body));
     list->setSelectionMode(QAbstractItemView::NoSelection);
     list->setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
     list->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-    list->setStyleSheet(QStringLiteral("QListView::item { min-height: 52px; padding-left: 16px;"
-                                       " border-bottom: 1px solid #e5e5ea; }"
-                                       "QListView::item:disabled { color: #b0b0b5; }"));
     QScroller::grabGesture(list->viewport(), QScroller::TouchGesture);
     connect(list, &QListView::clicked, this,
             [this](const QModelIndex &index) { activateFolder(index.data(UrlRole).toUrl()); });

@@ -13,11 +13,13 @@
 #include <QLabel>
 #include <QPainter>
 #include <QToolButton>
+#include <QVBoxLayout>
 
 NavigationBar::NavigationBar(QWidget *parent)
     : QWidget(parent)
     , m_back(new QToolButton(this))
     , m_left(new BarItemsView(this))
+    , m_prompt(new QLabel(this))
     , m_title(new QLabel(this))
     , m_right(new BarItemsView(this))
     , m_activity(new ActivityIndicatorView(this))
@@ -38,6 +40,12 @@ NavigationBar::NavigationBar(QWidget *parent)
     m_title->setObjectName(QStringLiteral("navigationTitle"));
     m_title->setFont(Font::preferredFontForTextStyle(Font::TextStyle::Headline));
     m_title->setAlignment(Qt::AlignCenter);
+    // a prompt is a short line of its own above the title
+    m_prompt->setObjectName(QStringLiteral("navigationPrompt"));
+    m_prompt->setFont(Font::preferredFontForTextStyle(Font::TextStyle::Caption1));
+    m_prompt->setAlignment(Qt::AlignCenter);
+    m_prompt->setStyleSheet(QStringLiteral("color: #6d6d72;"));
+    m_prompt->hide();
 
     // the title stays centred on the bar whatever the sides hold
     auto *grid = new QGridLayout(this);
@@ -51,7 +59,13 @@ NavigationBar::NavigationBar(QWidget *parent)
     rightSide->addWidget(m_activity);
     rightSide->addWidget(m_right);
     grid->addLayout(leftSide, 0, 0);
-    grid->addWidget(m_title, 0, 1);
+    auto *middle = new QVBoxLayout;
+    middle->setSpacing(0);
+    middle->addStretch(1);
+    middle->addWidget(m_prompt);
+    middle->addWidget(m_title);
+    middle->addStretch(1);
+    grid->addLayout(middle, 0, 1);
     grid->addLayout(rightSide, 0, 2);
     grid->setColumnStretch(0, 1);
     grid->setColumnStretch(1, 2);
@@ -94,7 +108,9 @@ void NavigationBar::refresh()
     const QString shown = QStringLiteral("‹ ") + QFontMetrics(m_back->font()).elidedText(backText, Qt::ElideRight, 120);
     m_back->setText(shown);
     m_back->setMinimumWidth(std::max(BarItemsView::MinimumHitSize, QFontMetrics(m_back->font()).horizontalAdvance(shown) + 16));
-    m_title->setText(m_item ? (m_item->prompt().isEmpty() ? m_item->title() : m_item->prompt()) : QString());
+    m_title->setText(m_item ? m_item->title() : QString());
+    m_prompt->setText(m_item ? m_item->prompt() : QString());
+    m_prompt->setVisible(!m_prompt->text().isEmpty());
     m_left->setItems(m_item ? m_item->leftBarButtonItems() : QList<BarButtonItem *>{});
     m_right->setItems(m_item ? m_item->rightBarButtonItems() : QList<BarButtonItem *>{});
 }

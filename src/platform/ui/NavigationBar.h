@@ -42,6 +42,7 @@ private:
     bool m_canGoBack = false;
     QToolButton *m_back = nullptr;
     BarItemsView *m_left = nullptr;
+    QLabel *m_prompt = nullptr;
     QLabel *m_title = nullptr;
     BarItemsView *m_right = nullptr;
     ActivityIndicatorView *m_activity = nullptr;

@@ -1,6 +1,7 @@
 #include "platform/ui/PopoverPresentationController.h"
 
 #include "platform/ui/BarButtonItem.h"
+#include "platform/ui/BarItemsView.h"
 
 #include <QWidget>
 
@@ -10,9 +11,17 @@ std::optional<QRect> PopoverPresentationController::anchorInWindow(QWidget *wind
         const QRect rect = m_sourceRect.value_or(m_sourceView->rect());
         return QRect(m_sourceView->mapTo(window, rect.topLeft()), rect.size());
     }
-    if (m_barButtonItem && m_barButtonItem->customView() && window) {
+    if (m_barButtonItem && window) {
         QWidget *view = m_barButtonItem->customView();
-        return QRect(view->mapTo(window, QPoint(0, 0)), view->size());
+        // a bar draws a standard item as a button of its own
+        const auto bars = window->findChildren<BarItemsView *>();
+        for (auto it = bars.cbegin(); !view && it != bars.cend(); ++it) {
+            QWidget *button = (*it)->widgetForItem(m_barButtonItem.data());
+            view = button && button->isVisibleTo(window) ? button : nullptr;
+        }
+        if (view) {
+            return QRect(view->mapTo(window, QPoint(0, 0)), view->size());
+        }
     }
     return std::nullopt;
 }
@@ -23,8 +32,15 @@ QRect PopoverPresentationController::frameForSize(const QSize &size, const QRect
     constexpr int Gap = 10;
     QRect frame(QPoint(0, 0), size);
     const QRect anchor = anchorRect.value_or(QRect());
+    const bool fromBar = !m_sourceView && m_barButtonItem;
+    const bool barAtBottom = anchor.center().y() > bounds.center().y();
     if (!anchorRect) {
         frame.moveCenter(bounds.center());
+    } else if (fromBar && (m_arrows & ArrowDirection::Down) && barAtBottom) {
+        // a bar's button: the popover stands over the toolbar, or hangs under the navigation bar
+        frame.moveTopLeft(QPoint(anchor.center().x() - size.width() / 2, anchor.top() - Gap - size.height()));
+    } else if (fromBar && (m_arrows & ArrowDirection::Up) && !barAtBottom) {
+        frame.moveTopLeft(QPoint(anchor.center().x() - size.width() / 2, anchor.bottom() + Gap));
     } else if (m_arrows & ArrowDirection::Left && anchor.right() + Gap + size.width() <= bounds.right()) {
         // the arrow points left: the popover sits to the right of the anchor
         frame.moveTopLeft(QPoint(anchor.right() + Gap, anchor.center().y() - size.height() / 2));
