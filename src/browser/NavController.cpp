@@ -729,7 +729,10 @@ quint64 NavController::numFoldersInURLArray(const QList<QUrl> &urls)
 
 // ---- new folders and folder depths
 
-bool NavController::canEnableNewFolderForSelectedItems(DocumentListController *list)
+namespace {
+/// The container of a list's folder and the folder's depth in it (0 for its documents folder);
+/// null, logged, when the folder is in no container.
+std::shared_ptr<KDContainer> containerOfList(DocumentListController *list, uint *depth)
 {
     const QUrl url = list->presentedURL();
     std::shared_ptr<KDContainer> container;
@@ -738,6 +741,18 @@ bool NavController::canEnableNewFolderForSelectedItems(DocumentListController *l
         = FileUtils::containerAndRelativePathforURL_container_relativePathComponents(url, &container, &components);
     if (error || !container) {
         DRLog(LOG_ERR, "Couldn't get container for URL %@: %@", url, error);
+        return nullptr;
+    }
+    *depth = uint(components.size());
+    return container;
+}
+} // namespace
+
+bool NavController::canEnableNewFolderForSelectedItems(DocumentListController *list)
+{
+    uint depth = 0;
+    const std::shared_ptr<KDContainer> container = containerOfList(list, &depth);
+    if (!container) {
         return false;
     }
     const QVariant levels = container->supportedFolderLevels();
@@ -756,7 +771,6 @@ bool NavController::canEnableNewFolderForSelectedItems(DocumentListController *l
         return true;
     }
     if (option == KDUbiquitousContainerSupportedFolderOne) {
-        const uint depth = uint(components.size());
         if (depth == 0) {
             DRLog(LOG_DEBUG, "Container %@ supports one folder. File is depth 0. Enabling new folder button", identifier);
             return true;
@@ -771,13 +785,9 @@ bool NavController::canEnableNewFolderForSelectedItems(DocumentListController *l
 
 bool NavController::containerSupportsAnyDepth(DocumentListController *list)
 {
-    const QUrl url = list->presentedURL();
-    std::shared_ptr<KDContainer> container;
-    QStringList components;
-    const std::optional<Error> error
-        = FileUtils::containerAndRelativePathforURL_container_relativePathComponents(url, &container, &components);
-    if (error || !container) {
-        DRLog(LOG_ERR, "Couldn't get container for URL %@: %@", url, error);
+    uint depth = 0;
+    const std::shared_ptr<KDContainer> container = containerOfList(list, &depth);
+    if (!container) {
         return false;
     }
     const QVariant levels = container->supportedFolderLevels();

@@ -3,7 +3,9 @@
 #include "platform/foundation/DispatchSourceTimer.h"
 
 #include <QCoreApplication>
+#include <QSemaphore>
 #include <QTest>
+#include <QThread>
 
 #include <atomic>
 
@@ -12,6 +14,32 @@ class tst_DispatchQueue : public QObject
     Q_OBJECT
 
 private slots:
+    // An object that owns a queue may lose its last reference inside one of that queue's
+    // blocks (a timer's handler that locked a weak reference): the queue ends without waiting
+    // for itself.
+    void aQueueFreedInsideItsOwnBlockEndsCleanly()
+    {
+        struct Owner {
+            DispatchQueue queue{QStringLiteral("com.quillmere.test.selffreed")};
+        };
+        auto owner = std::make_shared<Owner>();
+        const std::weak_ptr<Owner> weak = owner;
+        QSemaphore started;
+        QSemaphore released;
+        std::atomic<bool> freedOnQueue = false;
+        owner->queue.async([keep = owner, &started, &released, &freedOnQueue]() mutable {
+            started.release();
+            released.acquire();
+            keep.reset();
+            freedOnQueue = true;
+        });
+        started.acquire();
+        owner.reset();
+        released.release();
+        QTRY_VERIFY(freedOnQueue.load());
+        QVERIFY(weak.expired());
+    }
+
     // Blocks of a queue run one after another in the order they were submitted.
     void asyncRunsInOrderOnQueueThread()
     {

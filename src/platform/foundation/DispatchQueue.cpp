@@ -61,6 +61,15 @@ DispatchQueue::DispatchQueue(MainTag)
 
 DispatchQueue::~DispatchQueue()
 {
+    if (m_thread && QThread::currentThread() == m_thread.get()) {
+        // the queue's owner went away inside one of the queue's own blocks (its last strong
+        // reference was that block's): the thread can't wait for itself, so it ends after this
+        // block and is freed by the thread that made it
+        QueueThread *thread = m_thread.release();
+        QObject::connect(thread, &QThread::finished, thread, &QObject::deleteLater);
+        thread->quit();
+        return;
+    }
     if (m_thread) {
         // queued after every submitted block, so none of them is lost
         async([] { QThread::currentThread()->quit(); });
