@@ -25,10 +25,14 @@
 #include "platform/lists/DocumentTargetSelectionController.h"
 #include "platform/quota/KVQOffer.h"
 #include "platform/quota/KVQOfferManager.h"
+#include "platform/ui/AlertAction.h"
+#include "platform/ui/AlertController.h"
 #include "platform/ui/BarButtonItem.h"
+#include "platform/ui/PopoverPresentationController.h"
 #include "platform/ui/NavigationItem.h"
 #include "platform/ui/StateCoder.h"
 #include "platform/ui/ViewControllerRegistry.h"
+#include "preview/PreviewItemManager.h"
 #include "watchers/QuotaFetcher.h"
 
 #include <QCoreApplication>
@@ -69,7 +73,12 @@ NavController::NavController(QObject *parent)
     setObjectName(QStringLiteral("NavController"));
 }
 
-NavController::~NavController() = default;
+NavController::~NavController()
+{
+    if (m_itemManager) {
+        m_itemManager->unregisterAsFilePresenter(); // the coordinator holds it while it presents
+    }
+}
 
 quint64 NavController::lastLoggedItemCount()
 {
@@ -420,6 +429,11 @@ void NavController::encodeRestorableStateWithCoder(StateCoder &coder)
 {
     NavigationController::encodeRestorableStateWithCoder(coder);
     // a preview on screen is what is saved; the folder stack is rebuilt from the drive's root
+    const std::shared_ptr<DRItem> item = m_itemManager ? m_itemManager->item() : nullptr;
+    if (item && !item->url().isEmpty()) {
+        coder.encodeObject_forKey(item->url(), QStringLiteral("url"));
+        coder.encodeInteger_forKey(m_itemManager->mode(), QStringLiteral("PreviewMode"));
+    }
 }
 
 void NavController::decodeRestorableStateWithCoder(const StateCoder &coder)
@@ -429,7 +443,19 @@ void NavController::decodeRestorableStateWithCoder(const StateCoder &coder)
     if (url.isEmpty() || !FileUtils::exists(url) || !FileUtils::isFile(url)) {
         return;
     }
-    showPreview_previewMode(DRItem::initWithURL(url), coder.decodeIntegerForKey(QStringLiteral("PreviewMode")));
+    startPreviewManager(coder.decodeIntegerForKey(QStringLiteral("PreviewMode")))->previewItem(DRItem::initWithURL(url));
+}
+
+PreviewItemManager *NavController::startPreviewManager(PreviewMode mode)
+{
+    // at most one preview follows its file at a time
+    if (m_itemManager) {
+        m_itemManager->unregisterAsFilePresenter();
+    }
+    m_itemManager = PreviewItemManager::create();
+    m_itemManager->setMode(mode);
+    m_itemManager->setNavigationController(this);
+    return m_itemManager.get();
 }
 
 void NavController::showPreview_previewMode(const std::shared_ptr<DRItem> &item, PreviewMode mode)
@@ -437,7 +463,7 @@ void NavController::showPreview_previewMode(const std::shared_ptr<DRItem> &item,
     if (!item) {
         return;
     }
-    m_requestedPreviewMode = mode;
+    startPreviewManager(mode)->previewItem(item);
 }
 
 void NavController::showPreview_Splitview_previewMode(const std::shared_ptr<DRItem> &item, PreviewMode mode)
@@ -468,7 +494,7 @@ bool NavController::showURLPreview_previewMode(const QUrl &url, PreviewMode mode
         return false;
     }
     QList<ViewController *> stack(chain.begin(), chain.end());
-    m_requestedPreviewMode = mode;
+    PreviewItemManager *manager = startPreviewManager(mode);
     const std::shared_ptr<DRItem> item = DRItem::initWithURL(url);
     if (!item) {
         qDeleteAll(chain);
@@ -477,7 +503,14 @@ bool NavController::showURLPreview_previewMode(const QUrl &url, PreviewMode mode
     for (DocumentListController *list : chain) {
         initNewListController(list);
     }
+    ViewController *screen = manager->prepareToPreviewItem(item);
+    if (screen) {
+        stack.append(screen);
+    }
     setViewControllers(stack, true);
+    if (screen) {
+        manager->finishPreviewingItem();
+    }
     return true;
 }
 
@@ -516,6 +549,11 @@ void NavController::navigationController_didShowViewController_animated(Navigati
     auto *list = qobject_cast<DocumentListController *>(viewController);
     if (!list) {
         return;
+    }
+    // leaving a preview ends its file presenting
+    if (m_itemManager) {
+        m_itemManager->unregisterAsFilePresenter();
+        m_itemManager.reset();
     }
     if (m_editMode) {
         m_editMode = list->editing();
@@ -615,6 +653,10 @@ void NavController::documentListController_performAction_URL_originatingView_com
                 }
             });
         return;
+    case DocumentListController::MoreAction:
+        showActionsMenuFromView_url_presentedURL_completion(originatingView, url, list ? list->presentedURL() : QUrl(),
+                                                            completion);
+        return;
     case DocumentListController::InfoAction:
         showPreview_previewMode(DRItem::initWithURL(url), PreviewModeDetails);
         if (completion) {
@@ -632,6 +674,96 @@ void NavController::documentListController_performAction_URL_originatingView_com
         }
         return;
     }
+}
+
+void NavController::showActionsMenuFromView_url_presentedURL_completion(QWidget *view, const QUrl &url,
+                                                                       const QUrl &presentedURL,
+                                                                       std::function<void()> completion)
+{
+    const std::shared_ptr<DRItem> item = DRItem::initWithURL(url);
+    if (!item) {
+        return;
+    }
+    auto *menu = new AlertController(QString(), QString(), AlertController::Style::ActionSheet);
+    QPointer<NavController> self(this);
+    QPointer<QWidget> anchor(view);
+    auto *rename = new AlertAction(LocalizedString::localized(QStringLiteral("Rename Item…")), AlertAction::Style::Default,
+                                   [self, url, completion](AlertAction *) {
+                                       if (self) {
+                                           self->showRenamePrompt(url);
+                                       }
+                                       if (completion) {
+                                           completion();
+                                       }
+                                   });
+    rename->setEnabled(item->renameable());
+    menu->addAction(rename);
+    if (!item->isDirectory()) {
+        menu->addAction(new AlertAction(LocalizedString::localized(QStringLiteral("Share Item…")),
+                                        AlertAction::Style::Default, [self, anchor, url, completion](AlertAction *) {
+                                            if (self) {
+                                                self->showDIC_url_completion(anchor.data(), url, completion);
+                                            }
+                                            if (completion) {
+                                                completion();
+                                            }
+                                        }));
+    }
+    if (!item->isContainer() && containerHasSubfolders(url)) {
+        menu->addAction(new AlertAction(LocalizedString::localized(QStringLiteral("Move to Folder…")),
+                                        AlertAction::Style::Default,
+                                        [self, url, presentedURL, completion](AlertAction *) {
+                                            if (self) {
+                                                self->showMoveTargetForItems_inFolder({url}, presentedURL);
+                                            }
+                                            if (completion) {
+                                                completion();
+                                            }
+                                        }));
+    }
+    if (item->isContainer()) {
+        // an app's library can be neither renamed, shared nor moved
+        for (AlertAction *action : menu->actions()) {
+            action->setEnabled(false);
+        }
+    }
+    menu->addAction(new AlertAction(LocalizedString::localized(QStringLiteral("Cancel")), AlertAction::Style::Cancel,
+                                    [completion](AlertAction *) {
+                                        if (completion) {
+                                            completion();
+                                        }
+                                    }));
+    PopoverPresentationController *popover = menu->popoverPresentationController();
+    if (view) {
+        const QRect bounds = view->rect();
+        popover->setSourceView(view);
+        popover->setSourceRect(QRect(bounds.x(), bounds.y() + bounds.height() / 2, bounds.width(), 0));
+    }
+    popover->setPermittedArrowDirections(PopoverPresentationController::ArrowDirection::Left
+                                         | PopoverPresentationController::ArrowDirection::Right);
+    visibleViewController()->presentViewController(menu, true);
+}
+
+void NavController::showDIC_url_completion(QWidget *view, const QVariant &url, std::function<void()> completion)
+{
+    if (!url.canConvert<QUrl>() || url.typeId() != QMetaType::QUrl) {
+        DRLog(LOG_WARNING, "showDIC: url is wrong class: %@", QString::fromUtf8(url.typeName()));
+        return;
+    }
+    const QUrl documentURL = url.toUrl();
+    DRLog(LOG_INFO, "showDIC: %@", documentURL);
+    m_performActionCompletionBlock = std::move(completion);
+    // the anchor is taken before the fallback view: with no view it is empty
+    const QRect bounds = view ? view->rect() : QRect();
+    const QRect rect = view ? QRect(bounds.x(), bounds.y() + bounds.height() / 2, bounds.width(), 0) : QRect();
+    m_documentInteractionController = DocumentInteractionController::interactionControllerWithURL(documentURL);
+    m_documentInteractionController->presentOptionsMenuFromRect_inView_inViewController_animated(
+        rect, view ? view : this->view(), visibleViewController(), true);
+}
+
+void NavController::documentInteractionControllerDidDismissOptionsMenu(DocumentInteractionController *controller)
+{
+    Q_UNUSED(controller)
 }
 
 void NavController::documentListController_performAction_URL(DocumentListController *list, qint64 action,

@@ -23,6 +23,7 @@ class DocumentInteractionController;
 class DocumentListController;
 class DocumentTargetSelectionController;
 class KVQOffer;
+class PreviewItemManager;
 class QuotaFetcher;
 class UbiquityIdentityToken;
 
@@ -112,8 +113,10 @@ public:
     void showPreview_previewMode(const std::shared_ptr<DRItem> &item, PreviewMode mode);
     void showPreview_Splitview_previewMode(const std::shared_ptr<DRItem> &item, PreviewMode mode);
     bool showURLPreview_previewMode(const QUrl &url, PreviewMode mode);
-    /// The mode of the preview asked for last (by a tap, an action or a URL).
-    PreviewMode requestedPreviewMode() const { return m_requestedPreviewMode; }
+    /// Ends the current preview's file presenting and makes the manager of the next one.
+    PreviewItemManager *startPreviewManager(PreviewMode mode);
+    /// The manager of the preview shown last; null once a list is back on screen.
+    PreviewItemManager *itemManager() const { return m_itemManager.get(); }
 
     // renaming
     void showRenamePrompt(const QUrl &url);
@@ -172,6 +175,13 @@ public:
                                                                              QWidget *originatingView,
                                                                              std::function<void()> completion) override;
     void documentListController_performAction_URL(DocumentListController *list, qint64 action, const QUrl &url);
+    /// The item actions: Rename Item…, Share Item… (not for folders), Move to Folder… (where
+    /// there are folders; never for an app library), Cancel.
+    void showActionsMenuFromView_url_presentedURL_completion(QWidget *view, const QUrl &url, const QUrl &presentedURL,
+                                                             std::function<void()> completion);
+    /// The options menu (Share) of the document, anchored at the view's middle line.
+    void showDIC_url_completion(QWidget *view, const QVariant &url, std::function<void()> completion);
+    void documentInteractionControllerDidDismissOptionsMenu(DocumentInteractionController *controller);
 
 protected:
     void viewDidLoad() override;
@@ -199,5 +209,5 @@ private:
     std::unique_ptr<FilenamePrompt> m_folderPromptAlert;
     std::unique_ptr<KVQUpgradeFlowManager> m_upgradeFlowMgr;
     std::shared_ptr<KVQOffer> m_upgradeOffer;
-    PreviewMode m_requestedPreviewMode = PreviewModePreview;
+    std::shared_ptr<PreviewItemManager> m_itemManager;
 };

@@ -1,6 +1,10 @@
 #include "app/AppDelegate.h"
 #include "app/DRLogging.h"
 #include "browser/NavController.h"
+#include "preview/PreviewDetailsViewController.h"
+#include "model/DRItem.h"
+#include "preview/PreviewItemManager.h"
+#include "preview/QuickLookItemController.h"
 #include "platform/drive/DriveFileManager.h"
 #include "platform/foundation/UserDefaults.h"
 #include "platform/lists/DocumentListController.h"
@@ -101,10 +105,18 @@ private Q_SLOTS:
         QVERIFY(delegate.application_openURL_options(nullptr, itemURL(QStringLiteral("Work/Notes/Plan.txt"), query),
                                                      from(QStringLiteral("com.quillmere.GuiTest"))));
         auto *browser = qobject_cast<NavController *>(delegate.rootWindow()->rootViewController());
-        QCOMPARE(browser->requestedPreviewMode(), mode);
-        // the item's folders are stacked behind it
-        QCOMPARE(browser->viewControllers().size(), 3);
-        QCOMPARE(browser->getTopDocumentListController()->title(), QStringLiteral("Notes"));
+        QVERIFY(browser->itemManager());
+        QCOMPARE(browser->itemManager()->mode(), mode);
+        QCOMPARE(browser->itemManager()->item()->url(), QUrl::fromLocalFile(m_drive.path(QStringLiteral("Work/Notes/Plan.txt"))));
+        // the item's folders are stacked behind its preview: the document itself, or its details
+        QCOMPARE(browser->viewControllers().size(), 4);
+        QCOMPARE(browser->viewControllers().at(2)->title(), QStringLiteral("Notes"));
+        ViewController *top = browser->topViewController();
+        if (mode == PreviewModePreview) {
+            QCOMPARE(top, QuickLookItemController::defaultController());
+        } else {
+            QVERIFY(qobject_cast<PreviewDetailsViewController *>(top));
+        }
     }
 
     // senders encode the path twice: a space arrives as %2520

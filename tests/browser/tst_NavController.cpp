@@ -1,5 +1,8 @@
 #include "app/DRLogging.h"
 #include "browser/NavController.h"
+#include "preview/PreviewDetailsViewController.h"
+#include "preview/PreviewItemManager.h"
+#include "preview/QuickLookItemController.h"
 #include "platform/drive/DriveFileManager.h"
 #include "platform/drive/DriveSetup.h"
 #include "platform/quota/KVQOfferManager.h"
@@ -315,7 +318,8 @@ private Q_SLOTS:
         coder.encodeInteger_forKey(PreviewModeDetails, QStringLiteral("PreviewMode"));
         LogSpy::clear();
         browser.decodeRestorableStateWithCoder(coder);
-        QCOMPARE(browser.requestedPreviewMode(), PreviewModePreview);
+        QVERIFY(!browser.itemManager());
+        QCOMPARE(browser.viewControllers().size(), 1);
         QVERIFY(!browser.presentedViewController());
         for (const SystemLogMessage &record : LogSpy::records()) {
             QVERIFY(record.value(QStringLiteral("Level")).toInt() > LOG_WARNING);
@@ -323,7 +327,14 @@ private Q_SLOTS:
         // the same state with the file present asks for the saved mode
         QVERIFY(TestDrive::writeFile(path, "back"));
         browser.decodeRestorableStateWithCoder(coder);
-        QCOMPARE(browser.requestedPreviewMode(), PreviewModeDetails);
+        QVERIFY(browser.itemManager());
+        QCOMPARE(browser.itemManager()->mode(), PreviewModeDetails);
+        QVERIFY(qobject_cast<PreviewDetailsViewController *>(browser.topViewController()));
+        // and what is on screen is saved again
+        StateCoder saved;
+        browser.encodeRestorableStateWithCoder(saved);
+        QCOMPARE(saved.decodeObjectForKey(QStringLiteral("url")).toUrl(), QUrl::fromLocalFile(path));
+        QCOMPARE(saved.decodeIntegerForKey(QStringLiteral("PreviewMode")), PreviewModeDetails);
     }
 
     // every list the browser shows is configured the same way

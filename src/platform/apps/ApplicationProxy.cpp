@@ -80,6 +80,25 @@ std::shared_ptr<ApplicationProxy> ApplicationProxy::defaultApplicationForType(co
     return fromAppInfo(app);
 }
 
+QList<std::shared_ptr<ApplicationProxy>> ApplicationProxy::applicationsForType(const QString &mimeType)
+{
+    QList<std::shared_ptr<ApplicationProxy>> apps;
+    if (mimeType.isEmpty()) {
+        return apps;
+    }
+    char *contentType = g_content_type_from_mime_type(mimeType.toUtf8().constData());
+    GList *all = contentType ? g_app_info_get_all_for_type(contentType) : nullptr;
+    g_free(contentType);
+    for (GList *entry = all; entry; entry = entry->next) {
+        // fromAppInfo takes over one reference of its own
+        if (auto proxy = fromAppInfo(g_object_ref(entry->data))) {
+            apps.append(proxy);
+        }
+    }
+    g_list_free_full(all, g_object_unref);
+    return apps;
+}
+
 QString ApplicationProxy::description() const
 {
     return QStringLiteral("<ApplicationProxy %1 \"%2\">").arg(m_bundleIdentifier, m_localizedName);

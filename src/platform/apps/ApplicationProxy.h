@@ -18,6 +18,8 @@ public:
     static std::shared_ptr<ApplicationProxy> applicationProxyForIdentifier(const QString &identifier);
     /// The default app for a MIME type, or null.
     static std::shared_ptr<ApplicationProxy> defaultApplicationForType(const QString &mimeType);
+    /// Every app registered for a MIME type, the default one first.
+    static QList<std::shared_ptr<ApplicationProxy>> applicationsForType(const QString &mimeType);
 
     QString itemName() const { return m_itemName; }
     QString localizedName() const { return m_localizedName; }

@@ -6,6 +6,16 @@
 #include "platform/drive/PromisePlaceholder.h"
 #include "platform/drive/URLResourceValues.h"
 #include "platform/foundation/DispatchQueue.h"
+#include "platform/foundation/LocalizedString.h"
+#include "platform/ui/AlertAction.h"
+#include "platform/ui/AlertController.h"
+#include "platform/ui/PopoverPresentationController.h"
+#include "platform/ui/ViewController.h"
+
+#include <QClipboard>
+#include <QFileInfo>
+#include <QGuiApplication>
+#include <QMimeData>
 
 #include <QThreadPool>
 
@@ -46,7 +56,11 @@ std::shared_ptr<ApplicationProxy> DocumentInteractionController::defaultApplicat
 
 bool DocumentInteractionController::openDocumentWithDefaultApplication()
 {
-    const std::shared_ptr<ApplicationProxy> app = defaultApplication();
+    return openDocumentWithApplication(defaultApplication());
+}
+
+bool DocumentInteractionController::openDocumentWithApplication(const std::shared_ptr<ApplicationProxy> &app)
+{
     if (!app) {
         return false;
     }
@@ -69,4 +83,59 @@ bool DocumentInteractionController::openDocumentWithDefaultApplication()
         DispatchQueue::main()->async([app, url] { launch(app, url); });
     });
     return true;
+}
+
+AlertController *DocumentInteractionController::makeOptionsMenu() const
+{
+    const QUrl url = m_url;
+    auto *menu = new AlertController(QFileInfo(url.toLocalFile()).fileName(), QString(),
+                                     AlertController::Style::ActionSheet);
+    for (const std::shared_ptr<ApplicationProxy> &app : ApplicationProxy::applicationsForType(UTI())) {
+        menu->addAction(new AlertAction(
+            LocalizedString::localizedStringWithFormat(QStringLiteral("Open in “%@”"), app->localizedName()),
+            AlertAction::Style::Default,
+            [app, url](AlertAction *) { interactionControllerWithURL(url)->openDocumentWithApplication(app); }));
+    }
+    menu->addAction(new AlertAction(LocalizedString::localized(QStringLiteral("Copy")), AlertAction::Style::Default,
+                                    [url](AlertAction *) {
+                                        auto *data = new QMimeData;
+                                        data->setUrls({url});
+                                        data->setText(url.toLocalFile());
+                                        QGuiApplication::clipboard()->setMimeData(data);
+                                    }));
+    menu->addAction(new AlertAction(LocalizedString::localized(QStringLiteral("Show in Folder")),
+                                    AlertAction::Style::Default, [url](AlertAction *) {
+                                        const QUrl folder = QUrl::fromLocalFile(QFileInfo(url.toLocalFile()).absolutePath());
+                                        if (auto app = ApplicationProxy::defaultApplicationForType(
+                                                QStringLiteral("inode/directory"))) {
+                                            launch(app, folder);
+                                        }
+                                    }));
+    menu->addAction(new AlertAction(LocalizedString::localized(QStringLiteral("Cancel")), AlertAction::Style::Cancel, {}));
+    return menu;
+}
+
+AlertController *DocumentInteractionController::presentOptionsMenuFromRect_inView_inViewController_animated(
+    const QRect &rect, QWidget *view, ViewController *viewController, bool animated)
+{
+    if (!viewController) {
+        return nullptr;
+    }
+    AlertController *menu = makeOptionsMenu();
+    menu->popoverPresentationController()->setSourceView(view);
+    menu->popoverPresentationController()->setSourceRect(rect);
+    viewController->presentViewController(menu, animated);
+    return menu;
+}
+
+AlertController *DocumentInteractionController::presentOptionsMenuFromBarButtonItem_inViewController_animated(
+    BarButtonItem *item, ViewController *viewController, bool animated)
+{
+    if (!viewController) {
+        return nullptr;
+    }
+    AlertController *menu = makeOptionsMenu();
+    menu->popoverPresentationController()->setBarButtonItem(item);
+    viewController->presentViewController(menu, animated);
+    return menu;
 }

@@ -1,10 +1,15 @@
 #pragma once
 
+#include <QRect>
 #include <QUrl>
 
 #include <memory>
 
 class ApplicationProxy;
+class AlertController;
+class BarButtonItem;
+class QWidget;
+class ViewController;
 
 /// Hands one document to other apps: its default app, found from the document's type (a
 /// promised document's type comes from its placeholder, so it needs no download to be asked).
@@ -22,9 +27,22 @@ public:
     /// background, under a coordinated read) and the app starts when it is here; the call returns
     /// at once, true when an app was found to take the document.
     bool openDocumentWithDefaultApplication();
+    /// The same with another app of the document's type.
+    bool openDocumentWithApplication(const std::shared_ptr<ApplicationProxy> &app);
+
+    /// The options menu of the document: "Open in “…”" for every app of its type, Copy (its
+    /// location, for pasting elsewhere) and Show in Folder, then Cancel. A sheet on a phone, a
+    /// popover at the anchor on a tablet, presented over `viewController`.
+    AlertController *presentOptionsMenuFromRect_inView_inViewController_animated(const QRect &rect, QWidget *view,
+                                                                               ViewController *viewController,
+                                                                               bool animated);
+    AlertController *presentOptionsMenuFromBarButtonItem_inViewController_animated(BarButtonItem *item,
+                                                                                 ViewController *viewController,
+                                                                                 bool animated);
 
 private:
     explicit DocumentInteractionController(const QUrl &url);
+    AlertController *makeOptionsMenu() const;
 
     QUrl m_url;
 };

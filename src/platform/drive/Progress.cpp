@@ -73,6 +73,18 @@ void Progress::setCompletedUnitCount(qint64 count)
     notify(QStringLiteral("fractionCompleted"));
 }
 
+QString Progress::description() const
+{
+    QMutexLocker locker(&m_mutex);
+    const double fraction = m_total <= 0 ? 0.0 : double(m_completed) / double(m_total);
+    return QStringLiteral("<Progress %1: %2 of %3 (%4) kind %5>")
+        .arg(m_fileURL.toLocalFile())
+        .arg(m_completed)
+        .arg(m_total)
+        .arg(fraction, 0, 'f', 3)
+        .arg(m_kind.isEmpty() ? QStringLiteral("(none)") : m_kind);
+}
+
 double Progress::fractionCompleted() const
 {
     QMutexLocker locker(&m_mutex);

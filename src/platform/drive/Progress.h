@@ -34,6 +34,8 @@ public:
     /// completed / total, 0 while the total is unknown.
     double fractionCompleted() const;
     bool isFinished() const;
+    /// The form used in log lines: file, counts, fraction and kind.
+    QString description() const;
 
     QString kind() const;
     void setKind(const QString &kind);

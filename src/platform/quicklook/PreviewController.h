@@ -1,18 +1,79 @@
 #pragma once
 
+#include "platform/ui/ViewController.h"
+
+#include <QPointer>
+#include <QWidget>
 #include <QString>
 #include <QUrl>
 
-/// The built-in document viewer. It has renderers for images (animated ones too), PDF, SVG,
-/// plain text and Markdown, audio and video; an item it can preview is one of those kinds.
-class PreviewController final
+class BarButtonItem;
+class QStackedLayout;
+
+/// The built-in document viewer: one document at a time, the first of its data source.
+///
+/// It has renderers for images (animated ones play), PDF (every page, pinch or Ctrl+wheel to
+/// zoom), SVG, plain text and Markdown, audio and video (a player with its controls); anything
+/// else shows its icon, name and kind. An item it can preview is one of those kinds.
+class PreviewController : public ViewController
 {
+    Q_OBJECT
+
 public:
-    PreviewController() = delete;
+    /// Which renderer shows the current document.
+    enum class Renderer {
+        None,
+        Image,
+        Animation,
+        Pdf,
+        Svg,
+        Text,
+        Markdown,
+        Media,
+        Generic,
+    };
+
+    explicit PreviewController(QObject *parent = nullptr);
+    ~PreviewController() override;
 
     /// Whether the viewer has a renderer for the item's type (promised items included: the
     /// answer comes from the type, not the content).
     static bool canPreviewItem(const QUrl &url);
     /// The same question for a type identifier (a MIME type name).
     static bool canPreviewType(const QString &typeIdentifier);
+    /// Whether audio and video of `url` play in the full player with its controls; every
+    /// document of this app does.
+    static bool wantsDefaultMediaPlayer(const QUrl &url);
+
+    /// Weak: an object implementing PreviewControllerDataSource.
+    QObject *dataSource() const { return m_dataSource.data(); }
+    void setDataSource(QObject *dataSource) { m_dataSource = dataSource; }
+
+    /// Asks the data source again and shows its first document.
+    void reloadData();
+    /// Reads the document on screen again (its content changed).
+    void refreshCurrentPreviewItem();
+    QUrl currentPreviewItem() const { return m_currentItem; }
+    Renderer currentRenderer() const { return m_renderer; }
+    /// The widget of the current renderer, or null.
+    QWidget *rendererWidget() const { return m_rendererWidget.data(); }
+
+    /// Buttons the viewer puts at the right of the navigation bar, the first rightmost.
+    QList<BarButtonItem *> additionalRightBarButtonItems() const;
+    void setAdditionalRightBarButtonItems(const QList<BarButtonItem *> &items);
+
+protected:
+    QWidget *loadView() override;
+    bool eventFilter(QObject *watched, QEvent *event) override;
+
+private:
+    void showDocument(const QUrl &url);
+    static Renderer rendererForFile(const QString &path);
+
+    QPointer<QObject> m_dataSource;
+    QUrl m_currentItem;
+    Renderer m_renderer = Renderer::None;
+    QPointer<QWidget> m_rendererWidget;
+    QStackedLayout *m_stack = nullptr;
+    QList<QPointer<BarButtonItem>> m_additionalItems;
 };

@@ -44,6 +44,14 @@ Device::SizeClass Device::horizontalSizeClass()
     return userInterfaceIdiom() == Idiom::Pad ? SizeClass::Regular : SizeClass::Compact;
 }
 
+Device::SizeClass Device::verticalSizeClass()
+{
+    if (s_windowSize.isValid()) {
+        return s_windowSize.height() >= RegularMinimumHeight ? SizeClass::Regular : SizeClass::Compact;
+    }
+    return SizeClass::Regular;
+}
+
 std::optional<Device::Idiom> Device::idiomFromString(const QString &text)
 {
     if (text == QLatin1String("phone")) {

@@ -28,8 +28,11 @@ public:
     static void setWindowSize(const QSize &size);
     static QSize windowSize();
     static SizeClass horizontalSizeClass();
+    /// Regular from 480 pixels of height on: every upright screen; a phone on its side is compact.
+    static SizeClass verticalSizeClass();
     /// Parses "phone" or "pad" ("tablet" too); std::nullopt for anything else.
     static std::optional<Idiom> idiomFromString(const QString &text);
 
     static constexpr int TabletMinimumSide = 600;
+    static constexpr int RegularMinimumHeight = 480;
 };

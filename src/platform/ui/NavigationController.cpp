@@ -17,7 +17,11 @@ NavigationController::~NavigationController()
 {
     // the screens' views live in the stack widget; each screen deletes its own
     for (const auto &controller : std::as_const(m_stack)) {
-        delete controller.data();
+        if (controller && controller->isSharedScreen()) {
+            release(controller.data()); // it outlives this stack
+        } else {
+            delete controller.data();
+        }
     }
 }
 
@@ -83,7 +87,9 @@ ViewController *NavigationController::visibleViewController() const
 
 void NavigationController::adopt(ViewController *controller)
 {
-    controller->setParent(this);
+    if (!controller->isSharedScreen()) {
+        controller->setParent(this);
+    }
     controller->setNavigationController(this);
     connect(controller, &ViewController::toolbarItemsChanged, this, &NavigationController::refreshBars,
             Qt::UniqueConnection);
@@ -93,6 +99,14 @@ void NavigationController::release(ViewController *controller)
 {
     disconnect(controller, nullptr, this, nullptr);
     controller->setNavigationController(nullptr);
+    if (controller->isSharedScreen()) {
+        if (controller->isViewLoaded() && controller->view()->parentWidget() == m_stackWidget) {
+            m_stackWidget->removeWidget(controller->view());
+            controller->view()->hide();
+            controller->view()->setParent(nullptr);
+        }
+        return;
+    }
     if (controller->parent() == this) {
         controller->deleteLater();
     }

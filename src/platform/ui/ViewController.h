@@ -78,6 +78,10 @@ public:
     /// A tap outside the presented view.
     virtual void presentationBackdropTapped() { }
 
+    /// A screen shared by the whole process (one viewer for every preview): a stack shows it
+    /// without owning it, and gives its view back when it takes it off.
+    virtual bool isSharedScreen() const { return false; }
+
     virtual void viewWillAppear(bool animated);
     virtual void viewDidAppear(bool animated);
     virtual void viewWillDisappear(bool animated);

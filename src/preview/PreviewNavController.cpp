@@ -1,0 +1,11 @@
+#include "preview/PreviewNavController.h"
+
+PreviewNavController::PreviewNavController(QObject *parent)
+    : NavigationController(parent)
+{
+}
+
+void PreviewNavController::viewDidLoad()
+{
+    NavigationController::viewDidLoad();
+}
