@@ -212,9 +212,12 @@ void PreviewItemManager::replaceLastViewController(ViewController *controller)
         const std::shared_ptr<PreviewItemManager> self = shared_from_this();
         QPointer<ViewController> screen(controller);
         navigation->dismissViewControllerAnimated(true, [self, screen] {
-            if (screen && self->m_navigationController) {
-                self->m_navigationController->pushViewController(screen, true);
-            }
+            // the push follows the dismissal once it has settled, as after its animation
+            DispatchQueue::main()->async([self, screen] {
+                if (screen && self->m_navigationController) {
+                    self->m_navigationController->pushViewController(screen, true);
+                }
+            });
         });
         return;
     }

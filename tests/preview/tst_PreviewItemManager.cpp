@@ -1,0 +1,342 @@
+#include "app/DRLogging.h"
+#include "model/DRItem.h"
+#include "platform/drive/DriveFileManager.h"
+#include "platform/drive/DriveServiceMonitor.h"
+#include "platform/drive/DriveSetup.h"
+#include "platform/drive/FileCoordinator.h"
+#include "platform/drive/PromisePlaceholder.h"
+#include "platform/foundation/ManualDispatchClock.h"
+#include "platform/foundation/StringFormat.h"
+#include "platform/lists/DocumentListController.h"
+#include "platform/lists/DocumentSearchController.h"
+#include "platform/ui/AlertAction.h"
+#include "platform/ui/AlertController.h"
+#include "platform/ui/NavigationController.h"
+#include "platform/ui/Window.h"
+#include "preview/PreviewDetailsViewController.h"
+#include "preview/PreviewDownloadViewController.h"
+#include "preview/PreviewItemManager.h"
+#include "preview/QuickLookItemController.h"
+#include "support/LogSpy.h"
+#include "support/TestDrive.h"
+#include "watchers/NetworkWatcher.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTest>
+
+using namespace std::chrono_literals;
+
+namespace {
+/// A presenter that only takes a place in the coordinator's list.
+class Bystander final : public FilePresenter
+{
+public:
+    explicit Bystander(const QUrl &url)
+        : m_url(url)
+    {
+    }
+    QUrl presentedItemURL() const override { return m_url; }
+
+private:
+    QUrl m_url;
+};
+} // namespace
+
+class tst_PreviewItemManager : public QObject
+{
+    Q_OBJECT
+
+private:
+    TestDrive m_drive;
+
+    static void useNetwork(const QString &state, NetworkState expected)
+    {
+        DriveSetup::setNetwork(state);
+        NetworkWatcher::sharedNetworkWatcher()->start();
+        DriveServiceMonitor::flush();
+        QTRY_COMPARE(NetworkWatcher::sharedNetworkWatcher()->networkState(), expected);
+    }
+    /// A promised document of `size` bytes in a fresh folder.
+    QString promised(const QString &folderName, const QString &name, qint64 size)
+    {
+        const QString path = m_drive.freshFolder(folderName) + QLatin1Char('/') + name;
+        QFile file(path);
+        if (!file.open(QIODevice::WriteOnly) || !file.resize(size)) {
+            return {};
+        }
+        file.close();
+        return DriveSetup::promise(path) ? QString() : path;
+    }
+    static void touch(const QString &path, int secondsAhead)
+    {
+        QFile file(path);
+        QVERIFY(file.open(QIODevice::ReadWrite));
+        QVERIFY(file.setFileTime(QDateTime::currentDateTime().addSecs(secondsAhead), QFileDevice::FileModificationTime));
+    }
+    static int count(const QString &message) { return int(LogSpy::withMessage(message).size()); }
+    static bool isPresenting(PreviewItemManager *manager)
+    {
+        for (const auto &presenter : FileCoordinator::filePresenters()) {
+            if (presenter.get() == manager) {
+                return true;
+            }
+        }
+        return false;
+    }
+    static int presenterIndex(const FilePresenter *presenter)
+    {
+        const auto all = FileCoordinator::filePresenters();
+        for (int i = 0; i < all.size(); ++i) {
+            if (all.at(i).get() == presenter) {
+                return i;
+            }
+        }
+        return -1;
+    }
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        LogSpy::keepDebugLines();
+        DriveFileManager::signIn(QStringLiteral("user@example.com"));
+        DriveServiceMonitor::flush();
+    }
+
+    void init() { useNetwork(QStringLiteral("wifi"), NetworkStateWiFi); }
+
+    // the 6 MiB line: one byte less still downloads by itself on Wi-Fi
+    void sixMebibytesIsTheAutomaticLimit()
+    {
+        auto manager = PreviewItemManager::create();
+        const QString atLimit = promised(QStringLiteral("limit"), QStringLiteral("at.txt"), 6291456);
+        QVERIFY(!atLimit.isEmpty());
+        manager->prepareToPreviewItem(DRItem::initWithURL(QUrl::fromLocalFile(atLimit)));
+        QVERIFY(!manager->autoDownload());
+        const QString below = promised(QStringLiteral("below"), QStringLiteral("below.txt"), 6291455);
+        LogSpy::clear();
+        manager->prepareToPreviewItem(DRItem::initWithURL(QUrl::fromLocalFile(below)));
+        QVERIFY(manager->autoDownload());
+        QCOMPARE(LogSpy::levelOf(StringFormat::format("CanPreview=%@ for %@", qint64(1), QUrl::fromLocalFile(below))),
+                 LOG_INFO);
+        // a kind the viewer can't show waits for a tap
+        const QString binary = promised(QStringLiteral("binary"), QStringLiteral("tool.bin"), 10);
+        manager->prepareToPreviewItem(DRItem::initWithURL(QUrl::fromLocalFile(binary)));
+        QVERIFY(!manager->autoDownload());
+        manager->unregisterAsFilePresenter();
+    }
+
+    void cellularNeverDownloadsByItself()
+    {
+        useNetwork(QStringLiteral("cellular"), NetworkStateCellular);
+        auto manager = PreviewItemManager::create();
+        const QString tiny = promised(QStringLiteral("cell"), QStringLiteral("tiny.txt"), 3);
+        manager->prepareToPreviewItem(DRItem::initWithURL(QUrl::fromLocalFile(tiny)));
+        QVERIFY(!manager->autoDownload());
+        manager->unregisterAsFilePresenter();
+    }
+
+    void anUnknownSizeCountsAsZero()
+    {
+        auto manager = PreviewItemManager::create();
+        const QString path = promised(QStringLiteral("unknown"), QStringLiteral("notes.txt"), 100);
+        const std::shared_ptr<DRItem> item = DRItem::initWithURL(QUrl::fromLocalFile(path));
+        item->setFileSize(std::nullopt);
+        manager->prepareToPreviewItem(item);
+        QVERIFY(manager->autoDownload());
+        manager->unregisterAsFilePresenter();
+    }
+
+    // an automatic download ends in the viewer; the download screen's leaving cancels nothing
+    void aFinishedDownloadReplacesTheDownloadScreen()
+    {
+        const QString path = promised(QStringLiteral("auto"), QStringLiteral("auto.txt"), 20);
+        Window window(QRect(0, 0, 390, 844));
+        auto *navigation = new NavigationController;
+        navigation->setViewControllers({new ViewController}, false);
+        window.setRootViewController(navigation);
+        window.show();
+        auto manager = PreviewItemManager::create();
+        manager->setNavigationController(navigation);
+        LogSpy::clear();
+        manager->previewItem(DRItem::initWithURL(QUrl::fromLocalFile(path)));
+        QVERIFY(manager->autoDownload());
+        QTRY_COMPARE(navigation->topViewController(), QuickLookItemController::defaultController());
+        QCOMPARE(navigation->viewControllers().size(), 2);
+        QVERIFY(!PromisePlaceholder::isPromisedItem(path));
+        QCOMPARE(QFileInfo(path).size(), 20);
+        QCOMPARE(count(StringFormat::format("coordinateReadingItemAtURL was cancelled, URL %@", QUrl::fromLocalFile(path))), 0);
+        QCOMPARE(LogSpy::levelOf(StringFormat::format("Showing preview of URL %@", QUrl::fromLocalFile(path))), LOG_INFO);
+        QVERIFY(!manager->downloadViewController());
+        QCOMPARE(QuickLookItemController::defaultController()->arrayOfDocuments(), QList<QUrl>{QUrl::fromLocalFile(path)});
+        manager->unregisterAsFilePresenter();
+    }
+
+    void preparingTheSameItemKeepsTheRegistration()
+    {
+        const QString folder = m_drive.freshFolder(QStringLiteral("same"));
+        QVERIFY(TestDrive::writeFile(folder + QStringLiteral("/a.txt"), "a"));
+        QVERIFY(TestDrive::writeFile(folder + QStringLiteral("/b.txt"), "b"));
+        auto manager = PreviewItemManager::create();
+        manager->prepareToPreviewItem(DRItem::initWithURL(QUrl::fromLocalFile(folder + QStringLiteral("/a.txt"))));
+        QVERIFY(isPresenting(manager.get()));
+        // a presenter registered later shows whether the manager registered again
+        auto bystander = std::make_shared<Bystander>(QUrl::fromLocalFile(folder));
+        FileCoordinator::addFilePresenter(bystander);
+        manager->prepareToPreviewItem(DRItem::initWithURL(QUrl::fromLocalFile(folder + QStringLiteral("/a.txt"))));
+        QVERIFY(presenterIndex(manager.get()) < presenterIndex(bystander.get()));
+        manager->prepareToPreviewItem(DRItem::initWithURL(QUrl::fromLocalFile(folder + QStringLiteral("/b.txt"))));
+        QVERIFY(presenterIndex(manager.get()) > presenterIndex(bystander.get()));
+        QCOMPARE(manager->presentedItemURL(), QUrl::fromLocalFile(folder + QStringLiteral("/b.txt")));
+        FileCoordinator::removeFilePresenter(bystander.get());
+        manager->unregisterAsFilePresenter();
+        QVERIFY(!isPresenting(manager.get()));
+    }
+
+    void changesWithinASecondMakeOneRefresh()
+    {
+        const QString folder = m_drive.freshFolder(QStringLiteral("changes"));
+        QVERIFY(TestDrive::writeFile(folder + QStringLiteral("/c.txt"), "c"));
+        ManualDispatchClock clock;
+        auto manager = PreviewItemManager::create();
+        manager->prepareToPreviewItem(DRItem::initWithURL(QUrl::fromLocalFile(folder + QStringLiteral("/c.txt"))));
+        LogSpy::clear();
+        manager->presentedItemDidChange();
+        manager->presentedItemDidChange();
+        manager->presentedItemDidChange();
+        QVERIFY(manager->refreshPending());
+        QCOMPARE(count(StringFormat::format("%@ changed", QUrl::fromLocalFile(folder + QStringLiteral("/c.txt")))), 3);
+        clock.advance(999ms);
+        QCoreApplication::processEvents();
+        QCOMPARE(count(StringFormat::format("Refreshing %@", QUrl::fromLocalFile(folder + QStringLiteral("/c.txt")))), 0);
+        clock.advance(1ms);
+        QTRY_VERIFY(!manager->refreshPending());
+        QCOMPARE(count(StringFormat::format("Refreshing %@", QUrl::fromLocalFile(folder + QStringLiteral("/c.txt")))), 1);
+        manager->unregisterAsFilePresenter();
+    }
+
+    // leaving the download screen stops the download, gives the partial copy back, says nothing
+    void leavingTheDownloadScreenCancelsQuietly()
+    {
+        const QString path = promised(QStringLiteral("slow"), QStringLiteral("slow.txt"), 400000);
+        QVERIFY(!DriveSetup::setStoreRate(100000));
+        Window window(QRect(0, 0, 390, 844));
+        auto *navigation = new NavigationController;
+        navigation->setViewControllers({new ViewController}, false);
+        window.setRootViewController(navigation);
+        window.show();
+        useNetwork(QStringLiteral("cellular"), NetworkStateCellular); // no automatic start
+        auto manager = PreviewItemManager::create();
+        manager->setNavigationController(navigation);
+        manager->previewItem(DRItem::initWithURL(QUrl::fromLocalFile(path)));
+        auto *screen = qobject_cast<PreviewDownloadViewController *>(navigation->topViewController());
+        QVERIFY(screen);
+        LogSpy::clear();
+        manager->startDownload();
+        QTRY_VERIFY(manager->downloadFC());
+        QTest::qWait(150);
+        navigation->popViewControllerAnimated(false);
+        QTRY_VERIFY(count(StringFormat::format("coordinateReadingItemAtURL was cancelled, URL %@", QUrl::fromLocalFile(path))) == 1);
+        QTRY_VERIFY(!manager->downloadFC());
+        QCOMPARE(LogSpy::levelOf(StringFormat::format("Evicted %@", QUrl::fromLocalFile(path))), LOG_DEBUG);
+        DriveSetup::setStoreRate(0);
+        QVERIFY(PromisePlaceholder::isPromisedItem(path)); // the placeholder is as it was
+        QVERIFY(!QFileInfo::exists(path));
+        QVERIFY(!navigation->presentedViewController());
+        QVERIFY(!navigation->topViewController()->presentedViewController());
+        manager->unregisterAsFilePresenter();
+    }
+
+    void aRefreshWithoutAStoredDateLeavesTheViewerAlone()
+    {
+        const QString folder = m_drive.freshFolder(QStringLiteral("dates"));
+        const QString path = folder + QStringLiteral("/d.txt");
+        QVERIFY(TestDrive::writeFile(path, "first"));
+        Window window(QRect(0, 0, 390, 844));
+        auto *navigation = new NavigationController;
+        navigation->setViewControllers({new ViewController}, false);
+        window.setRootViewController(navigation);
+        window.show();
+        auto manager = PreviewItemManager::create();
+        manager->setNavigationController(navigation);
+        manager->previewItem(DRItem::initWithURL(QUrl::fromLocalFile(path)));
+        QuickLookItemController *viewer = QuickLookItemController::defaultController();
+        QCOMPARE(navigation->topViewController(), viewer);
+        QVERIFY(viewer->isVisible());
+        QWidget *before = viewer->rendererWidget();
+        // a newer file with an earlier stored date refreshes the viewer
+        touch(path, 60);
+        manager->refreshItem(QUrl::fromLocalFile(path));
+        QVERIFY(viewer->rendererWidget() != before);
+        // with no stored date it never does
+        auto fresh = PreviewItemManager::create();
+        fresh->setNavigationController(navigation);
+        fresh->setItem_updatePreview(DRItem::initWithURL(QUrl::fromLocalFile(path)), false); // stored, not prepared
+        QVERIFY(!fresh->modifiedDate().isValid());
+        before = viewer->rendererWidget();
+        touch(path, 120);
+        fresh->refreshItem(QUrl::fromLocalFile(path));
+        QCOMPARE(viewer->rendererWidget(), before);
+        manager->unregisterAsFilePresenter();
+        fresh->unregisterAsFilePresenter();
+    }
+
+    void serverUnavailableSaysOfflineOnlyWhenOffline()
+    {
+        Window window(QRect(0, 0, 390, 844));
+        auto *navigation = new NavigationController;
+        auto *root = new ViewController;
+        navigation->setViewControllers({root}, false);
+        window.setRootViewController(navigation);
+        window.show();
+        auto manager = PreviewItemManager::create();
+        manager->setNavigationController(navigation);
+        const Error unavailable = Error::fileError(UbiquityServerNotAvailableError);
+        manager->showDownloadError(unavailable);
+        auto *alert = qobject_cast<AlertController *>(root->presentedViewController());
+        QVERIFY(alert);
+        QCOMPARE(alert->title(), QString());
+        QCOMPARE(alert->message(), unavailable.localizedDescription());
+        QCOMPARE(alert->actions().size(), 1);
+        QCOMPARE(alert->actions().first()->title(), QStringLiteral("OK"));
+        root->dismissViewControllerAnimated(false);
+        useNetwork(QStringLiteral("offline"), NetworkStateNotConnected);
+        manager->showDownloadError(unavailable);
+        alert = qobject_cast<AlertController *>(root->presentedViewController());
+        QVERIFY(alert);
+        QCOMPARE(alert->message(), QStringLiteral("Unable to download file. You are no longer connected to the Internet."));
+        root->dismissViewControllerAnimated(false);
+        // a cancelled download is never reported
+        manager->showDownloadError(Error::fileError(UserCancelledError));
+        QVERIFY(!root->presentedViewController());
+    }
+
+    // a search on screen goes first; the preview it leaves for starts no download by itself
+    void aSearchIsDismissedBeforeThePreviewIsPushed()
+    {
+        const QString path = promised(QStringLiteral("search"), QStringLiteral("found.txt"), 12);
+        Window window(QRect(0, 0, 390, 844));
+        auto *navigation = new NavigationController;
+        navigation->setViewControllers({new ViewController}, false);
+        window.setRootViewController(navigation);
+        window.show();
+        navigation->presentViewController(new DocumentSearchController(nullptr), false);
+        QVERIFY(qobject_cast<DocumentSearchController *>(navigation->presentedViewController()));
+        auto manager = PreviewItemManager::create();
+        manager->setNavigationController(navigation);
+        LogSpy::clear();
+        manager->previewItem(DRItem::initWithURL(QUrl::fromLocalFile(path)));
+        QVERIFY(manager->autoDownload());
+        QVERIFY(!navigation->presentedViewController());
+        QCOMPARE(navigation->viewControllers().size(), 1); // not yet pushed
+        QTRY_VERIFY(qobject_cast<PreviewDownloadViewController *>(navigation->topViewController()));
+        QTest::qWait(100);
+        QVERIFY(!manager->downloadFC());
+        QCOMPARE(count(QStringLiteral("Dispatching download...")), 0);
+        QVERIFY(PromisePlaceholder::isPromisedItem(path));
+        manager->unregisterAsFilePresenter();
+    }
+};
+
+QTEST_MAIN(tst_PreviewItemManager)
+#include "tst_PreviewItemManager.moc"
