@@ -69,6 +69,7 @@ DownloadView::DownloadView(QWidget *parent)
     stack->addWidget(m_downloadButton, 0, Qt::AlignHCenter);
     stack->addWidget(m_cancelButton, 0, Qt::AlignHCenter);
 
+    m_downloadButton->setText(downloadButtonTitle());
     connect(m_cloudButton, &QPushButton::clicked, this, &DownloadView::startDownloading);
     connect(m_downloadButton, &QPushButton::clicked, this, &DownloadView::startDownloading);
     connect(m_cancelButton, &QPushButton::clicked, this, &DownloadView::cancelDownloading);
