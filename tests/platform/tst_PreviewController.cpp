@@ -1,10 +1,39 @@
 #include "platform/quicklook/PreviewController.h"
+#include "platform/quicklook/PreviewControllerDataSource.h"
 
 #include "platform/drive/DriveSetup.h"
 #include "support/TestDrive.h"
 
 #include <QDir>
+#include <QLabel>
+#include <QPdfDocument>
+#include <QPdfView>
+#include <QPlainTextEdit>
 #include <QTest>
+#include <QTextBrowser>
+
+namespace {
+/// Offers the viewer one document.
+class OneDocument final : public QObject, public PreviewControllerDataSource
+{
+    Q_OBJECT
+    Q_INTERFACES(PreviewControllerDataSource)
+
+public:
+    qint64 numberOfPreviewItemsInPreviewController(PreviewController *) override { return url.isEmpty() ? 0 : 1; }
+    QUrl previewController_previewItemAtIndex(PreviewController *, qint64) override { return url; }
+    QUrl url;
+};
+
+/// The smallest PDF of one page.
+QByteArray onePagePdf()
+{
+    return QByteArrayLiteral("%PDF-1.4\n1 0 obj<</Type/Catalog/Pages 2 0 R>>endobj\n"
+                             "2 0 obj<</Type/Pages/Kids[3 0 R]/Count 1>>endobj\n"
+                             "3 0 obj<</Type/Page/Parent 2 0 R/MediaBox[0 0 200 200]>>endobj\n"
+                             "trailer<</Root 1 0 R>>\n%%EOF\n");
+}
+} // namespace
 
 class tst_PreviewController : public QObject
 {
@@ -14,6 +43,87 @@ private:
     TestDrive m_drive;
 
 private slots:
+    // each kind of document gets its renderer; anything else its icon, name and kind
+    void eachKindGetsItsRenderer_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QByteArray>("content");
+        QTest::addColumn<int>("renderer");
+        QTest::newRow("png") << QStringLiteral("photo.png") << TestDrive::png(40, 20) << int(PreviewController::Renderer::Image);
+        QTest::newRow("svg") << QStringLiteral("shape.svg")
+                             << QByteArrayLiteral("<svg xmlns='http://www.w3.org/2000/svg' width='10' height='10'>"
+                                                  "<rect width='10' height='10'/></svg>")
+                             << int(PreviewController::Renderer::Svg);
+        QTest::newRow("pdf") << QStringLiteral("paper.pdf") << onePagePdf() << int(PreviewController::Renderer::Pdf);
+        QTest::newRow("text") << QStringLiteral("notes.txt") << QByteArrayLiteral("plain words")
+                              << int(PreviewController::Renderer::Text);
+        QTest::newRow("markdown") << QStringLiteral("read.md") << QByteArrayLiteral("# Title\n\nwords")
+                                  << int(PreviewController::Renderer::Markdown);
+        QTest::newRow("other") << QStringLiteral("tool.bin") << QByteArrayLiteral("\x01\x02\x03")
+                               << int(PreviewController::Renderer::Generic);
+    }
+    void eachKindGetsItsRenderer()
+    {
+        QFETCH(QString, name);
+        QFETCH(QByteArray, content);
+        QFETCH(int, renderer);
+        const QString path = m_drive.freshFolder(QStringLiteral("render")) + QLatin1Char('/') + name;
+        QVERIFY(TestDrive::writeFile(path, content));
+        OneDocument source;
+        source.url = QUrl::fromLocalFile(path);
+        PreviewController viewer;
+        viewer.setDataSource(&source);
+        viewer.view()->resize(390, 700);
+        viewer.reloadData();
+        QCOMPARE(int(viewer.currentRenderer()), renderer);
+        QCOMPARE(viewer.currentPreviewItem(), source.url);
+        QCOMPARE(viewer.title(), name);
+        QVERIFY(viewer.rendererWidget());
+        switch (PreviewController::Renderer(renderer)) {
+        case PreviewController::Renderer::Text:
+            QCOMPARE(qobject_cast<QPlainTextEdit *>(viewer.rendererWidget())->toPlainText(), QStringLiteral("plain words"));
+            break;
+        case PreviewController::Renderer::Markdown:
+            QVERIFY(qobject_cast<QTextBrowser *>(viewer.rendererWidget())->toPlainText().startsWith(QStringLiteral("Title")));
+            break;
+        case PreviewController::Renderer::Pdf:
+            QVERIFY(viewer.rendererWidget()->findChild<QPdfView *>());
+            QCOMPARE(viewer.rendererWidget()->findChild<QPdfView *>()->document()->pageCount(), 1);
+            break;
+        case PreviewController::Renderer::Generic:
+            QCOMPARE(viewer.rendererWidget()->findChild<QLabel *>(QStringLiteral("genericName"))->text(), name);
+            QVERIFY(!viewer.rendererWidget()->findChild<QLabel *>(QStringLiteral("genericKind"))->text().isEmpty());
+            break;
+        default:
+            break;
+        }
+        // nothing offered, nothing shown
+        source.url = QUrl();
+        viewer.reloadData();
+        QCOMPARE(viewer.currentRenderer(), PreviewController::Renderer::None);
+    }
+
+    // a picture keeps its proportions inside any frame
+    void aPictureIsLetterBoxed()
+    {
+        const QString path = m_drive.freshFolder(QStringLiteral("wide")) + QStringLiteral("/wide.png");
+        QVERIFY(TestDrive::writeFile(path, TestDrive::png(400, 100)));
+        OneDocument source;
+        source.url = QUrl::fromLocalFile(path);
+        PreviewController viewer;
+        viewer.setDataSource(&source);
+        viewer.view()->resize(200, 400);
+        viewer.view()->show();
+        viewer.reloadData();
+        auto *label = qobject_cast<QLabel *>(viewer.rendererWidget());
+        QVERIFY(label);
+        QTRY_VERIFY(!label->pixmap().isNull());
+        const QSize shown = label->pixmap().deviceIndependentSize().toSize();
+        QCOMPARE(shown.width(), label->width());
+        QCOMPARE(shown.height(), label->width() / 4);
+        QVERIFY(PreviewController::wantsDefaultMediaPlayer(source.url));
+    }
+
     // The viewer previews the kinds it has renderers for, and nothing else.
     void previewableTypes_data()
     {
@@ -53,5 +163,5 @@ private slots:
     }
 };
 
-QTEST_GUILESS_MAIN(tst_PreviewController)
+QTEST_MAIN(tst_PreviewController)
 #include "tst_PreviewController.moc"

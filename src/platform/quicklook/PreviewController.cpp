@@ -242,15 +242,21 @@ void PreviewController::showDocument(const QUrl &url)
         break;
     }
     case Renderer::Pdf: {
-        auto *pdf = new QPdfView;
-        auto *document = new QPdfDocument(pdf);
+        // the document is the holder's first child, so it goes before the view that shows it
+        auto *holder = new QWidget;
+        auto *document = new QPdfDocument(holder);
+        auto *pdf = new QPdfView(holder);
+        pdf->setObjectName(QStringLiteral("pdfView"));
+        auto *layout = new QVBoxLayout(holder);
+        layout->setContentsMargins(0, 0, 0, 0);
+        layout->addWidget(pdf);
         document->load(path);
         pdf->setDocument(document);
         pdf->setPageMode(QPdfView::PageMode::MultiPage);
         pdf->setZoomMode(QPdfView::ZoomMode::FitToWidth);
         pdf->viewport()->installEventFilter(this);
         QScroller::grabGesture(pdf->viewport(), QScroller::TouchGesture);
-        widget = pdf;
+        widget = holder;
         break;
     }
     case Renderer::Text:
@@ -366,7 +372,7 @@ bool PreviewController::eventFilter(QObject *watched, QEvent *event)
     }
     if (event->type() == QEvent::Wheel && m_renderer == Renderer::Pdf) {
         auto *wheel = static_cast<QWheelEvent *>(event);
-        auto *pdf = qobject_cast<QPdfView *>(m_rendererWidget.data());
+        auto *pdf = m_rendererWidget ? m_rendererWidget->findChild<QPdfView *>() : nullptr;
         if (pdf && (wheel->modifiers() & Qt::ControlModifier)) {
             // Ctrl and the wheel (or a touchpad's pinch) zoom the pages
             const qreal factor = wheel->angleDelta().y() > 0 ? 1.1 : 1 / 1.1;
