@@ -53,6 +53,8 @@ void ThumbnailImageView::showProgress(bool show)
     if (show) {
         m_progressView->setProgress(0);
     }
+    // in the lower trailing corner, whether or not the view has been laid out yet
+    m_progressView->move(width() - PieSide, height() - PieSide);
     m_progressView->setVisible(show);
     m_progressView->raise();
 }
