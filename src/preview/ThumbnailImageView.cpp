@@ -61,7 +61,7 @@ void ThumbnailImageView::showProgress(bool show)
 
 void ThumbnailImageView::updateProgress(double fraction)
 {
-    if (m_progressView->isVisible()) {
+    if (!m_progressView->isHidden()) {
         m_progressView->setProgress(fraction);
     }
 }
