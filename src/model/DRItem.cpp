@@ -126,7 +126,7 @@ bool DRItem::cacheValues()
         m_resolvedURL, FileCoordinator::ReadingImmediatelyAvailableMetadataOnly, &coordinationError,
         [&](const QUrl &coordinatedURL) {
             std::optional<Error> error;
-            result = URLResourceValues::checkPromisedItemIsReachable(coordinatedURL, &error);
+            result = URLResourceValues::checkPromisedItemIsReachableAndReturnError(coordinatedURL, &error);
             if (!result) {
                 return;
             }

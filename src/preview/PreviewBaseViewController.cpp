@@ -141,7 +141,7 @@ void PreviewBaseViewController::registerForProgress()
                 QCoreApplication::instance(),
                 [self, weakProgress] {
                     if (const auto strong = weakProgress.lock(); strong && self) {
-                        self->observeValueForKeyPath_ofObject(QStringLiteral("fractionCompleted"), strong);
+                        self->observeValueForKeyPath_ofObject_change_context(QStringLiteral("fractionCompleted"), strong);
                     }
                 },
                 Qt::QueuedConnection);
@@ -189,7 +189,7 @@ int PreviewBaseViewController::progressChunk(double fraction)
     return int(scaled);
 }
 
-void PreviewBaseViewController::observeValueForKeyPath_ofObject(const QString &keyPath,
+void PreviewBaseViewController::observeValueForKeyPath_ofObject_change_context(const QString &keyPath,
                                                                 const std::shared_ptr<Progress> &progress)
 {
     if (keyPath != QLatin1String("fractionCompleted") || !progress) {

@@ -52,6 +52,12 @@ public:
     int subscriber() const { return m_subscriber; }
     /// The insets of the content area: left, top, right, bottom.
     QMargins wrapperMargins() const { return m_wrapperMargins; }
+    /// The content area's edges against the screen's view, as offsets: top and leading inward
+    /// (positive), bottom and trailing inward (negative).
+    int parentTopConstraint() const { return m_wrapperMargins.top(); }
+    int parentBottomConstraint() const { return -m_wrapperMargins.bottom(); }
+    int parentLeadingConstraint() const { return m_wrapperMargins.left(); }
+    int parentTrailingConstraint() const { return -m_wrapperMargins.right(); }
 
     void viewWillAppear(bool animated) override;
     void viewWillDisappear(bool animated) override;
@@ -63,7 +69,7 @@ public:
     virtual void registerForProgress();
     virtual void unregisterProgress();
     /// A report of a progress the screen observes: "fractionCompleted" changed.
-    virtual void observeValueForKeyPath_ofObject(const QString &keyPath, const std::shared_ptr<Progress> &progress);
+    virtual void observeValueForKeyPath_ofObject_change_context(const QString &keyPath, const std::shared_ptr<Progress> &progress);
     /// The subclass's hook for each progress report.
     virtual void updateProgress(const std::shared_ptr<Progress> &progress);
     virtual void configureButtons();

@@ -141,6 +141,8 @@ void PreviewDetailsViewController::setupViewsAndConstraints()
     }
     nameLayout->setContentsMargins(0, 0, 0, 0);
     m_filenameTextField->setContentsMargins(EdgeInset, 0, EdgeInset, 0);
+    m_filenameTextFieldFullWidthConstraint = {m_filenameTextField, Attribute::Width, Relation::Equal, m_filenameStackView,
+                                              Attribute::Width, 0};
     m_fileInfoView = new FileInfoStackView;
     QList<QWidget *> details{m_filenameStackView, m_fileInfoView};
     if (shouldDisplayOpenInAppButtonInView()) {
@@ -218,7 +220,7 @@ void PreviewDetailsViewController::placeHairlines()
     }
 }
 
-void PreviewDetailsViewController::viewWillTransitionToSize(const QSize &size)
+void PreviewDetailsViewController::viewWillTransitionToSize_withTransitionCoordinator(const QSize &size)
 {
     QPointer<PreviewDetailsViewController> self(this);
     DispatchQueue::main()->async([self, size] {
@@ -242,7 +244,7 @@ bool PreviewDetailsViewController::eventFilter(QObject *watched, QEvent *event)
         placeHairlines();
     }
     if (isViewLoaded() && watched == view() && event->type() == QEvent::Resize) {
-        viewWillTransitionToSize(static_cast<QResizeEvent *>(event)->size());
+        viewWillTransitionToSize_withTransitionCoordinator(static_cast<QResizeEvent *>(event)->size());
     }
     return PreviewBaseViewController::eventFilter(watched, event);
 }

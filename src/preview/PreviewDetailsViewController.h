@@ -40,6 +40,13 @@ public:
     QPushButton *openInAppButton() const { return m_openInAppButton.data(); }
     const QList<LayoutConstraint> &verticalConstraints() const { return m_verticalConstraints; }
     const QList<LayoutConstraint> &horizontalConstraints() const { return m_horizontalConstraints; }
+    /// The name spans its stack's width.
+    const LayoutConstraint &filenameTextFieldFullWidthConstraint() const { return m_filenameTextFieldFullWidthConstraint; }
+    /// Kept for a keyboard that would cover the name while renaming; the rename prompt is a
+    /// sheet of its own, so nothing moves.
+    double keyboardScrollYOffset() const { return m_keyboardScrollYOffset; }
+    /// Kept for bar items put aside while renaming; none are.
+    QList<BarButtonItem *> originalRightBarButtonItems() const { return m_originalRightBarButtonItems; }
     /// Whether the landscape arrangement is on.
     bool isLandscapeLayout() const { return m_landscape; }
 
@@ -53,7 +60,7 @@ public:
     void setupVerticalConstraints();
     void setupHorizontalConstraints();
     void adjustViewsForOrientation(PseudoOrientation orientation);
-    void viewWillTransitionToSize(const QSize &size);
+    void viewWillTransitionToSize_withTransitionCoordinator(const QSize &size);
     void filenameWasTapped();
 
 protected:
@@ -79,4 +86,7 @@ private:
     QList<LayoutConstraint> m_verticalConstraints;
     QList<LayoutConstraint> m_horizontalConstraints;
     bool m_landscape = false;
+    LayoutConstraint m_filenameTextFieldFullWidthConstraint;
+    double m_keyboardScrollYOffset = 0;
+    QList<BarButtonItem *> m_originalRightBarButtonItems;
 };

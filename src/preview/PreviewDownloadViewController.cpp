@@ -51,7 +51,7 @@ void PreviewDownloadViewController::adjustViewsForOrientation(PseudoOrientation 
     m_downloadView->setSizePolicy(landscape ? QSizePolicy::Preferred : QSizePolicy::Fixed, QSizePolicy::Fixed);
 }
 
-void PreviewDownloadViewController::viewWillTransitionToSize(const QSize &size)
+void PreviewDownloadViewController::viewWillTransitionToSize_withTransitionCoordinator(const QSize &size)
 {
     QPointer<PreviewDownloadViewController> self(this);
     DispatchQueue::main()->async([self, size] {
@@ -66,7 +66,7 @@ void PreviewDownloadViewController::viewWillTransitionToSize(const QSize &size)
 bool PreviewDownloadViewController::eventFilter(QObject *watched, QEvent *event)
 {
     if (watched == view() && event->type() == QEvent::Resize) {
-        viewWillTransitionToSize(static_cast<QResizeEvent *>(event)->size());
+        viewWillTransitionToSize_withTransitionCoordinator(static_cast<QResizeEvent *>(event)->size());
     }
     return PreviewBaseViewController::eventFilter(watched, event);
 }

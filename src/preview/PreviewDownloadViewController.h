@@ -29,7 +29,7 @@ public:
 
     void setupViewsAndConstraints();
     void adjustViewsForOrientation(PseudoOrientation orientation);
-    void viewWillTransitionToSize(const QSize &size);
+    void viewWillTransitionToSize_withTransitionCoordinator(const QSize &size);
     void viewWillAppear(bool animated) override;
     void refreshItem() override;
     void updateProgress(const std::shared_ptr<Progress> &progress) override;

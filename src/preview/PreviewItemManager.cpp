@@ -321,7 +321,7 @@ void PreviewItemManager::startDownloadingNow(DownloadCompletion completion)
             accessed = true;
             DRLog(LOG_DEBUG, "coordinateReadingItemAtURL finished, old URL %@, new URL %@", url, newURL);
             std::optional<Error> reachError;
-            const bool reachable = URLResourceValues::checkPromisedItemIsReachable(newURL, &reachError);
+            const bool reachable = URLResourceValues::checkPromisedItemIsReachableAndReturnError(newURL, &reachError);
             if (!reachable) {
                 DRLog(LOG_ERR, "coordinateReadingItemAtURL: newURL does not exist, error %@",
                       reachError ? reachError->description() : QString());

@@ -9,3 +9,8 @@ void PreviewNavController::viewDidLoad()
 {
     NavigationController::viewDidLoad();
 }
+
+void PreviewNavController::didReceiveMemoryWarning()
+{
+    NavigationController::didReceiveMemoryWarning();
+}

@@ -11,6 +11,8 @@ class PreviewNavController final : public NavigationController
 public:
     explicit PreviewNavController(QObject *parent = nullptr);
 
+    void didReceiveMemoryWarning() override;
+
 protected:
     void viewDidLoad() override;
 };

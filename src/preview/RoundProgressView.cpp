@@ -21,7 +21,7 @@ RoundProgressView::RoundProgressView(const QRect &frame, qint64 style, QWidget *
     setAttribute(Qt::WA_TransparentForMouseEvents);
     m_progressTimer.setInterval(FrameMilliseconds);
     connect(&m_progressTimer, &QTimer::timeout, this, &RoundProgressView::increaseUIProgress);
-    setupSubviews();
+    _setupSubviews();
 }
 
 QColor RoundProgressView::styleColor() const
@@ -36,7 +36,7 @@ QColor RoundProgressView::styleColor() const
     }
 }
 
-void RoundProgressView::setupSubviews()
+void RoundProgressView::_setupSubviews()
 {
     m_lineWidth = width() >= 40 ? 4 : 2;
     if (m_style == 0) {
@@ -155,6 +155,25 @@ void RoundProgressView::drawSlice()
     update();
 }
 
+QPainterPath RoundProgressView::circleLayer() const
+{
+    QPainterPath circle;
+    const double radius = m_pieRadius - 1;
+    circle.addEllipse(m_pieCenter, radius, radius);
+    return circle;
+}
+
+QPainterPath RoundProgressView::sliceLayer() const
+{
+    QPainterPath slice;
+    slice.moveTo(m_pieCenter);
+    // from twelve o'clock, clockwise (Qt counts counter-clockwise from three o'clock)
+    slice.arcTo(QRectF(m_pieCenter.x() - m_pieRadius, m_pieCenter.y() - m_pieRadius, 2 * m_pieRadius, 2 * m_pieRadius),
+                90, -360 * m_uiProgress);
+    slice.closeSubpath();
+    return slice;
+}
+
 void RoundProgressView::paintEvent(QPaintEvent *event)
 {
     Q_UNUSED(event)
@@ -167,15 +186,8 @@ void RoundProgressView::paintEvent(QPaintEvent *event)
     painter.setOpacity(m_style == 1 ? 0.5 : 1.0); // the grey ring is half see-through
     painter.setPen(QPen(color, m_lineWidth));
     painter.setBrush(Qt::NoBrush);
-    const double circle = m_pieRadius - 1;
-    painter.drawEllipse(m_pieCenter, circle, circle);
-    QPainterPath slice;
-    slice.moveTo(m_pieCenter);
-    // from twelve o'clock, clockwise (Qt counts counter-clockwise from three o'clock)
-    slice.arcTo(QRectF(m_pieCenter.x() - m_pieRadius, m_pieCenter.y() - m_pieRadius, 2 * m_pieRadius, 2 * m_pieRadius),
-                90, -360 * m_uiProgress);
-    slice.closeSubpath();
+    painter.drawPath(circleLayer());
     painter.setPen(Qt::NoPen);
     painter.setBrush(color);
-    painter.drawPath(slice);
+    painter.drawPath(sliceLayer());
 }

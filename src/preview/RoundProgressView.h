@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QDateTime>
+#include <QPainterPath>
 #include <QPointF>
 #include <QTimer>
 #include <QWidget>
@@ -24,6 +25,10 @@ public:
     double increaseRate() const { return m_increaseRate; }
     QDateTime prevUpdateTime() const { return m_prevUpdateTime; }
     bool isProgressTimerRunning() const { return m_progressTimer.isActive(); }
+    const QTimer &progressTimer() const { return m_progressTimer; }
+    /// The ring's outline and its filled part, as drawn.
+    QPainterPath circleLayer() const;
+    QPainterPath sliceLayer() const;
     QPointF pieCenter() const { return m_pieCenter; }
     double pieRadius() const { return m_pieRadius; }
     double lineWidth() const { return m_lineWidth; }
@@ -43,7 +48,7 @@ protected:
     void resizeEvent(QResizeEvent *event) override;
 
 private:
-    void setupSubviews();
+    void _setupSubviews();
     void layoutPie();
     void startProgressTimer();
     void stopProgressTimer();

@@ -55,10 +55,10 @@ private Q_SLOTS:
         CountingScreen screen;
         screen.view();
         LogSpy::clear();
-        screen.observeValueForKeyPath_ofObject(QStringLiteral("fractionCompleted"), progressOf(5, 0));
+        screen.observeValueForKeyPath_ofObject_change_context(QStringLiteral("fractionCompleted"), progressOf(5, 0));
         QCOMPARE(screen.reports, 1);
         QCOMPARE(screen.lastProgressChunk(), INT_MIN);
-        screen.observeValueForKeyPath_ofObject(QStringLiteral("fractionCompleted"), progressOf(0, 0));
+        screen.observeValueForKeyPath_ofObject_change_context(QStringLiteral("fractionCompleted"), progressOf(0, 0));
         QCOMPARE(screen.reports, 2);
         QCOMPARE(PreviewBaseViewController::progressChunk(0.5), 10);
         QCOMPARE(PreviewBaseViewController::progressChunk(1.0), 20);
@@ -71,18 +71,18 @@ private Q_SLOTS:
         screen.view();
         LogSpy::clear();
         const auto first = progressOf(10, 100);
-        screen.observeValueForKeyPath_ofObject(QStringLiteral("fractionCompleted"), first);
+        screen.observeValueForKeyPath_ofObject_change_context(QStringLiteral("fractionCompleted"), first);
         QCOMPARE(LogSpy::levelOf(StringFormat::format("Progress %@%%: %@", 10.0, first->description())), LOG_INFO);
         const auto same = progressOf(12, 100);
-        screen.observeValueForKeyPath_ofObject(QStringLiteral("fractionCompleted"), same);
+        screen.observeValueForKeyPath_ofObject_change_context(QStringLiteral("fractionCompleted"), same);
         QCOMPARE(LogSpy::levelOf(StringFormat::format("Progress %@%%: %@", 12.0, same->description())), LOG_DEBUG);
         const auto back = progressOf(3, 100);
-        screen.observeValueForKeyPath_ofObject(QStringLiteral("fractionCompleted"), back);
+        screen.observeValueForKeyPath_ofObject_change_context(QStringLiteral("fractionCompleted"), back);
         QCOMPARE(LogSpy::levelOf(StringFormat::format("Progress %@%%: %@", 3.0, back->description())), LOG_INFO);
         QCOMPARE(screen.lastProgressChunk(), 0);
         QCOMPARE(screen.reports, 3);
         // other key paths are not progress
-        screen.observeValueForKeyPath_ofObject(QStringLiteral("completedUnitCount"), back);
+        screen.observeValueForKeyPath_ofObject_change_context(QStringLiteral("completedUnitCount"), back);
         QCOMPARE(screen.reports, 3);
     }
 

@@ -182,6 +182,7 @@ private Q_SLOTS:
             QVERIFY(rule.isSatisfied());
         }
         QCOMPARE(screen->hairlineViews().first()->width(), screen->view()->width());
+        QVERIFY(screen->filenameTextFieldFullWidthConstraint().isSatisfied());
         QCOMPARE(screen->filenameTextField()->alignment() & Qt::AlignHorizontal_Mask, Qt::AlignHCenter);
 
         screen->view()->window()->resize(844, 390);

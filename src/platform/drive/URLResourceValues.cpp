@@ -179,7 +179,7 @@ std::optional<QVariantMap> URLResourceValues::promisedItemResourceValuesForKeys(
     return resourceValuesForKeys(url, keys, error);
 }
 
-bool URLResourceValues::checkPromisedItemIsReachable(const QUrl &url, std::optional<Error> *error)
+bool URLResourceValues::checkPromisedItemIsReachableAndReturnError(const QUrl &url, std::optional<Error> *error)
 {
     const QString path = QDir::cleanPath(url.toLocalFile());
     if (!path.isEmpty() && (QFileInfo::exists(path) || PromisePlaceholder::isPromisedItem(path))) {

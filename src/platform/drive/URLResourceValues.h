@@ -52,5 +52,5 @@ public:
     static std::optional<QVariantMap> resourceValuesForKeys(const QUrl &url, const QStringList &keys,
                                                             std::optional<Error> *error);
     /// The item exists, real or promised.
-    static bool checkPromisedItemIsReachable(const QUrl &url, std::optional<Error> *error);
+    static bool checkPromisedItemIsReachableAndReturnError(const QUrl &url, std::optional<Error> *error);
 };

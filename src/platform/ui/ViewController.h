@@ -82,6 +82,10 @@ public:
     /// without owning it, and gives its view back when it takes it off.
     virtual bool isSharedScreen() const { return false; }
 
+    /// Memory is short: a screen lets go of what it can make again. Nothing on this platform
+    /// sends it yet.
+    virtual void didReceiveMemoryWarning() { }
+
     virtual void viewWillAppear(bool animated);
     virtual void viewDidAppear(bool animated);
     virtual void viewWillDisappear(bool animated);
