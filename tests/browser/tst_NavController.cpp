@@ -1,4 +1,5 @@
 #include "app/DRLogging.h"
+#include "app/Settings.h"
 #include "browser/NavController.h"
 #include "preview/PreviewDetailsViewController.h"
 #include "preview/PreviewItemManager.h"
@@ -1016,6 +1017,159 @@ private Q_SLOTS:
         sheet->pressAction(sheet->actionWithTitle(QStringLiteral("Delete from Aerova Drive")));
         QCOMPARE(completions, 1);
         QVERIFY(!QFileInfo::exists(folder + QStringLiteral("/Old.txt")));
+    }
+
+    // ---- opening a picked item
+
+    // quick launch is always on: a document no app claims goes to the preview
+    void aTapPreviewsWhenNoAppClaimsTheDocument()
+    {
+        QVERIFY(Settings::quickLaunch());
+        const QString folder = m_drive.freshFolder(QStringLiteral("Tap"));
+        QVERIFY(TestDrive::writeFile(folder + QStringLiteral("/Notes.unclaimed"), "n"));
+        NavController browser;
+        browser.view();
+        DocumentListController *list = showFolder(&browser, folder);
+        LogSpy::clear();
+        list->activateItemAtURL(fileURL(folder + QStringLiteral("/Notes.unclaimed")));
+        QCOMPARE(LogSpy::levelOf(QStringLiteral("openInDefaultApp returned NO, showing preview")), LOG_DEBUG);
+        QVERIFY(!browser.itemManager()); // queued, not yet
+        QTRY_VERIFY(browser.itemManager());
+        QCOMPARE(browser.itemManager()->mode(), PreviewModePreview);
+        QCOMPARE(browser.topViewController(), QuickLookItemController::defaultController());
+        QCOMPARE(QuickLookItemController::defaultController()->currentPreviewItem(),
+                 fileURL(folder + QStringLiteral("/Notes.unclaimed")));
+    }
+
+    void aTapInEditModeOpensNothing()
+    {
+        const QString folder = m_drive.freshFolder(QStringLiteral("EditTap"));
+        QVERIFY(TestDrive::writeFile(folder + QStringLiteral("/Doc.txt"), "d"));
+        NavController browser;
+        browser.view();
+        showFolder(&browser, folder);
+        browser.beginEditMode();
+        LogSpy::clear();
+        browser.documentListController_didSelectItemAtURL(browser.getTopDocumentListController(),
+                                                          fileURL(folder + QStringLiteral("/Doc.txt")));
+        QCoreApplication::processEvents();
+        QCOMPARE(LogSpy::levelOf(QStringLiteral("DLC Selection not allowed while in edit mode")), LOG_DEBUG);
+        QVERIFY(!browser.itemManager());
+        QVERIFY(browser.getTopDocumentListController());
+    }
+
+    void theActionsMenuFitsTheItem()
+    {
+        const QString folder = m_drive.freshFolder(QStringLiteral("Menu"));
+        QDir().mkpath(folder + QStringLiteral("/Sub"));
+        QVERIFY(TestDrive::writeFile(folder + QStringLiteral("/Doc.txt"), "d"));
+        NavController browser;
+        browser.view();
+        DocumentListController *list = showFolder(&browser, folder);
+        auto titlesOf = [](AlertController *menu) {
+            QStringList result;
+            for (AlertAction *action : menu->actions()) {
+                result << action->title() + (action->isEnabled() ? QString() : QStringLiteral(" (off)"));
+            }
+            return result;
+        };
+        // a document: all three, then Cancel
+        int completions = 0;
+        browser.documentListController_performAction_URL_originatingView_completion(
+            list, DocumentListController::MoreAction, fileURL(folder + QStringLiteral("/Doc.txt")), list->view(),
+            [&completions] { ++completions; });
+        AlertController *menu = shownAlert(&browser);
+        QVERIFY(menu);
+        QCOMPARE(menu->preferredStyle(), AlertController::Style::ActionSheet);
+        QCOMPARE(titlesOf(menu), (QStringList{QStringLiteral("Rename Item…"), QStringLiteral("Share Item…"),
+                                              QStringLiteral("Move to Folder…"), QStringLiteral("Cancel")}));
+        menu->pressAction(menu->actionWithTitle(QStringLiteral("Cancel")));
+        QCOMPARE(completions, 1);
+        // a folder can't be shared
+        browser.showActionsMenuFromView_url_presentedURL_completion(list->view(), fileURL(folder + QStringLiteral("/Sub")),
+                                                                    fileURL(folder), {});
+        menu = shownAlert(&browser);
+        QCOMPARE(titlesOf(menu), (QStringList{QStringLiteral("Rename Item…"), QStringLiteral("Move to Folder…"),
+                                              QStringLiteral("Cancel")}));
+        dismissShown(&browser);
+        // an app's library: everything off but Cancel
+        const QUrl container = fileURL(containerDocuments(QStringLiteral("com.example.notes")));
+        browser.showActionsMenuFromView_url_presentedURL_completion(list->view(), container,
+                                                                    fileURL(m_drive.root()), {});
+        menu = shownAlert(&browser);
+        QCOMPARE(titlesOf(menu), (QStringList{QStringLiteral("Rename Item… (off)"), QStringLiteral("Cancel")}));
+        dismissShown(&browser);
+    }
+
+    void noMoveToFolderWhereThereIsNoFolder()
+    {
+        const QString documents = containerDocuments(QStringLiteral("com.example.flat"));
+        NavController browser;
+        browser.view();
+        DocumentListController *list = showFolder(&browser, documents);
+        browser.showActionsMenuFromView_url_presentedURL_completion(list->view(),
+                                                                    fileURL(documents + QStringLiteral("/List.txt")),
+                                                                    fileURL(documents), {});
+        AlertController *menu = shownAlert(&browser);
+        QVERIFY(menu);
+        QVERIFY(!menu->actionWithTitle(QStringLiteral("Move to Folder…")));
+        QVERIFY(menu->actionWithTitle(QStringLiteral("Share Item…")));
+        // Share shows the document's options and completes at once
+        int completions = 0;
+        dismissShown(&browser);
+        browser.showActionsMenuFromView_url_presentedURL_completion(
+            list->view(), fileURL(documents + QStringLiteral("/List.txt")), fileURL(documents),
+            [&completions] { ++completions; });
+        menu = shownAlert(&browser);
+        LogSpy::clear();
+        menu->pressAction(menu->actionWithTitle(QStringLiteral("Share Item…")));
+        QCOMPARE(completions, 1);
+        QCOMPARE(LogSpy::levelOf(StringFormat::format("showDIC: %@", fileURL(documents + QStringLiteral("/List.txt")))),
+                 LOG_INFO);
+        QVERIFY(browser.documentInteractionController());
+        AlertController *options = shownAlert(&browser);
+        QVERIFY(options);
+        QVERIFY(options->actionWithTitle(QStringLiteral("Copy")));
+        QVERIFY(options->actionWithTitle(QStringLiteral("Show in Folder")));
+        dismissShown(&browser);
+    }
+
+    void anUnknownActionIsLoggedAndCompletes()
+    {
+        NavController browser;
+        browser.view();
+        int completions = 0;
+        LogSpy::clear();
+        browser.documentListController_performAction_URL_originatingView_completion(
+            browser.getTopDocumentListController(), 7, m_drive.url(QStringLiteral("Work")), nullptr,
+            [&completions] { ++completions; });
+        QCOMPARE(completions, 1);
+        QCOMPARE(LogSpy::levelOf(QStringLiteral("performAction:7 -- unexpected value")), LOG_WARNING);
+        browser.documentListController_performAction_URL_originatingView_completion(
+            browser.getTopDocumentListController(), -1, m_drive.url(QStringLiteral("Work")), nullptr,
+            [&completions] { ++completions; });
+        QCOMPARE(completions, 2);
+        browser.showDIC_url_completion(nullptr, QVariant(QStringLiteral("not a URL")), {});
+        QCOMPARE(LogSpy::levelOf(QStringLiteral("showDIC: url is wrong class: QString")), LOG_WARNING);
+    }
+
+    // Info opens the details screen of the item
+    void infoOpensTheDetails()
+    {
+        NavController browser;
+        browser.view();
+        int completions = 0;
+        QVERIFY(TestDrive::writeFile(m_drive.path(QStringLiteral("Info.txt")), "i"));
+        browser.documentListController_performAction_URL_originatingView_completion(
+            browser.getTopDocumentListController(), DocumentListController::InfoAction, m_drive.url(QStringLiteral("Info.txt")),
+            nullptr, [&completions] { ++completions; });
+        QCOMPARE(completions, 1);
+        QVERIFY(browser.itemManager());
+        QCOMPARE(browser.itemManager()->mode(), PreviewModeDetails);
+        QVERIFY(qobject_cast<PreviewDetailsViewController *>(browser.topViewController()));
+        // going back to the list ends the preview
+        browser.popViewControllerAnimated(false);
+        QVERIFY(!browser.itemManager());
     }
 
     // a URL outside the drive never builds a stack
