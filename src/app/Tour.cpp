@@ -3,6 +3,11 @@
 #include "browser/FilenamePrompt.h"
 #include "browser/NavController.h"
 #include "model/DRItem.h"
+#include "model/FileUtils.h"
+#include "platform/drive/DriveSetup.h"
+#include "preview/DownloadView.h"
+#include "preview/PreviewDownloadViewController.h"
+#include "preview/PreviewItemManager.h"
 #include "platform/drive/DriveLayout.h"
 #include "platform/drive/DriveServiceMonitor.h"
 #include "platform/drive/KDContainer.h"
@@ -24,6 +29,8 @@
 #include <QDir>
 #include <QDirIterator>
 #include <QFile>
+#include <QFileInfo>
+#include <QListView>
 #include <QLineEdit>
 #include <QTextStream>
 
@@ -153,6 +160,125 @@ bool tourEditMode(NavController *browser, QWidget *window, const QString &direct
     return ok;
 }
 
+/// A file of the default container by its path there.
+QUrl driveFile(const QString &relative)
+{
+    const std::shared_ptr<KDContainer> container = KDContainer::containerWithIdentifier(KDUbiquitousDefaultContainerID);
+    return container ? QUrl::fromLocalFile(container->containerURL().toLocalFile() + QLatin1Char('/') + relative) : QUrl();
+}
+
+/// The contents of a file of the drive service, to put back after the tour changed it.
+QByteArray contentsOf(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+void restore(const QString &path, const QByteArray &contents)
+{
+    if (contents.isEmpty()) {
+        QFile::remove(path);
+        return;
+    }
+    QFile file(path);
+    if (file.open(QIODevice::WriteOnly)) {
+        file.write(contents);
+    }
+}
+
+/// The viewer on an image, a PDF and a text; a download before, during and after; the details
+/// with tags upright and on their side; the item actions; the cellular refusal. The drive is
+/// left as it was: the downloaded item goes back to the store.
+bool tourPreviews(NavController *browser, QWidget *window, const QString &directory, const QString &prefix,
+                  const QSize &size)
+{
+    bool ok = true;
+    const struct {
+        const char *file;
+        const char *name;
+    } documents[] = {{"Photos/Sunset.png", "12-quicklook-image"},
+                     {"Documents/Plan.pdf", "13-quicklook-pdf"},
+                     {"Shared/Team Notes.txt", "14-quicklook-text"}};
+    for (const auto &document : documents) {
+        const QUrl url = driveFile(QString::fromUtf8(document.file));
+        if (QFileInfo::exists(url.toLocalFile()) && browser->showURLPreview_previewMode(url, PreviewModePreview)) {
+            ok &= snap(window, directory, prefix + QString::fromUtf8(document.name));
+        }
+    }
+
+    const QString networkFile = DriveLayout::networkFile();
+    const QString rateFile = DriveLayout::storeRateFile();
+    const QByteArray network = contentsOf(networkFile);
+    const QByteArray rate = contentsOf(rateFile);
+    DriveSetup::setNetwork(QStringLiteral("cellular")); // nothing starts by itself
+    settle(300);
+    const QUrl survey = driveFile(QStringLiteral("Projects/Site Survey.zip"));
+    if (browser->showURLPreview_previewMode(survey, PreviewModePreview)) {
+        PreviewItemManager *manager = browser->itemManager();
+        auto *screen = qobject_cast<PreviewDownloadViewController *>(browser->topViewController());
+        if (manager && screen) {
+            ok &= snap(window, directory, prefix + QStringLiteral("15-download-before"));
+            // a slowed store, so that the ring is seen part-filled
+            DriveSetup::setStoreRate(4000000);
+            screen->downloadView_didPressStartDownload(screen->downloadView(), survey);
+            QDeadlineTimer during(1400);
+            while (!during.hasExpired()) {
+                QApplication::processEvents(QEventLoop::AllEvents, 20);
+            }
+            const QString duringPath = directory + QLatin1Char('/') + prefix + QStringLiteral("16-download-during.png");
+            const bool saved = window->grab().save(duringPath);
+            QTextStream(stdout) << (saved ? "wrote " : "could not write ") << duringPath << '\n';
+            ok &= saved;
+            QDeadlineTimer done(15000);
+            while (!done.hasExpired() && qobject_cast<PreviewDownloadViewController *>(browser->topViewController())) {
+                QApplication::processEvents(QEventLoop::AllEvents, 50);
+            }
+            ok &= snap(window, directory, prefix + QStringLiteral("17-download-after"));
+            FileUtils::evictDocument(survey);
+        }
+    }
+    restore(rateFile, rate);
+
+    const QUrl brochure = driveFile(QStringLiteral("Projects/Brochure.pdf"));
+    if (browser->showURLPreview_previewMode(brochure, PreviewModeDetails)) {
+        ok &= snap(window, directory, prefix + QStringLiteral("18-details-portrait"));
+        // on its side: the window turned
+        const QSize turned = size.transposed();
+        window->resize(turned);
+        Device::setWindowSize(turned);
+        ok &= snap(window, directory, prefix + QStringLiteral("19-details-landscape"));
+        window->resize(size);
+        Device::setWindowSize(size);
+        settle(200);
+    }
+
+    // the cellular refusal: the same screen asked for an item over 100 MiB
+    if (browser->showURLPreview_previewMode(survey, PreviewModePreview)) {
+        auto *screen = qobject_cast<PreviewDownloadViewController *>(browser->topViewController());
+        if (screen && browser->itemManager() && browser->itemManager()->item()) {
+            browser->itemManager()->item()->setFileSize(150 * 1024 * 1024); // the record only, for the picture
+            screen->downloadView_didPressStartDownload(screen->downloadView(), survey);
+            ok &= snap(window, directory, prefix + QStringLiteral("20-cellular-alert"));
+            if (ViewController *alert = screen->presentedViewController()) {
+                alert->dismissViewControllerAnimated(false);
+            }
+        }
+    }
+    restore(networkFile, network);
+
+    showFolder(browser, driveFile(QStringLiteral("Documents")));
+    if (DocumentListController *list = browser->getTopDocumentListController(); list && list->containedItemCount() > 0) {
+        list->view()->resize(window->size());
+        browser->showActionsMenuFromView_url_presentedURL_completion(list->listView(), list->containedItems().constLast(),
+                                                                    list->presentedURL(), {});
+        ok &= snap(window, directory, prefix + QStringLiteral("21-actions-menu"));
+        if (ViewController *menu = browser->visibleViewController()->presentedViewController()) {
+            menu->dismissViewControllerAnimated(false);
+        }
+    }
+    return ok;
+}
+
 bool tourInSize(const QString &directory, const QString &sizeName, const QSize &size, Device::Idiom idiom)
 {
     Device::setForcedIdiom(idiom);
@@ -190,6 +316,8 @@ bool tourInSize(const QString &directory, const QString &sizeName, const QSize &
     browser->documentListControllerItemsChanged(browser->getTopDocumentListController());
     ok &= snap(&window, directory, prefix + QStringLiteral("6-status-bar-upgrade"));
     ok &= tourEditMode(browser, &window, directory, prefix);
+    ok &= tourPreviews(browser, &window, directory, prefix, size);
+    browser->setupInitialViewController();
 
     // the drive switched off: the same account file comes back afterwards
     QFile account(DriveLayout::accountFile());
@@ -199,7 +327,7 @@ bool tourInSize(const QString &directory, const QString &sizeName, const QSize &
         account.close();
         QFile::remove(DriveLayout::accountFile());
         browser->setupInitialViewController();
-        ok &= snap(&window, directory, prefix + QStringLiteral("11-drive-disabled"));
+        ok &= snap(&window, directory, prefix + QStringLiteral("22-drive-disabled"));
         if (account.open(QIODevice::WriteOnly)) {
             account.write(accountData);
             account.close();

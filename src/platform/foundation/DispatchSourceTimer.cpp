@@ -71,10 +71,14 @@ void DispatchSourceTimer::resumeOnRealTime()
             }
         });
         QTimer::singleShot(start, timer, [timer, handler] {
+            // the handler may end the timer's owner, and with it the timer
+            const QPointer<QTimer> guard(timer);
             if (handler) {
                 handler();
             }
-            timer->start();
+            if (guard) {
+                guard->start();
+            }
         });
         created = timer;
     });
@@ -103,8 +107,9 @@ void DispatchSourceTimer::cancel()
     }
     m_queue->sync([timer] {
         if (timer) {
+            // possibly from inside the timer's own signal: it goes once that has returned
             timer->stop();
-            delete timer;
+            timer->deleteLater();
         }
     });
 }
