@@ -168,6 +168,9 @@ void PreviewDetailsViewController::setupViewsAndConstraints()
     setupHorizontalConstraints();
     adjustViewsForOrientation(currentPseudoOrientation());
     view()->installEventFilter(this);
+    for (QWidget *box : {m_filenameStackView, m_fileDetailsView, m_mainStackView, wrapperView()}) {
+        box->installEventFilter(this);
+    }
 }
 
 void PreviewDetailsViewController::setupVerticalConstraints()
@@ -240,7 +243,10 @@ bool PreviewDetailsViewController::eventFilter(QObject *watched, QEvent *event)
         filenameWasTapped();
         return true;
     }
-    if (m_hairlineSlots.contains(watched) && (event->type() == QEvent::Move || event->type() == QEvent::Resize)) {
+    const bool onTheWayToASlot = m_hairlineSlots.contains(watched) || watched == m_filenameStackView
+        || watched == m_fileDetailsView || watched == m_mainStackView || watched == wrapperView();
+    if (onTheWayToASlot && (event->type() == QEvent::Move || event->type() == QEvent::Resize)) {
+        // any of the boxes between a slot and the screen moved: the separators follow
         placeHairlines();
     }
     if (isViewLoaded() && watched == view() && event->type() == QEvent::Resize) {

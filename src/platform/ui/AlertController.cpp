@@ -122,6 +122,7 @@ void AlertController::setContentViewController(ViewController *controller)
     }
     m_contentViewController = controller;
     if (m_contentLayout && controller) {
+        m_contentLayout->setContentsMargins(0, 0, 0, 8);
         m_contentLayout->addWidget(controller->view());
     }
 }
@@ -179,7 +180,8 @@ QWidget *AlertController::loadView()
         cardLayout->addLayout(header);
     }
     m_contentLayout = new QVBoxLayout;
-    m_contentLayout->setContentsMargins(0, 0, 0, 8);
+    // room under a content screen only; a sheet of buttons alone starts with its first button
+    m_contentLayout->setContentsMargins(0, 0, 0, m_contentViewController ? 8 : 0);
     if (m_contentViewController) {
         m_contentLayout->addWidget(m_contentViewController->view());
     }
