@@ -1,5 +1,9 @@
 #include "app/DRLogging.h"
 #include "model/DRItem.h"
+#include "model/FileUtils.h"
+#include "platform/lists/DocumentTargetSelectionController.h"
+#include "platform/ui/BarButtonItem.h"
+#include "platform/ui/PopoverPresentationController.h"
 #include "platform/drive/DriveFileManager.h"
 #include "platform/drive/DriveServiceMonitor.h"
 #include "platform/drive/DriveSetup.h"
@@ -23,6 +27,8 @@
 
 #include <QDir>
 #include <QFile>
+#include <QPlainTextEdit>
+#include <QProcess>
 #include <QTest>
 
 using namespace std::chrono_literals;
@@ -309,6 +315,116 @@ private Q_SLOTS:
         // a cancelled download is never reported
         manager->showDownloadError(Error::fileError(UserCancelledError));
         QVERIFY(!root->presentedViewController());
+    }
+
+    // another process writes the file: the viewer shows the new content about a second later
+    void aWriteByAnotherProcessRefreshesThePreview()
+    {
+        const QString folder = m_drive.freshFolder(QStringLiteral("external"));
+        const QString path = folder + QStringLiteral("/shared.txt");
+        QVERIFY(TestDrive::writeFile(path, "before"));
+        Window window(QRect(0, 0, 390, 844));
+        auto *navigation = new NavigationController;
+        navigation->setViewControllers({new ViewController}, false);
+        window.setRootViewController(navigation);
+        window.show();
+        auto manager = PreviewItemManager::create();
+        manager->setNavigationController(navigation);
+        manager->previewItem(DRItem::initWithURL(QUrl::fromLocalFile(path)));
+        QuickLookItemController *viewer = QuickLookItemController::defaultController();
+        QCOMPARE(navigation->topViewController(), viewer);
+        auto *text = qobject_cast<QPlainTextEdit *>(viewer->rendererWidget());
+        QVERIFY(text);
+        QCOMPARE(text->toPlainText(), QStringLiteral("before"));
+        LogSpy::clear();
+        QTest::qWait(1100); // a newer modification time than the one the preview read
+        QCOMPARE(QProcess::execute(QStringLiteral("/bin/sh"),
+                                   {QStringLiteral("-c"), QStringLiteral("printf after > \"$0\""), path}),
+                 0);
+        QTRY_VERIFY_WITH_TIMEOUT(manager->refreshPending(), 5000);
+        QTRY_VERIFY_WITH_TIMEOUT(!manager->refreshPending(), 5000);
+        text = qobject_cast<QPlainTextEdit *>(viewer->rendererWidget());
+        QVERIFY(text);
+        QCOMPARE(text->toPlainText(), QStringLiteral("after"));
+        QCOMPARE(LogSpy::levelOf(StringFormat::format("%@ changed", QUrl::fromLocalFile(path))), LOG_INFO);
+        manager->unregisterAsFilePresenter();
+    }
+
+    // the app moves the item: the preview follows it to its new place
+    void aMoveIsFollowed()
+    {
+        const QString folder = m_drive.freshFolder(QStringLiteral("moving"));
+        QDir().mkpath(folder + QStringLiteral("/Target"));
+        QVERIFY(TestDrive::writeFile(folder + QStringLiteral("/m.txt"), "m"));
+        auto manager = PreviewItemManager::create();
+        manager->prepareToPreviewItem(DRItem::initWithURL(QUrl::fromLocalFile(folder + QStringLiteral("/m.txt"))));
+        LogSpy::clear();
+        QVERIFY(!FileUtils::move_to(QUrl::fromLocalFile(folder + QStringLiteral("/m.txt")),
+                                    QUrl::fromLocalFile(folder + QStringLiteral("/Target/m.txt"))));
+        QTRY_COMPARE(manager->item()->url(), QUrl::fromLocalFile(folder + QStringLiteral("/Target/m.txt")));
+        QCOMPARE(LogSpy::levelOf(StringFormat::format("presentedItemDidMoveToURL: %@ changed to %@",
+                                                      QUrl::fromLocalFile(folder + QStringLiteral("/m.txt")),
+                                                      QUrl::fromLocalFile(folder + QStringLiteral("/Target/m.txt")))),
+                 LOG_INFO);
+        manager->unregisterAsFilePresenter();
+    }
+
+    // Delete from the preview: asked first, then the screen goes as the file does
+    void deletingFromThePreviewLeavesIt()
+    {
+        const QString folder = m_drive.freshFolder(QStringLiteral("deleting"));
+        const QString path = folder + QStringLiteral("/gone.txt");
+        QVERIFY(TestDrive::writeFile(path, "g"));
+        Window window(QRect(0, 0, 390, 844));
+        auto *navigation = new NavigationController;
+        navigation->setViewControllers({new ViewController}, false);
+        window.setRootViewController(navigation);
+        window.show();
+        auto manager = PreviewItemManager::create();
+        manager->setNavigationController(navigation);
+        manager->previewItem(DRItem::initWithURL(QUrl::fromLocalFile(path)));
+        QuickLookItemController *viewer = QuickLookItemController::defaultController();
+        QCOMPARE(navigation->topViewController(), viewer);
+        viewer->barButtonDeleteItem()->trigger();
+        auto *sheet = qobject_cast<AlertController *>(viewer->presentedViewController());
+        QVERIFY(sheet);
+        QCOMPARE(sheet->popoverPresentationController()->barButtonItem(), viewer->barButtonDeleteItem());
+        LogSpy::clear();
+        sheet->pressAction(sheet->actionWithTitle(QStringLiteral("Delete from Aerova Drive")));
+        QVERIFY(!QFileInfo::exists(path));
+        QTRY_COMPARE(navigation->viewControllers().size(), 1);
+        QCOMPARE(LogSpy::levelOf(StringFormat::format("%@ accommodate deletion", QUrl::fromLocalFile(path))), LOG_INFO);
+        QVERIFY(!manager->filePresenterRegistered());
+    }
+
+    // Move from the preview: the picker, then the item in the chosen folder
+    void movingFromThePreview()
+    {
+        const QString folder = m_drive.freshFolder(QStringLiteral("pickmove"));
+        QDir().mkpath(folder + QStringLiteral("/Into"));
+        const QString path = folder + QStringLiteral("/doc.txt");
+        QVERIFY(TestDrive::writeFile(path, "d"));
+        Window window(QRect(0, 0, 390, 844));
+        auto *navigation = new NavigationController;
+        navigation->setViewControllers({new ViewController}, false);
+        window.setRootViewController(navigation);
+        window.show();
+        auto manager = PreviewItemManager::create();
+        manager->setNavigationController(navigation);
+        manager->previewItem(DRItem::initWithURL(QUrl::fromLocalFile(path)));
+        LogSpy::clear();
+        QuickLookItemController::defaultController()->barButtonMoveItem()->trigger();
+        auto *picker = qobject_cast<DocumentTargetSelectionController *>(navigation->presentedViewController());
+        QVERIFY(picker);
+        QCOMPARE(picker->delegate(), manager.get());
+        QCOMPARE(picker->modalPresentationStyle(), ViewController::ModalPresentationStyle::OverCurrentContext);
+        QCOMPARE(LogSpy::levelOf(QStringLiteral("Presented moveTarget")), LOG_DEBUG);
+        manager->documentTargetSelectionController_didSelectItemAtURL(picker, QUrl::fromLocalFile(folder + QStringLiteral("/Into")));
+        QVERIFY(!navigation->presentedViewController());
+        QVERIFY(QFileInfo::exists(folder + QStringLiteral("/Into/doc.txt")));
+        QCOMPARE(LogSpy::levelOf(StringFormat::format("MoveTarget = %@", QUrl::fromLocalFile(folder + QStringLiteral("/Into")))),
+                 LOG_DEBUG);
+        manager->unregisterAsFilePresenter();
     }
 
     // a search on screen goes first; the preview it leaves for starts no download by itself
