@@ -427,6 +427,43 @@ private Q_SLOTS:
         manager->unregisterAsFilePresenter();
     }
 
+    // a download killed in the middle leaves the placeholder as it was and nothing under the name
+    void aKilledDownloadLeavesThePlaceholderWhole()
+    {
+        const QString path = promised(QStringLiteral("killed"), QStringLiteral("movie.bin"), 2000000);
+        const QString placeholderPath = PromisePlaceholder::placeholderPathFor(path);
+        const QByteArray placeholderBefore = [&] {
+            QFile file(placeholderPath);
+            return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+        }();
+        QVERIFY(!placeholderBefore.isEmpty());
+        QVERIFY(!DriveSetup::setStoreRate(500000));
+        QProcess download;
+        download.start(QStringLiteral(AEROVA_CTL_PATH), {QStringLiteral("download"), path});
+        QVERIFY(download.waitForStarted());
+        // killed once it has written some of the content
+        QByteArray output;
+        QTRY_VERIFY2_WITH_TIMEOUT((output += download.readAllStandardOutput()).contains("progress"),
+                                  QByteArray(output + download.readAllStandardError()).constData(), 10000);
+        QTest::qWait(300);
+        download.kill();
+        QVERIFY(download.waitForFinished());
+        DriveSetup::setStoreRate(0);
+        QVERIFY(!QFileInfo::exists(path));
+        QFile placeholder(placeholderPath);
+        QVERIFY(placeholder.open(QIODevice::ReadOnly));
+        QCOMPARE(placeholder.readAll(), placeholderBefore);
+        QVERIFY(PromisePlaceholder::isPromisedItem(path));
+        // and the item still downloads whole afterwards
+        std::optional<Error> error;
+        FileCoordinator coordinator;
+        coordinator.coordinateReadingItemAtURL_options_error_byAccessor(QUrl::fromLocalFile(path),
+                                                                        FileCoordinator::ReadingWithoutChanges, &error,
+                                                                        [](const QUrl &) {});
+        QVERIFY(!error);
+        QCOMPARE(QFileInfo(path).size(), 2000000);
+    }
+
     // a search on screen goes first; the preview it leaves for starts no download by itself
     void aSearchIsDismissedBeforeThePreviewIsPushed()
     {
