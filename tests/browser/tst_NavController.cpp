@@ -1,6 +1,7 @@
 #include "app/DRLogging.h"
 #include "app/Settings.h"
 #include "browser/NavController.h"
+#include "model/DRItem.h"
 #include "preview/PreviewDetailsViewController.h"
 #include "preview/PreviewItemManager.h"
 #include "preview/QuickLookItemController.h"
@@ -207,8 +208,13 @@ private Q_SLOTS:
         openFirstFolder(&browser);
         openFirstFolder(&browser);
         QVERIFY(browser.viewControllers().size() >= 2);
-        QVERIFY(browser.quotaFetcher());
         QVERIFY(!browser.isToolbarHidden());
+        // and a preview on top of the deep folder
+        QVERIFY(TestDrive::writeFile(m_drive.path(QStringLiteral("Work/2026/Minutes.txt")), "m"));
+        browser.showPreview_previewMode(DRItem::initWithURL(m_drive.url(QStringLiteral("Work/2026/Minutes.txt"))),
+                                        PreviewModeDetails);
+        QVERIFY(qobject_cast<PreviewDetailsViewController *>(browser.topViewController()));
+        QVERIFY(browser.quotaFetcher());
 
         DriveFileManager::signOut();
         activate();

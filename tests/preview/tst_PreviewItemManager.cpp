@@ -464,6 +464,27 @@ private Q_SLOTS:
         QCOMPARE(QFileInfo(path).size(), 2000000);
     }
 
+    // a download finished by someone else replaces the download screen by the document
+    void aDownloadByAnotherProcessShowsTheDocument()
+    {
+        const QString path = promised(QStringLiteral("elsewhere"), QStringLiteral("report.txt"), 64);
+        useNetwork(QStringLiteral("cellular"), NetworkStateCellular); // nothing starts here
+        Window window(QRect(0, 0, 390, 844));
+        auto *navigation = new NavigationController;
+        navigation->setViewControllers({new ViewController}, false);
+        window.setRootViewController(navigation);
+        window.show();
+        auto manager = PreviewItemManager::create();
+        manager->setNavigationController(navigation);
+        manager->previewItem(DRItem::initWithURL(QUrl::fromLocalFile(path)));
+        QVERIFY(qobject_cast<PreviewDownloadViewController *>(navigation->topViewController()));
+        QCOMPARE(QProcess::execute(QStringLiteral(AEROVA_CTL_PATH), {QStringLiteral("download"), path}), 0);
+        QTRY_COMPARE_WITH_TIMEOUT(navigation->topViewController(), QuickLookItemController::defaultController(), 5000);
+        QCOMPARE(navigation->viewControllers().size(), 2);
+        QCOMPARE(QuickLookItemController::defaultController()->currentPreviewItem(), QUrl::fromLocalFile(path));
+        manager->unregisterAsFilePresenter();
+    }
+
     // a search on screen goes first; the preview it leaves for starts no download by itself
     void aSearchIsDismissedBeforeThePreviewIsPushed()
     {
