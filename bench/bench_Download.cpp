@@ -3,6 +3,7 @@
 // content in the same run. Prints both times, the download's speed as a share of cp's, and
 // checks that the downloaded bytes are the store's.
 
+#include "BenchDrive.h"
 #include "app/DRLogging.h"
 #include "model/DRItem.h"
 #include "platform/drive/DriveFileManager.h"
@@ -90,16 +91,10 @@ double downloadByThePreview(const QString &path, NavigationController *navigatio
 
 int main(int argc, char *argv[])
 {
-    qputenv("QT_QPA_PLATFORM", qgetenv("QT_QPA_PLATFORM").isEmpty() ? QByteArray("offscreen") : qgetenv("QT_QPA_PLATFORM"));
-    QTemporaryDir home;
-    qputenv("AEROVA_HOME", home.path().toLocal8Bit());
-    qputenv("AEROVA_SYSLOG", "memory");
-    QApplication app(argc, argv);
-    DriveSetup::initialize();
-    DriveFileManager::signIn(QStringLiteral("bench@example.com"));
+    BenchDrive drive(argc, argv);
     DriveSetup::setNetwork(QStringLiteral("cellular")); // no automatic start: the bench taps
     DRLogSetLevel(LOG_NOTICE);
-    const QString root = KDContainer::containerWithIdentifier(KDUbiquitousDefaultContainerID)->containerURL().toLocalFile();
+    const QString root = BenchDrive::root();
     const QString path = root + QStringLiteral("/Big Video.bin");
     QTextStream out(stdout);
     out << "making a promised document of 200 MiB…\n";
@@ -109,7 +104,7 @@ int main(int argc, char *argv[])
         return 1;
     }
     const QByteArray expected = hashOf(path);
-    const QString copySource = home.path() + QStringLiteral("/source.bin");
+    const QString copySource = drive.home() + QStringLiteral("/source.bin");
     QFile::copy(path, copySource);
     DriveSetup::promise(path);
 
@@ -119,7 +114,7 @@ int main(int argc, char *argv[])
     double download = 1e300;
     bool intact = true;
     for (int round = 0; round < Rounds; ++round) {
-        cp = std::min(cp, copyWithCp(copySource, home.path() + QStringLiteral("/copy.bin")));
+        cp = std::min(cp, copyWithCp(copySource, drive.home() + QStringLiteral("/copy.bin")));
         download = std::min(download, downloadByThePreview(path, &navigation));
         intact = intact && QFileInfo(path).size() == FileSize && !PromisePlaceholder::isPromisedItem(path);
         if (round == 0) {

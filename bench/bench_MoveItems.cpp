@@ -3,6 +3,7 @@
 // beside renameat2(2) of the same number of documents to the same free names in the same run.
 // Prints both times, their ratio, and checks that every document arrived.
 
+#include "BenchDrive.h"
 #include "app/DRLogging.h"
 #include "browser/NavController.h"
 #include "platform/drive/DriveFileManager.h"
@@ -96,15 +97,9 @@ bool everyDocumentArrived(const Run &run)
 
 int main(int argc, char *argv[])
 {
-    qputenv("QT_QPA_PLATFORM", qgetenv("QT_QPA_PLATFORM").isEmpty() ? QByteArray("offscreen") : qgetenv("QT_QPA_PLATFORM"));
-    QTemporaryDir home;
-    qputenv("AEROVA_HOME", home.path().toLocal8Bit());
-    qputenv("AEROVA_SYSLOG", "memory");
-    QApplication app(argc, argv);
-    DriveSetup::initialize();
-    DriveFileManager::signIn(QStringLiteral("bench@example.com"));
+    BenchDrive drive(argc, argv);
     DRLogSetLevel(LOG_NOTICE); // the app's default level: moves log at info and debug
-    const QString root = KDContainer::containerWithIdentifier(KDUbiquitousDefaultContainerID)->containerURL().toLocalFile();
+    const QString root = BenchDrive::root();
     QTextStream out(stdout);
     out << "making 2 × 2 × " << ItemCount << " documents…\n";
     out.flush();

@@ -3,6 +3,7 @@
 // run. Also times single scroll steps through the folder (each a painted frame) and prints the
 // peak memory of the process.
 
+#include "BenchDrive.h"
 #include "platform/drive/DriveFileManager.h"
 #include "platform/drive/DriveSetup.h"
 #include "platform/drive/KDContainer.h"
@@ -102,14 +103,8 @@ long peakMemoryKiB()
 
 int main(int argc, char *argv[])
 {
-    qputenv("QT_QPA_PLATFORM", qgetenv("QT_QPA_PLATFORM").isEmpty() ? QByteArray("offscreen") : qgetenv("QT_QPA_PLATFORM"));
-    QTemporaryDir home;
-    qputenv("AEROVA_HOME", home.path().toLocal8Bit());
-    qputenv("AEROVA_SYSLOG", "memory");
-    QApplication app(argc, argv);
-    DriveSetup::initialize();
-    DriveFileManager::signIn(QStringLiteral("bench@example.com"));
-    const QString folder = KDContainer::containerWithIdentifier(KDUbiquitousDefaultContainerID)->containerURL().toLocalFile()
+    BenchDrive drive(argc, argv);
+    const QString folder = BenchDrive::root()
         + QStringLiteral("/Big");
     QTextStream out(stdout);
     out << "making " << ItemCount << " documents in one folder…\n";

@@ -733,14 +733,7 @@ void NavController::showActionsMenuFromView_url_presentedURL_completion(QWidget 
                                             completion();
                                         }
                                     }));
-    PopoverPresentationController *popover = menu->popoverPresentationController();
-    if (view) {
-        const QRect bounds = view->rect();
-        popover->setSourceView(view);
-        popover->setSourceRect(QRect(bounds.x(), bounds.y() + bounds.height() / 2, bounds.width(), 0));
-    }
-    popover->setPermittedArrowDirections(PopoverPresentationController::ArrowDirection::Left
-                                         | PopoverPresentationController::ArrowDirection::Right);
+    menu->popoverPresentationController()->setSourceViewMiddleLine(view);
     visibleViewController()->presentViewController(menu, true);
 }
 
@@ -754,8 +747,7 @@ void NavController::showDIC_url_completion(QWidget *view, const QVariant &url, s
     DRLog(LOG_INFO, "showDIC: %@", documentURL);
     m_performActionCompletionBlock = std::move(completion);
     // the anchor is taken before the fallback view: with no view it is empty
-    const QRect bounds = view ? view->rect() : QRect();
-    const QRect rect = view ? QRect(bounds.x(), bounds.y() + bounds.height() / 2, bounds.width(), 0) : QRect();
+    const QRect rect = view ? PopoverPresentationController::middleLineOf(view->rect()) : QRect();
     m_documentInteractionController = DocumentInteractionController::interactionControllerWithURL(documentURL);
     m_documentInteractionController->presentOptionsMenuFromRect_inView_inViewController_animated(
         rect, view ? view : this->view(), visibleViewController(), true);

@@ -191,11 +191,7 @@ void UIUtils::showDeleteWarningAlert_hasContainer_viewController_usingView_using
                                      }));
     PopoverPresentationController *popover = sheet->popoverPresentationController();
     if (view) {
-        const QRect bounds = view->rect();
-        popover->setSourceView(view);
-        popover->setSourceRect(QRect(bounds.x(), bounds.y() + bounds.height() / 2, bounds.width(), 0));
-        popover->setPermittedArrowDirections(PopoverPresentationController::ArrowDirection::Left
-                                             | PopoverPresentationController::ArrowDirection::Right);
+        popover->setSourceViewMiddleLine(view);
     } else {
         popover->setBarButtonItem(button);
     }

@@ -29,10 +29,7 @@ private:
 
     static void useNetwork(const QString &state, NetworkState expected)
     {
-        DriveSetup::setNetwork(state);
-        NetworkWatcher::sharedNetworkWatcher()->start();
-        DriveServiceMonitor::flush();
-        QTRY_COMPARE(NetworkWatcher::sharedNetworkWatcher()->networkState(), expected);
+        QVERIFY(TestDrive::useNetwork(state, expected));
     }
     QString promised(const QString &name, qint64 size)
     {

@@ -58,10 +58,7 @@ private:
 
     static void useNetwork(const QString &state, NetworkState expected)
     {
-        DriveSetup::setNetwork(state);
-        NetworkWatcher::sharedNetworkWatcher()->start();
-        DriveServiceMonitor::flush();
-        QTRY_COMPARE(NetworkWatcher::sharedNetworkWatcher()->networkState(), expected);
+        QVERIFY(TestDrive::useNetwork(state, expected));
     }
     /// A promised document of `size` bytes in a fresh folder.
     QString promised(const QString &folderName, const QString &name, qint64 size)
@@ -79,6 +76,15 @@ private:
         QFile file(path);
         QVERIFY(file.open(QIODevice::ReadWrite));
         QVERIFY(file.setFileTime(QDateTime::currentDateTime().addSecs(secondsAhead), QFileDevice::FileModificationTime));
+    }
+    /// A phone window whose stack holds one screen, for previews to go on.
+    static NavigationController *stage(Window &window)
+    {
+        auto *navigation = new NavigationController;
+        navigation->setViewControllers({new ViewController}, false);
+        window.setRootViewController(navigation);
+        window.show();
+        return navigation;
     }
     static int count(const QString &message) { return int(LogSpy::withMessage(message).size()); }
     static bool isPresenting(PreviewItemManager *manager)
@@ -158,10 +164,7 @@ private Q_SLOTS:
     {
         const QString path = promised(QStringLiteral("auto"), QStringLiteral("auto.txt"), 20);
         Window window(QRect(0, 0, 390, 844));
-        auto *navigation = new NavigationController;
-        navigation->setViewControllers({new ViewController}, false);
-        window.setRootViewController(navigation);
-        window.show();
+        NavigationController *navigation = stage(window);
         auto manager = PreviewItemManager::create();
         manager->setNavigationController(navigation);
         LogSpy::clear();
@@ -227,10 +230,7 @@ private Q_SLOTS:
         const QString path = promised(QStringLiteral("slow"), QStringLiteral("slow.txt"), 400000);
         QVERIFY(!DriveSetup::setStoreRate(100000));
         Window window(QRect(0, 0, 390, 844));
-        auto *navigation = new NavigationController;
-        navigation->setViewControllers({new ViewController}, false);
-        window.setRootViewController(navigation);
-        window.show();
+        NavigationController *navigation = stage(window);
         useNetwork(QStringLiteral("cellular"), NetworkStateCellular); // no automatic start
         auto manager = PreviewItemManager::create();
         manager->setNavigationController(navigation);
@@ -259,10 +259,7 @@ private Q_SLOTS:
         const QString path = folder + QStringLiteral("/d.txt");
         QVERIFY(TestDrive::writeFile(path, "first"));
         Window window(QRect(0, 0, 390, 844));
-        auto *navigation = new NavigationController;
-        navigation->setViewControllers({new ViewController}, false);
-        window.setRootViewController(navigation);
-        window.show();
+        NavigationController *navigation = stage(window);
         auto manager = PreviewItemManager::create();
         manager->setNavigationController(navigation);
         manager->previewItem(DRItem::initWithURL(QUrl::fromLocalFile(path)));
@@ -324,10 +321,7 @@ private Q_SLOTS:
         const QString path = folder + QStringLiteral("/shared.txt");
         QVERIFY(TestDrive::writeFile(path, "before"));
         Window window(QRect(0, 0, 390, 844));
-        auto *navigation = new NavigationController;
-        navigation->setViewControllers({new ViewController}, false);
-        window.setRootViewController(navigation);
-        window.show();
+        NavigationController *navigation = stage(window);
         auto manager = PreviewItemManager::create();
         manager->setNavigationController(navigation);
         manager->previewItem(DRItem::initWithURL(QUrl::fromLocalFile(path)));
@@ -376,10 +370,7 @@ private Q_SLOTS:
         const QString path = folder + QStringLiteral("/gone.txt");
         QVERIFY(TestDrive::writeFile(path, "g"));
         Window window(QRect(0, 0, 390, 844));
-        auto *navigation = new NavigationController;
-        navigation->setViewControllers({new ViewController}, false);
-        window.setRootViewController(navigation);
-        window.show();
+        NavigationController *navigation = stage(window);
         auto manager = PreviewItemManager::create();
         manager->setNavigationController(navigation);
         manager->previewItem(DRItem::initWithURL(QUrl::fromLocalFile(path)));
@@ -405,10 +396,7 @@ private Q_SLOTS:
         const QString path = folder + QStringLiteral("/doc.txt");
         QVERIFY(TestDrive::writeFile(path, "d"));
         Window window(QRect(0, 0, 390, 844));
-        auto *navigation = new NavigationController;
-        navigation->setViewControllers({new ViewController}, false);
-        window.setRootViewController(navigation);
-        window.show();
+        NavigationController *navigation = stage(window);
         auto manager = PreviewItemManager::create();
         manager->setNavigationController(navigation);
         manager->previewItem(DRItem::initWithURL(QUrl::fromLocalFile(path)));
@@ -470,10 +458,7 @@ private Q_SLOTS:
         const QString path = promised(QStringLiteral("elsewhere"), QStringLiteral("report.txt"), 64);
         useNetwork(QStringLiteral("cellular"), NetworkStateCellular); // nothing starts here
         Window window(QRect(0, 0, 390, 844));
-        auto *navigation = new NavigationController;
-        navigation->setViewControllers({new ViewController}, false);
-        window.setRootViewController(navigation);
-        window.show();
+        NavigationController *navigation = stage(window);
         auto manager = PreviewItemManager::create();
         manager->setNavigationController(navigation);
         manager->previewItem(DRItem::initWithURL(QUrl::fromLocalFile(path)));
@@ -490,10 +475,7 @@ private Q_SLOTS:
     {
         const QString path = promised(QStringLiteral("search"), QStringLiteral("found.txt"), 12);
         Window window(QRect(0, 0, 390, 844));
-        auto *navigation = new NavigationController;
-        navigation->setViewControllers({new ViewController}, false);
-        window.setRootViewController(navigation);
-        window.show();
+        NavigationController *navigation = stage(window);
         navigation->presentViewController(new DocumentSearchController(nullptr), false);
         QVERIFY(qobject_cast<DocumentSearchController *>(navigation->presentedViewController()));
         auto manager = PreviewItemManager::create();

@@ -1,6 +1,8 @@
 #include "support/TestDrive.h"
 
 #include "platform/drive/DriveLayout.h"
+#include "platform/drive/DriveServiceMonitor.h"
+#include "watchers/NetworkWatcher.h"
 #include "platform/drive/DriveSetup.h"
 #include "platform/drive/KDContainer.h"
 
@@ -8,7 +10,9 @@
 #include <QDir>
 #include <QImage>
 #include <QFile>
+#include <QDeadlineTimer>
 #include <QFileInfo>
+#include <QCoreApplication>
 
 TestDrive::TestDrive()
 {
@@ -64,4 +68,17 @@ QByteArray TestDrive::png(int width, int height)
     buffer.open(QIODevice::WriteOnly);
     image.save(&buffer, "PNG");
     return bytes;
+}
+
+bool TestDrive::useNetwork(const QString &state, quint64 expected)
+{
+    DriveSetup::setNetwork(state);
+    NetworkWatcher *watcher = NetworkWatcher::sharedNetworkWatcher();
+    watcher->start();
+    DriveServiceMonitor::flush();
+    QDeadlineTimer deadline(5000);
+    while (quint64(watcher->networkState()) != expected && !deadline.hasExpired()) {
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
+    }
+    return quint64(watcher->networkState()) == expected;
 }

@@ -21,6 +21,9 @@ public:
     QString freshFolder(const QString &name);
 
     static bool writeFile(const QString &path, const QByteArray &content);
+    /// Makes the drive service report `state` ("wifi", "cellular", "offline") and waits until the
+    /// app's network watcher sees `expected` (a NetworkState value).
+    static bool useNetwork(const QString &state, quint64 expected);
     /// The bytes of a PNG picture of one colour.
     static QByteArray png(int width, int height);
 

@@ -374,9 +374,7 @@ void DocumentListController::showActionsForItemAtURL(const QUrl &url)
                                          }));
     }
     sheet->addAction(new AlertAction(LocalizedString::localized(QStringLiteral("Cancel")), AlertAction::Style::Cancel, {}));
-    sheet->popoverPresentationController()->setSourceView(anchor);
-    sheet->popoverPresentationController()->setPermittedArrowDirections(PopoverPresentationController::ArrowDirection::Left
-                                                                        | PopoverPresentationController::ArrowDirection::Right);
+    sheet->popoverPresentationController()->setSourceViewMiddleLine(anchor);
     ViewController *presenter = navigationController() ? static_cast<ViewController *>(navigationController()) : this;
     presenter->presentViewController(sheet, true);
 }

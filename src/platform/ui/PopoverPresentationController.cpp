@@ -5,6 +5,20 @@
 
 #include <QWidget>
 
+QRect PopoverPresentationController::middleLineOf(const QRect &bounds)
+{
+    return QRect(bounds.x(), bounds.y() + bounds.height() / 2, bounds.width(), 0);
+}
+
+void PopoverPresentationController::setSourceViewMiddleLine(QWidget *view)
+{
+    setSourceView(view);
+    if (view) {
+        setSourceRect(middleLineOf(view->rect()));
+    }
+    setPermittedArrowDirections(ArrowDirection::Left | ArrowDirection::Right);
+}
+
 std::optional<QRect> PopoverPresentationController::anchorInWindow(QWidget *window) const
 {
     if (m_sourceView && window) {

@@ -33,6 +33,12 @@ public:
     ArrowDirections permittedArrowDirections() const { return m_arrows; }
     void setPermittedArrowDirections(ArrowDirections arrows) { m_arrows = arrows; }
 
+    /// The line across a view's bounds at their vertical middle, as tall as nothing: where a
+    /// popover about a row points.
+    static QRect middleLineOf(const QRect &bounds);
+    /// Points at the middle line of `view`, from its left or its right side only.
+    void setSourceViewMiddleLine(QWidget *view);
+
     /// The anchor in the coordinates of `window`; std::nullopt when no anchor was given.
     std::optional<QRect> anchorInWindow(QWidget *window) const;
     /// The frame of a popover of `size` beside the anchor inside `bounds` of `window`, on a side
