@@ -29,6 +29,10 @@ void openURL(const QUrl &url, const QString &sourceApplication)
 int main(int argc, char *argv[])
 {
     QApplication app(argc, argv);
+    // whichever way the program ends, its last log lines are written first
+    struct FlushLogAtExit {
+        ~FlushLogAtExit() { DRLogFlush(); }
+    } flushLogAtExit;
     QApplication::setApplicationName(QStringLiteral("aerovadrive"));
     QApplication::setDesktopFileName(QStringLiteral("com.quillmere.AerovaDriveApp"));
 

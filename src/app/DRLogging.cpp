@@ -140,3 +140,8 @@ void _AerovaDriveLogTest()
     DRLog(LOG_CRIT, "LOG_CRIT");
     DRLog(LOG_ALERT, "LOG_ALERT");
 }
+
+void DRLogFlush()
+{
+    DROSLClient::OSLClient()->logQueue()->sync([] { });
+}

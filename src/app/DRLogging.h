@@ -25,6 +25,8 @@ bool DRLogShouldLog(qint64 level);
 void DRLogSetLevel(int level);
 /// The current level as given to the system log: never above 7.
 qint64 DRLogGetLevel();
+/// Waits until every record submitted so far is written: for a process about to end.
+void DRLogFlush();
 
 /// Formats the message on the calling thread and hands it to the log's queue; returns at once,
 /// without formatting, when the level is not kept.

@@ -15,6 +15,8 @@
 #include "support/TestDrive.h"
 
 #include <QDir>
+#include <QProcess>
+#include <QRegularExpression>
 #include <QTest>
 
 class tst_AppDelegate : public QObject
@@ -117,6 +119,25 @@ private Q_SLOTS:
         } else {
             QVERIFY(qobject_cast<PreviewDetailsViewController *>(top));
         }
+    }
+
+    // the program says who runs and when it was built before anything else
+    void processEntryLogsWhoRunsAndTheBuild()
+    {
+        QProcess app;
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+        environment.insert(QStringLiteral("AEROVA_SYSLOG"), QStringLiteral("memory"));
+        app.setProcessEnvironment(environment);
+        // a refused option ends the program right after its first lines
+        app.start(QStringLiteral(AEROVA_APP_PATH), {QStringLiteral("--idiom"), QStringLiteral("watch")});
+        QVERIFY(app.waitForFinished(30000));
+        QCOMPARE(app.exitCode(), 2);
+        const QString output = QString::fromLocal8Bit(app.readAllStandardError());
+        QVERIFY2(output.contains(QStringLiteral("Running ") + QStringLiteral(AEROVA_APP_PATH)), qPrintable(output));
+        const QRegularExpression built(QStringLiteral("Built \\(main\\) on [A-Z][a-z]{2} [ 0-9]\\d \\d{4} @ \\d\\d:\\d\\d:\\d\\d"));
+        QVERIFY2(built.match(output).hasMatch(), qPrintable(output));
+        QVERIFY(output.indexOf(QStringLiteral("Running ")) < output.indexOf(QStringLiteral("Built (main) on ")));
     }
 
     // senders encode the path twice: a space arrives as %2520

@@ -18,6 +18,11 @@ public:
         : m_value(text ? QVariant(QByteArray(text)) : QVariant())
     {
     }
+    /// A C string that is not const (argv's) prints as text too.
+    FormatArg(char *text)
+        : FormatArg(static_cast<const char *>(text))
+    {
+    }
     FormatArg(const QVariant &value)
         : m_value(value)
     {
