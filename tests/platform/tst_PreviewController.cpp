@@ -59,6 +59,8 @@ private slots:
                               << int(PreviewController::Renderer::Text);
         QTest::newRow("markdown") << QStringLiteral("read.md") << QByteArrayLiteral("# Title\n\nwords")
                                   << int(PreviewController::Renderer::Markdown);
+        QTest::newRow("video") << QStringLiteral("clip.mp4") << QByteArrayLiteral("\x00\x00\x00\x18ftypmp42")
+                               << int(PreviewController::Renderer::Media);
         QTest::newRow("other") << QStringLiteral("tool.bin") << QByteArrayLiteral("\x01\x02\x03")
                                << int(PreviewController::Renderer::Generic);
     }
@@ -85,6 +87,11 @@ private slots:
             break;
         case PreviewController::Renderer::Markdown:
             QVERIFY(qobject_cast<QTextBrowser *>(viewer.rendererWidget())->toPlainText().startsWith(QStringLiteral("Title")));
+            break;
+        case PreviewController::Renderer::Media:
+            // the full player: a play button and a position
+            QVERIFY(viewer.rendererWidget()->findChild<QWidget *>(QStringLiteral("playButton")));
+            QVERIFY(viewer.rendererWidget()->findChild<QWidget *>(QStringLiteral("positionSlider")));
             break;
         case PreviewController::Renderer::Pdf:
             QVERIFY(viewer.rendererWidget()->findChild<QPdfView *>());
