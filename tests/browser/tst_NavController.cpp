@@ -475,6 +475,10 @@ private Q_SLOTS:
         DocumentListController *list = showFolder(&browser, documents);
         browser.beginEditMode();
         browser.documentListControllerItemsChanged(list);
+        // the list shows it as a document: a tap opens it, never walks into it
+        const int row = list->model()->rowForURL(fileURL(documents + QStringLiteral("/Deck.odp")));
+        QVERIFY(row >= 0);
+        QVERIFY(!list->model()->entries().at(row).isFolder);
         list->setSelectedItems({fileURL(documents + QStringLiteral("/Deck.odp"))});
         QCOMPARE(list->selectedItems().size(), 1);
         QCOMPARE(NavController::numFoldersInURLArray(list->selectedItems()), quint64(0));

@@ -5,6 +5,7 @@
 #include "platform/drive/PromisePlaceholder.h"
 #include "platform/foundation/OperationQueue.h"
 #include "platform/types/IconForResourceProxy.h"
+#include "platform/types/UniformType.h"
 
 #include <QCollator>
 #include <QCoreApplication>
@@ -220,7 +221,10 @@ QList<DocumentListEntry> DocumentListModel::entriesOfFolder(const QString &folde
         DocumentListEntry entry;
         entry.name = name;
         entry.url = QUrl::fromLocalFile(base + name);
-        entry.isFolder = it.fileInfo().isDir();
+        // a folder whose extension names a document type is one document (a package)
+        entry.isFolder = it.fileInfo().isDir()
+            && (it.fileInfo().suffix().isEmpty()
+                || UniformType::preferredIdentifierForExtension(it.fileInfo().suffix()).isEmpty());
         entries.append(std::move(entry));
     }
     for (const QString &name : std::as_const(promisedNames)) {
