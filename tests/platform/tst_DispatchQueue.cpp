@@ -8,12 +8,44 @@
 #include <QThread>
 
 #include <atomic>
+#include <mutex>
 
 class tst_DispatchQueue : public QObject
 {
     Q_OBJECT
 
 private slots:
+    // A timer's handler may drop the last reference to the timer's owner (queue and timer
+    // together): the timer is not started again once it is gone.
+    void aTimerWhoseHandlerEndsItsOwner()
+    {
+        struct Owner {
+            DispatchQueue queue{QStringLiteral("com.quillmere.test.ownedtimer")};
+            std::unique_ptr<DispatchSourceTimer> timer;
+        };
+        auto owner = std::make_shared<Owner>();
+        owner->timer = std::make_unique<DispatchSourceTimer>(&owner->queue);
+        owner->timer->schedule(std::chrono::milliseconds(10), std::chrono::milliseconds(10), std::chrono::nanoseconds(0));
+        std::shared_ptr<Owner> held = owner; // the one reference the first firing drops
+        std::atomic<int> firings = 0;
+        std::mutex lock;
+        owner->timer->setEventHandler([&held, &firings, &lock] {
+            ++firings;
+            std::shared_ptr<Owner> last;
+            {
+                std::lock_guard<std::mutex> guard(lock);
+                last.swap(held);
+            }
+            last.reset(); // the owner, its timer and its queue end here, on the queue's thread
+        });
+        owner->timer->resume();
+        const std::weak_ptr<Owner> weak = owner;
+        owner.reset();
+        QTRY_VERIFY(weak.expired());
+        QTest::qWait(50);
+        QCOMPARE(firings.load(), 1);
+    }
+
     // An object that owns a queue may lose its last reference inside one of that queue's
     // blocks (a timer's handler that locked a weak reference): the queue ends without waiting
     // for itself.
