@@ -520,16 +520,8 @@ void NavController::showRenamePrompt(const QUrl &url)
     if (!item) {
         return;
     }
-    m_folderPromptAlert = RenamePrompt::newWithFilename_completion(
-        item->localizedName(), [url](const QString &name, bool *accepted) -> QString {
-            if (name.isEmpty()) {
-                *accepted = false;
-                return QString();
-            }
-            const std::optional<Error> error = UIUtils::renameItemAtURL_toName(url, name);
-            *accepted = !error.has_value();
-            return UIUtils::bestMessage(error);
-        });
+    m_folderPromptAlert = RenamePrompt::newWithFilename_completion(item->localizedName(),
+                                                                  RenamePrompt::renamingItemAtURL(url));
     visibleViewController()->presentViewController(m_folderPromptAlert->alert(), true);
 }
 
@@ -1052,12 +1044,9 @@ QList<Error> NavController::moveItemsToDirectory_toDirectory(const QList<QUrl> &
 {
     DRLog(LOG_DEBUG, "MoveTarget = %@", directory);
     DRLog(LOG_DEBUG, "ItemsToMove = %@", items);
-    const QString folder = directory.adjusted(QUrl::StripTrailingSlash).toLocalFile();
     QList<Error> errors;
     for (const QUrl &item : items) {
-        // the name alone, never a trailing slash: a folder moves like a file
-        const QUrl destination
-            = QUrl::fromLocalFile(folder + QLatin1Char('/') + item.adjusted(QUrl::StripTrailingSlash).fileName());
+        const QUrl destination = FileUtils::destinationOfItem_inDirectory(item, directory);
         // every item is attempted: one failure must not strand the rest
         if (const std::optional<Error> error = FileUtils::move_to(item, destination)) {
             errors.append(*error);

@@ -1,5 +1,6 @@
 #include "browser/RenamePrompt.h"
 
+#include "browser/UIUtils.h"
 #include "platform/foundation/LocalizedString.h"
 
 RenamePrompt::RenamePrompt(const QString &filename, ValidateCallback completion)
@@ -13,4 +14,17 @@ std::unique_ptr<RenamePrompt> RenamePrompt::newWithFilename_completion(const QSt
                                                                        ValidateCallback completion)
 {
     return std::make_unique<RenamePrompt>(filename, std::move(completion));
+}
+
+FilenamePrompt::ValidateCallback RenamePrompt::renamingItemAtURL(const QUrl &url)
+{
+    return [url](const QString &name, bool *accepted) -> QString {
+        if (name.isEmpty()) {
+            *accepted = false;
+            return QString();
+        }
+        const std::optional<Error> error = UIUtils::renameItemAtURL_toName(url, name);
+        *accepted = !error.has_value();
+        return UIUtils::bestMessage(error);
+    };
 }

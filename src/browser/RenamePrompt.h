@@ -11,4 +11,8 @@ public:
     RenamePrompt(const QString &filename, ValidateCallback completion);
     static std::unique_ptr<RenamePrompt> newWithFilename_completion(const QString &filename,
                                                                     ValidateCallback completion);
+    /// What confirming a name does for the item at `url`: an empty name keeps the prompt open
+    /// quietly; otherwise the item is renamed (keeping its extension) and a failure's message
+    /// keeps the prompt open.
+    static ValidateCallback renamingItemAtURL(const QUrl &url);
 };

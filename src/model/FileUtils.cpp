@@ -187,6 +187,11 @@ std::optional<Error> FileUtils::move_to(const QUrl &src, const QUrl &dst)
     return result;
 }
 
+QUrl FileUtils::destinationOfItem_inDirectory(const QUrl &item, const QUrl &directory)
+{
+    return QUrl::fromLocalFile(localPath(directory) + QLatin1Char('/') + QFileInfo(localPath(item)).fileName());
+}
+
 QUrl FileUtils::docDir()
 {
     const QUrl container = AppDataContainerURLForBundleIdentifier(QString::fromLatin1(AerovaAppBundleIdentifier));

@@ -30,6 +30,9 @@ public:
     static std::optional<Error> mkdir(const QUrl &url);
     static std::optional<Error> remove(const QUrl &url);
     static std::optional<Error> move_to(const QUrl &src, const QUrl &dst);
+    /// Where `item` goes when moved into `directory`: its name there, as the URL of a file
+    /// whatever it is (a folder's URL loses its trailing slash).
+    static QUrl destinationOfItem_inDirectory(const QUrl &item, const QUrl &directory);
 
     /// The app's own documents folder, as a folder URL; empty when there is none.
     static QUrl docDir();

@@ -272,16 +272,7 @@ void PreviewDetailsViewController::filenameWasTapped()
     if (!item || !item->renameable()) {
         return;
     }
-    const QUrl url = item->url();
-    m_renamePrompt = RenamePrompt::newWithFilename_completion(item->localizedName(), [url](const QString &name,
-                                                                                          bool *accepted) -> QString {
-        if (name.isEmpty()) {
-            *accepted = false;
-            return QString();
-        }
-        const std::optional<Error> error = UIUtils::renameItemAtURL_toName(url, name);
-        *accepted = !error.has_value();
-        return UIUtils::bestMessage(error);
-    });
+    m_renamePrompt = RenamePrompt::newWithFilename_completion(item->localizedName(),
+                                                              RenamePrompt::renamingItemAtURL(item->url()));
     presentViewController(m_renamePrompt->alert(), true);
 }

@@ -444,10 +444,8 @@ void PreviewItemManager::documentTargetSelectionController_didSelectItemAtURL(Do
     DRLog(LOG_DEBUG, "MoveTarget = %@", url);
     DRLog(LOG_DEBUG, "ItemsToMove = %@", items);
     picker->dismissViewControllerAnimated(true);
-    const QString folder = url.adjusted(QUrl::StripTrailingSlash).toLocalFile();
     for (const QUrl &source : items) {
-        const QUrl destination
-            = QUrl::fromLocalFile(folder + QLatin1Char('/') + source.adjusted(QUrl::StripTrailingSlash).fileName());
+        const QUrl destination = FileUtils::destinationOfItem_inDirectory(source, url);
         // every item is attempted: one failure must not strand the rest
         if (const std::optional<Error> error = FileUtils::move_to(source, destination)) {
             UIUtils::showError_parentViewController(
