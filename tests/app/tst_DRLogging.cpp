@@ -72,6 +72,11 @@ private slots:
                                             [this] { ++m_notifications; });
     }
 
+    void cleanupTestCase()
+    {
+        SystemNotification::unregisterQueue(&m_observerQueue);
+    }
+
     void init()
     {
         QFile::remove(markerPath());

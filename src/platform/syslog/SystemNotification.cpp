@@ -26,8 +26,20 @@ struct Registration {
     std::function<void()> handler;
 };
 
-QMutex g_mutex;
-std::vector<Registration> g_registrations;
+// Never destroyed: the monitor's thread may still post while the process exits (the defaults
+// file's folder is often removed on the way out), after static objects would have been torn down.
+QMutex &registrationsMutex()
+{
+    static auto *mutex = new QMutex;
+    return *mutex;
+}
+
+std::vector<Registration> &registrations()
+{
+    static auto *list = new std::vector<Registration>;
+    return *list;
+}
+
 int g_signalPipe[2] = {-1, -1};
 
 void onSighup(int)
@@ -41,7 +53,8 @@ void onSighup(int)
 void startDefaultsMonitor()
 {
     static DispatchQueue *monitorQueue = new DispatchQueue(QStringLiteral("com.quillmere.aerovadriveapp.notifyd"));
-    monitorQueue->async([] {
+    // synchronously: a change written right after registering must already be seen as a change
+    monitorQueue->sync([] {
         const QString file = AerovaHome::defaultsFile();
         // lives as long as the queue
         auto *watcher = new FileContentWatcher({file}, [](const QString &) {
@@ -70,11 +83,12 @@ void SystemNotification::registerForName(const QString &name, DispatchQueue *que
 {
     bool startMonitor = false;
     {
-        QMutexLocker locker(&g_mutex);
+        QMutexLocker locker(&registrationsMutex());
+        std::vector<Registration> &list = registrations();
         startMonitor = name == ManagedDefaultsDidChange
-            && std::none_of(g_registrations.begin(), g_registrations.end(),
+            && std::none_of(list.begin(), list.end(),
                             [&](const Registration &r) { return r.name == ManagedDefaultsDidChange; });
-        g_registrations.push_back(Registration{name, queue, std::move(handler)});
+        list.push_back(Registration{name, queue, std::move(handler)});
     }
     if (startMonitor) {
         startDefaultsMonitor();
@@ -85,8 +99,8 @@ void SystemNotification::post(const QString &name)
 {
     std::vector<Registration> matching;
     {
-        QMutexLocker locker(&g_mutex);
-        for (const Registration &r : g_registrations) {
+        QMutexLocker locker(&registrationsMutex());
+        for (const Registration &r : registrations()) {
             if (r.name == name) {
                 matching.push_back(r);
             }
@@ -95,4 +109,10 @@ void SystemNotification::post(const QString &name)
     for (const Registration &r : matching) {
         r.queue->async(r.handler);
     }
+}
+
+void SystemNotification::unregisterQueue(DispatchQueue *queue)
+{
+    QMutexLocker locker(&registrationsMutex());
+    std::erase_if(registrations(), [queue](const Registration &r) { return r.queue == queue; });
 }
