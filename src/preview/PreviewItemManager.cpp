@@ -280,22 +280,26 @@ void PreviewItemManager::startDownload()
 void PreviewItemManager::startDownloading(DownloadCompletion completion)
 {
     DRLog(LOG_DEBUG, "Dispatching download...");
+    // the item and its screen are taken here: the main thread may replace them while the
+    // download queue is still busy with an earlier read
+    const QUrl url = m_item ? m_item->resolvedURL() : QUrl();
+    const QPointer<PreviewDownloadViewController> screen = m_downloadViewController;
     const std::weak_ptr<PreviewItemManager> weak = weak_from_this();
-    m_downloadQueue->async([weak, completion = std::move(completion)] {
+    m_downloadQueue->async([weak, url, screen, completion = std::move(completion)] {
         if (const auto self = weak.lock()) {
-            self->startDownloadingNow(completion);
+            self->startDownloadingNow(url, screen, completion);
         }
     });
 }
 
-void PreviewItemManager::startDownloadingNow(DownloadCompletion completion)
+void PreviewItemManager::startDownloadingNow(const QUrl &url, const QPointer<PreviewDownloadViewController> &screen,
+                                             DownloadCompletion completion)
 {
     DRLog(LOG_DEBUG, "Download queue: changing FilePresenter");
     cancelDownload();
     // the manager's own presenter hears nothing of its own read
     auto coordinator = std::make_shared<FileCoordinator>(this);
     setDownloadFC(coordinator);
-    const QUrl url = m_item ? m_item->resolvedURL() : QUrl();
     NetworkIndicator *indicator = NetworkIndicator::sharedNetworkIndicator();
     if (!FileUtils::exists(url)) {
         DRLog(LOG_INFO, "Dispatching download of %@", url);
@@ -303,7 +307,6 @@ void PreviewItemManager::startDownloadingNow(DownloadCompletion completion)
     } else {
         DRLog(LOG_DEBUG, "Dispatching download -- although file is already local");
     }
-    QPointer<PreviewDownloadViewController> screen = m_downloadViewController;
     if (screen) {
         // the screen lives on the main thread; it is subscribed before the read publishes much
         QMetaObject::invokeMethod(screen, [screen] {

@@ -83,7 +83,8 @@ public:
 
     void startDownload();
     void startDownloading(DownloadCompletion completion);
-    void startDownloadingNow(DownloadCompletion completion);
+    void startDownloadingNow(const QUrl &url, const QPointer<PreviewDownloadViewController> &screen,
+                             DownloadCompletion completion);
     void cancelDownload();
     void showDownloadError(const std::optional<Error> &error);
 
