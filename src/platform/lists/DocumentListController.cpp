@@ -5,6 +5,7 @@
 #include "platform/drive/DriveLayout.h"
 #include "platform/drive/KDContainer.h"
 #include "platform/drive/KDURL.h"
+#include "platform/foundation/DispatchQueue.h"
 #include "platform/foundation/LocalizedString.h"
 #include "platform/lists/DocumentItemDelegate.h"
 #include "platform/lists/DocumentListControllerDelegate.h"
@@ -67,7 +68,7 @@ void DocumentListController::setUp()
     m_model = new DocumentListModel(this);
     m_reloadTimer.setSingleShot(true);
     m_reloadTimer.setInterval(150);
-    connect(&m_reloadTimer, &QTimer::timeout, this, &DocumentListController::reloadContents);
+    connect(&m_reloadTimer, &QTimer::timeout, this, &DocumentListController::reloadContentsInBackground);
     m_longPressTimer.setSingleShot(true);
     m_longPressTimer.setInterval(LongPressMilliseconds);
     connect(&m_longPressTimer, &QTimer::timeout, this, [this] {
@@ -77,8 +78,7 @@ void DocumentListController::setUp()
             showActionsForItemAtURL(index.data(DocumentListModel::UrlRole).toUrl());
         }
     });
-    m_model->setEntries(m_isDriveRoot ? DocumentListModel::entriesOfDriveRoot()
-                                      : DocumentListModel::entriesOfFolder(m_presentedURL.toLocalFile()));
+    m_model->setEntries(readEntries());
     watchFolder();
 }
 
@@ -287,12 +287,56 @@ void DocumentListController::setEditing_animated(bool editing, bool animated)
     m_listView->viewport()->update();
 }
 
+QList<DocumentListEntry> DocumentListController::readEntries() const
+{
+    return m_isDriveRoot ? DocumentListModel::entriesOfDriveRoot()
+                         : DocumentListModel::entriesOfFolder(m_presentedURL.toLocalFile());
+}
+
 void DocumentListController::reloadContents()
+{
+    ++m_readGeneration; // what a background read still brings is older than this
+    applyEntries(readEntries());
+}
+
+void DocumentListController::reloadContentsInBackground()
+{
+    if (m_backgroundReadRunning) {
+        // one read at a time: a folder that keeps changing is read again once the current read ends
+        m_backgroundReadAgain = true;
+        return;
+    }
+    m_backgroundReadRunning = true;
+    m_backgroundReadAgain = false;
+    const quint64 generation = ++m_readGeneration;
+    const bool isDriveRoot = m_isDriveRoot;
+    const QString folderPath = m_presentedURL.toLocalFile();
+    const QPointer<DocumentListController> self(this);
+    // a folder of a hundred thousand items takes a good part of a second to read and sort:
+    // the list stays scrollable meanwhile
+    DispatchQueue::globalAsync([self, generation, isDriveRoot, folderPath] {
+        QList<DocumentListEntry> entries = isDriveRoot ? DocumentListModel::entriesOfDriveRoot()
+                                                       : DocumentListModel::entriesOfFolder(folderPath);
+        DispatchQueue::main()->async([self, generation, entries = std::move(entries)]() mutable {
+            if (!self) {
+                return;
+            }
+            self->m_backgroundReadRunning = false;
+            if (self->m_readGeneration == generation) {
+                self->applyEntries(std::move(entries));
+            }
+            if (self->m_backgroundReadAgain) {
+                self->reloadContentsInBackground();
+            }
+        });
+    });
+}
+
+void DocumentListController::applyEntries(QList<DocumentListEntry> entries)
 {
     const QList<QUrl> selected = selectedItems();
     const int scroll = m_listView ? m_listView->verticalScrollBar()->value() : 0;
-    const bool changed = m_model->setEntries(m_isDriveRoot ? DocumentListModel::entriesOfDriveRoot()
-                                                           : DocumentListModel::entriesOfFolder(m_presentedURL.toLocalFile()));
+    const bool changed = m_model->setEntries(std::move(entries));
     if (!changed) {
         return;
     }

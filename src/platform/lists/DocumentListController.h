@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/lists/DocumentListEntry.h"
 #include "platform/ui/ViewController.h"
 
 #include <QPointer>
@@ -65,7 +66,8 @@ public:
     QObject *delegate() const { return m_delegate.data(); }
     void setDelegate(QObject *delegate) { m_delegate = delegate; }
 
-    /// Reads the folder again now (it also does so by itself when the folder changes).
+    /// Reads the folder again now. When the folder changes on disk it is read again by itself,
+    /// away from the main thread, and the rows are replaced once the read is done.
     void reloadContents();
     /// What a tap on the item does.
     void activateItemAtURL(const QUrl &url);
@@ -87,6 +89,9 @@ private:
     void setUp();
     void applyGridMode();
     void watchFolder();
+    QList<DocumentListEntry> readEntries() const;
+    void reloadContentsInBackground();
+    void applyEntries(QList<DocumentListEntry> entries);
     void notifyItemsChanged();
     DocumentListControllerDelegate *listDelegate() const;
     QWidget *anchorForRow(int row);
@@ -102,6 +107,10 @@ private:
     bool m_editing = false;
     QFileSystemWatcher *m_watcher = nullptr;
     QTimer m_reloadTimer;
+    /// Counts the reads started; a background read whose number is no longer the last is stale.
+    quint64 m_readGeneration = 0;
+    bool m_backgroundReadRunning = false;
+    bool m_backgroundReadAgain = false;
     QTimer m_longPressTimer;
     QPoint m_pressPosition;
     bool m_suppressClick = false;

@@ -1,0 +1,82 @@
+#include "platform/lists/DocumentListController.h"
+#include "platform/lists/DocumentListModel.h"
+#include "support/TestDrive.h"
+
+#include <QDir>
+#include <QFile>
+#include <QListView>
+#include <QTest>
+
+class tst_DocumentListController : public QObject
+{
+    Q_OBJECT
+
+private:
+    TestDrive m_drive;
+
+    static QStringList names(DocumentListController *list)
+    {
+        QStringList result;
+        for (const DocumentListEntry &entry : list->model()->entries()) {
+            result << entry.name;
+        }
+        return result;
+    }
+
+private slots:
+    // A change on disk reaches the list by itself, and what the user had selected stays selected.
+    void changeOnDiskIsListedAndKeepsTheSelection()
+    {
+        const QString folder = m_drive.freshFolder(QStringLiteral("Changing"));
+        QVERIFY(TestDrive::writeFile(folder + QStringLiteral("/b.txt"), "b"));
+        DocumentListController list(QUrl::fromLocalFile(folder), nullptr);
+        list.listView()->resize(360, 640);
+        list.setEditing_animated(true, false);
+        const QUrl b = QUrl::fromLocalFile(folder + QStringLiteral("/b.txt"));
+        list.setSelectedItems({b});
+
+        QVERIFY(TestDrive::writeFile(folder + QStringLiteral("/a.txt"), "a"));
+        QTRY_COMPARE(names(&list), (QStringList{QStringLiteral("a.txt"), QStringLiteral("b.txt")}));
+        QCOMPARE(list.selectedItems(), QList<QUrl>{b});
+
+        QVERIFY(QFile::remove(folder + QStringLiteral("/b.txt")));
+        QTRY_COMPARE(names(&list), QStringList{QStringLiteral("a.txt")});
+        QVERIFY(list.selectedItems().isEmpty());
+    }
+
+    // A folder that keeps changing ends up listed as it finally is, whatever the reads overlapped.
+    void burstOfChangesEndsWithTheFinalContents()
+    {
+        const QString folder = m_drive.freshFolder(QStringLiteral("Burst"));
+        DocumentListController list(QUrl::fromLocalFile(folder), nullptr);
+        QStringList expected;
+        for (int i = 0; i < 300; ++i) {
+            const QString name = QStringLiteral("doc %1.txt").arg(i, 3, 10, QLatin1Char('0'));
+            QVERIFY(TestDrive::writeFile(folder + QLatin1Char('/') + name, "x"));
+            expected << name;
+            if (i % 50 == 0) {
+                QTest::qWait(60); // let some reads start while the folder is still changing
+            }
+        }
+        QTRY_COMPARE(names(&list), expected);
+    }
+
+    // An explicit reload lists the folder as it is before it returns, and nothing read in the
+    // background afterwards brings back what is gone.
+    void explicitReloadListsAtOnce()
+    {
+        const QString folder = m_drive.freshFolder(QStringLiteral("Explicit"));
+        DocumentListController list(QUrl::fromLocalFile(folder), nullptr);
+        QVERIFY(TestDrive::writeFile(folder + QStringLiteral("/first.txt"), "1"));
+        QTRY_COMPARE(names(&list), QStringList{QStringLiteral("first.txt")});
+        QVERIFY(QFile::remove(folder + QStringLiteral("/first.txt")));
+        list.reloadContents();
+        QCOMPARE(names(&list), QStringList());
+        // whatever the change notification still brings, the list stays as read last
+        QTest::qWait(400);
+        QCOMPARE(names(&list), QStringList());
+    }
+};
+
+QTEST_MAIN(tst_DocumentListController)
+#include "tst_DocumentListController.moc"
