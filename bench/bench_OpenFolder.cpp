@@ -12,6 +12,8 @@
 #include <QApplication>
 #include <QDir>
 #include <QElapsedTimer>
+#include <QFile>
+#include <QTimer>
 #include <QListView>
 #include <QScrollBar>
 #include <QTemporaryDir>
@@ -92,6 +94,45 @@ double slowestScrollFrame(const QUrl &folder, const QSize &size)
     return slowest;
 }
 
+struct ChangeFigures {
+    double listedAfterMs = 0;
+    double longestStallMs = 0;
+};
+
+/// One document added to the open folder: how long until the list shows it, and the longest
+/// the main thread was away from its event loop meanwhile (what a scrolling user would feel).
+ChangeFigures documentAddedWhileOpen(const QString &folder, const QSize &size)
+{
+    DocumentListController list(QUrl::fromLocalFile(folder), nullptr);
+    QWidget *view = list.view();
+    view->resize(size);
+    view->grab();
+    const QString added = folder + QStringLiteral("/Added while open.txt");
+    ChangeFigures figures;
+    QElapsedTimer sinceWrite;
+    QElapsedTimer sinceTick;
+    QTimer ticker;
+    ticker.setInterval(5);
+    QObject::connect(&ticker, &QTimer::timeout, [&] {
+        figures.longestStallMs = std::max(figures.longestStallMs, sinceTick.nsecsElapsed() / 1e6);
+        sinceTick.restart();
+    });
+    const int fd = ::open(added.toLocal8Bit().constData(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+    if (fd >= 0) {
+        ::close(fd);
+    }
+    sinceWrite.start();
+    sinceTick.start();
+    ticker.start();
+    while (list.containedItemCount() != ItemCount + 1 && sinceWrite.elapsed() < 30000) {
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 5);
+    }
+    figures.listedAfterMs = sinceWrite.nsecsElapsed() / 1e6;
+    ticker.stop();
+    QFile::remove(added);
+    return figures;
+}
+
 long peakMemoryKiB()
 {
     rusage usage{};
@@ -120,11 +161,15 @@ int main(int argc, char *argv[])
         open = std::min(open, openToFirstFrame(QUrl::fromLocalFile(folder), phone));
     }
     const double scroll = slowestScrollFrame(QUrl::fromLocalFile(folder), phone);
+    const ChangeFigures change = documentAddedWhileOpen(folder, phone);
     out << QStringLiteral("readdir + stat of %1 items:        %2 ms\n").arg(ItemCount).arg(bare, 0, 'f', 1);
     out << QStringLiteral("folder list to its first frame:   %1 ms  (%2x the bare read)\n")
                .arg(open, 0, 'f', 1)
                .arg(open / bare, 0, 'f', 2);
     out << QStringLiteral("slowest of 20 scroll steps:       %1 ms per frame\n").arg(scroll, 0, 'f', 1);
+    out << QStringLiteral("a document added while open:      listed after %1 ms, longest main-thread stall %2 ms\n")
+               .arg(change.listedAfterMs, 0, 'f', 1)
+               .arg(change.longestStallMs, 0, 'f', 1);
     out << QStringLiteral("peak memory: %1 MiB (%2 MiB before opening)\n")
                .arg(peakMemoryKiB() / 1024.0, 0, 'f', 1)
                .arg(memoryBefore / 1024.0, 0, 'f', 1);
