@@ -6,6 +6,7 @@
 
 #include <QDir>
 #include <QLabel>
+#include <QMovie>
 #include <QPdfDocument>
 #include <QPdfView>
 #include <QPlainTextEdit>
@@ -33,6 +34,18 @@ QByteArray onePagePdf()
                              "3 0 obj<</Type/Page/Parent 2 0 R/MediaBox[0 0 200 200]>>endobj\n"
                              "trailer<</Root 1 0 R>>\n%%EOF\n");
 }
+
+/// A looping GIF of one pixel in two frames, black then white, a tenth of a second each.
+QByteArray twoFrameGif()
+{
+    return QByteArray::fromHex("474946383961" // GIF89a
+                               "010001008000 00" // 1 x 1, a colour table of two
+                               "000000 ffffff"
+                               "21ff0b 4e45545343415045322e30 03010000 00" // loop for ever
+                               "21f904 000a0000 00 2c 0000 0000 0100 0100 00 02 02 4401 00" // black
+                               "21f904 000a0000 00 2c 0000 0000 0100 0100 00 02 02 4c01 00" // white
+                               "3b");
+}
 } // namespace
 
 class tst_PreviewController : public QObject
@@ -50,6 +63,8 @@ private slots:
         QTest::addColumn<QByteArray>("content");
         QTest::addColumn<int>("renderer");
         QTest::newRow("png") << QStringLiteral("photo.png") << TestDrive::png(40, 20) << int(PreviewController::Renderer::Image);
+        QTest::newRow("animated gif") << QStringLiteral("wave.gif") << twoFrameGif()
+                                      << int(PreviewController::Renderer::Animation);
         QTest::newRow("svg") << QStringLiteral("shape.svg")
                              << QByteArrayLiteral("<svg xmlns='http://www.w3.org/2000/svg' width='10' height='10'>"
                                                   "<rect width='10' height='10'/></svg>")
@@ -59,7 +74,7 @@ private slots:
                               << int(PreviewController::Renderer::Text);
         QTest::newRow("markdown") << QStringLiteral("read.md") << QByteArrayLiteral("# Title\n\nwords")
                                   << int(PreviewController::Renderer::Markdown);
-        QTest::newRow("video") << QStringLiteral("clip.mp4") << QByteArrayLiteral("\x00\x00\x00\x18ftypmp42")
+        QTest::newRow("video") << QStringLiteral("clip.mp4") << QByteArrayLiteral("\x00\x00\x00\x18" "ftypmp42")
                                << int(PreviewController::Renderer::Media);
         QTest::newRow("other") << QStringLiteral("tool.bin") << QByteArrayLiteral("\x01\x02\x03")
                                << int(PreviewController::Renderer::Generic);
@@ -93,6 +108,16 @@ private slots:
             QVERIFY(viewer.rendererWidget()->findChild<QWidget *>(QStringLiteral("playButton")));
             QVERIFY(viewer.rendererWidget()->findChild<QWidget *>(QStringLiteral("positionSlider")));
             break;
+        case PreviewController::Renderer::Animation: {
+            // it plays: both frames are shown in turn
+            QMovie *movie = qobject_cast<QLabel *>(viewer.rendererWidget())->movie();
+            QVERIFY(movie);
+            QCOMPARE(movie->frameCount(), 2);
+            QCOMPARE(movie->state(), QMovie::Running);
+            const int first = movie->currentFrameNumber();
+            QTRY_VERIFY(movie->currentFrameNumber() != first);
+            break;
+        }
         case PreviewController::Renderer::Pdf:
             QVERIFY(viewer.rendererWidget()->findChild<QPdfView *>());
             QCOMPARE(viewer.rendererWidget()->findChild<QPdfView *>()->document()->pageCount(), 1);
