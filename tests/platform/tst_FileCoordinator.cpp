@@ -103,7 +103,6 @@ private slots:
         const QString path = folder + QStringLiteral("/notes.txt");
         QVERIFY(TestDrive::writeFile(path, "first"));
         auto presenter = presenterFor(path);
-        QTest::qWait(100); // the watch is set up on its own queue
         QProcess::execute(QStringLiteral("sh"), {QStringLiteral("-c"), QStringLiteral("echo more >> \"$1\""), QStringLiteral("sh"), path});
         QTRY_VERIFY(presenter->changes.load() >= 1);
         QProcess::execute(QStringLiteral("rm"), {path});

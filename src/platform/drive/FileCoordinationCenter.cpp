@@ -255,7 +255,8 @@ void FileCoordinationCenter::rewatch()
         }
         m_watched = wanted;
     }
-    m_watchQueue->async([this, wanted] {
+    // waited for: a change made right after a presenter was added must not slip by unwatched
+    m_watchQueue->sync([this, wanted] {
         const QStringList current = m_watcher->files() + m_watcher->directories();
         QStringList stale;
         for (const QString &path : current) {
@@ -274,6 +275,10 @@ void FileCoordinationCenter::rewatch()
         }
         if (!added.isEmpty()) {
             m_watcher->addPaths(added);
+            // what changed between reading the presenters' states and arming the watch is told now
+            for (const QString &path : std::as_const(added)) {
+                onFileSystemEvent(path);
+            }
         }
     });
 }
