@@ -20,6 +20,7 @@
 #include <QJsonObject>
 #include <QLinearGradient>
 #include <QPainter>
+#include <QFont>
 #include <QPdfWriter>
 #include <QRandomGenerator>
 #include <QSaveFile>
@@ -78,9 +79,28 @@ std::optional<Error> writePdf(const QString &path, const QString &title, int pag
         if (page > 0) {
             writer.newPage();
         }
-        painter.fillRect(QRect(0, 0, writer.width(), writer.height() / 8), QColor(40, 110, 220));
+        const int width = writer.width();
+        const int height = writer.height();
+        const int margin = width / 10;
+        painter.fillRect(QRect(0, 0, width, height / 8), QColor(40, 110, 220));
+        QFont heading(QStringLiteral("DejaVu Sans"));
+        heading.setPixelSize(height / 24);
+        heading.setBold(true);
+        painter.setFont(heading);
+        painter.setPen(Qt::white);
+        painter.drawText(QRect(margin, 0, width - 2 * margin, height / 8), Qt::AlignVCenter | Qt::AlignLeft, title);
+        QFont body(QStringLiteral("DejaVu Sans"));
+        body.setPixelSize(height / 60);
+        painter.setFont(body);
         painter.setPen(Qt::black);
-        painter.drawRect(QRect(writer.width() / 10, writer.height() / 4, writer.width() * 8 / 10, writer.height() / 2));
+        const QString text = QStringLiteral(
+            "Page %1 of %2.\n\nThis document was made for the demo drive. It has a heading, a few lines "
+            "of text and a frame, so that a preview shows what a real document looks like: pages to "
+            "scroll through, words to read, and a size worth downloading on demand.")
+                                 .arg(page + 1)
+                                 .arg(pages);
+        painter.drawText(QRect(margin, height / 6, width - 2 * margin, height / 8), Qt::TextWordWrap, text);
+        painter.drawRect(QRect(margin, height / 3, width - 2 * margin, height / 2));
     }
     painter.end();
     return QFileInfo::exists(path) ? std::nullopt
