@@ -15,6 +15,8 @@
 #include "platform/ui/AlertController.h"
 #include "platform/ui/Font.h"
 #include "platform/ui/NavigationController.h"
+#include "platform/ui/SystemColor.h"
+#include "platform/ui/TemplateIcon.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -144,7 +146,7 @@ QWidget *DocumentListController::loadView()
 
     auto *search = new QPushButton(LocalizedString::localized(QStringLiteral("Search")), root);
     search->setObjectName(QStringLiteral("searchField"));
-    search->setIcon(QIcon::fromTheme(QStringLiteral("edit-find")));
+    search->setIcon(TemplateIcon::named(QStringLiteral("edit-find"), SystemColor::systemGrayColor()));
     search->setFont(Font::preferredFontForTextStyle(Font::TextStyle::Body));
     search->setFixedHeight(36);
     search->setCursor(Qt::PointingHandCursor);

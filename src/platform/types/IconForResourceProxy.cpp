@@ -20,9 +20,13 @@ void ensureIconTheme()
         }
         QIcon::setThemeSearchPaths(searchPaths);
         if (QIcon::themeName().isEmpty() || QIcon::themeName() == QLatin1String("hicolor")) {
-            for (const QString &theme : {QStringLiteral("breeze"), QStringLiteral("Adwaita")}) {
+            // Adwaita's document and folder icons are drawn in full colour at every size; the
+            // other theme fills in the icons it lacks (such as sharing)
+            for (const QString &theme : {QStringLiteral("Adwaita"), QStringLiteral("breeze")}) {
                 QIcon::setThemeName(theme);
                 if (QIcon::hasThemeIcon(QStringLiteral("text-x-generic"))) {
+                    QIcon::setFallbackThemeName(theme == QLatin1String("Adwaita") ? QStringLiteral("breeze")
+                                                                                  : QStringLiteral("Adwaita"));
                     break;
                 }
             }

@@ -73,7 +73,7 @@ QString BarButtonItem::iconName() const
     case SystemItem::Trash:
         return QStringLiteral("user-trash");
     case SystemItem::Action:
-        return QStringLiteral("document-share");
+        return QStringLiteral("send-to"); // a box with an arrow leaving it: handing the item on
     case SystemItem::Add:
         return QStringLiteral("list-add");
     case SystemItem::Search:

@@ -3,6 +3,7 @@
 #include "platform/ui/BarButtonItem.h"
 #include "platform/ui/Font.h"
 #include "platform/ui/SystemColor.h"
+#include "platform/ui/TemplateIcon.h"
 
 #include <QHBoxLayout>
 #include <QIcon>
@@ -125,7 +126,7 @@ void BarItemsView::rebuild()
                                   .arg(tint.name(), tint.lighter(150).name()));
         const QString iconName = item->iconName();
         if (!iconName.isEmpty() && item->title().isEmpty()) {
-            button->setIcon(QIcon::fromTheme(iconName));
+            button->setIcon(TemplateIcon::named(iconName, tint));
             button->setIconSize(QSize(24, 24));
             button->setToolTip(item->objectName());
         } else {
