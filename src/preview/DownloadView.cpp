@@ -7,6 +7,7 @@
 #include "platform/foundation/LocalizedString.h"
 #include "platform/ui/Font.h"
 #include "platform/ui/SystemColor.h"
+#include "platform/ui/TemplateIcon.h"
 #include "preview/DownloadViewDelegate.h"
 #include "preview/RoundProgressView.h"
 
@@ -53,8 +54,7 @@ DownloadView::DownloadView(QWidget *parent)
     m_cloudButton = new QPushButton(this);
     m_cloudButton->setObjectName(QStringLiteral("cloudButton"));
     m_cloudButton->setFlat(true);
-    m_cloudButton->setIcon(QIcon::fromTheme(QStringLiteral("cloud-download"),
-                                            QIcon::fromTheme(QStringLiteral("folder-cloud"))));
+    m_cloudButton->setIcon(TemplateIcon::named(QStringLiteral("cloud-download"), SystemColor::systemBlueColor()));
     m_cloudButton->setIconSize(QSize(44, 44));
     m_cloudButton->setMinimumSize(56, 56);
     m_cloudButton->setCursor(Qt::PointingHandCursor);
