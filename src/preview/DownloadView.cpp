@@ -54,7 +54,8 @@ DownloadView::DownloadView(QWidget *parent)
     m_cloudButton = new QPushButton(this);
     m_cloudButton->setObjectName(QStringLiteral("cloudButton"));
     m_cloudButton->setFlat(true);
-    m_cloudButton->setIcon(TemplateIcon::named(QStringLiteral("cloud-download"), SystemColor::systemBlueColor()));
+    // the theme's arrow down onto a line is its download glyph
+    m_cloudButton->setIcon(TemplateIcon::named(QStringLiteral("document-save"), SystemColor::systemBlueColor()));
     m_cloudButton->setIconSize(QSize(44, 44));
     m_cloudButton->setMinimumSize(56, 56);
     m_cloudButton->setCursor(Qt::PointingHandCursor);

@@ -20,13 +20,12 @@ void ensureIconTheme()
         }
         QIcon::setThemeSearchPaths(searchPaths);
         if (QIcon::themeName().isEmpty() || QIcon::themeName() == QLatin1String("hicolor")) {
-            // Adwaita's document and folder icons are drawn in full colour at every size; the
-            // other theme fills in the icons it lacks (such as sharing)
+            // Adwaita's document and folder icons are drawn in full colour at every size. No
+            // second theme is mixed in: a type's own icon missing here must fall back to this
+            // theme's generic icon for the type, not to another theme's look
             for (const QString &theme : {QStringLiteral("Adwaita"), QStringLiteral("breeze")}) {
                 QIcon::setThemeName(theme);
                 if (QIcon::hasThemeIcon(QStringLiteral("text-x-generic"))) {
-                    QIcon::setFallbackThemeName(theme == QLatin1String("Adwaita") ? QStringLiteral("breeze")
-                                                                                  : QStringLiteral("Adwaita"));
                     break;
                 }
             }
