@@ -15,12 +15,6 @@
 #include <QUrlQuery>
 
 namespace {
-std::function<bool()> &quickLaunchSource()
-{
-    static std::function<bool()> source = [] { return Settings::quickLaunch(); };
-    return source;
-}
-
 /// A phone-sized or tablet-sized window on a large desktop screen; the whole screen on a device.
 QRect mainScreenBounds()
 {
@@ -44,11 +38,6 @@ AppDelegate::~AppDelegate()
     delete _rootWindow.data();
 }
 
-void AppDelegate::setQuickLaunchSource(std::function<bool()> source)
-{
-    quickLaunchSource() = source ? std::move(source) : [] { return Settings::quickLaunch(); };
-}
-
 bool AppDelegate::application_willFinishLaunchingWithOptions(Application *application, const QVariantMap &options)
 {
     Q_UNUSED(options)
@@ -60,7 +49,7 @@ bool AppDelegate::application_willFinishLaunchingWithOptions(Application *applic
     _rootWindow->setAutoFillBackground(true);
     auto *navController = new NavController;
     // deliberate: a tablet without QuickLaunch gets no browser
-    if (Device::userInterfaceIdiom() == Device::Idiom::Pad && !quickLaunchSource()()) {
+    if (Device::userInterfaceIdiom() == Device::Idiom::Pad && !Settings::quickLaunch()) {
         delete navController;
     } else {
         _rootWindow->setRootViewController(navController);

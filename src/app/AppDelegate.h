@@ -44,9 +44,6 @@ public:
     /// more, a promised item's logical URL); false when the URL cannot be split.
     static bool fileURLAndModeForURL(const QUrl &url, QUrl *fileURL, PreviewMode *mode);
 
-    /// Where the QuickLaunch answer comes from (tests play a device where it is off).
-    static void setQuickLaunchSource(std::function<bool()> source);
-
 private:
     QPointer<Window> _rootWindow;
     QPointer<Window> m_window;

@@ -64,9 +64,23 @@ void Settings::setGridMode(bool gridMode)
     setBoolPref_forKey(gridMode, QStringLiteral("GridMode"));
 }
 
+namespace {
+std::function<bool()> &quickLaunchSource()
+{
+    static std::function<bool()> source;
+    return source;
+}
+} // namespace
+
 bool Settings::quickLaunch()
 {
-    return true;
+    const std::function<bool()> &source = quickLaunchSource();
+    return source ? source() : true;
+}
+
+void Settings::setQuickLaunchSource(std::function<bool()> source)
+{
+    quickLaunchSource() = std::move(source);
 }
 
 void Settings::setQuickLaunch(bool quickLaunch)

@@ -3,6 +3,8 @@
 #include <QColor>
 #include <QString>
 
+#include <functional>
+
 /// The app's preferences, kept in its own domain inside its data container so that every
 /// process reading the container sees the same values, and two fixed colours.
 class Settings final
@@ -28,4 +30,7 @@ public:
     /// setQuickLaunch stored.
     static bool quickLaunch();
     static void setQuickLaunch(bool quickLaunch);
+    /// Where quickLaunch's answer comes from; an empty source restores the fixed YES. Only tests
+    /// replace it, to play a device where the feature is off and check every screen's answer.
+    static void setQuickLaunchSource(std::function<bool()> source);
 };

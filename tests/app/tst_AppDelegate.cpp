@@ -1,4 +1,5 @@
 #include "app/AppDelegate.h"
+#include "app/Settings.h"
 #include "app/DRLogging.h"
 #include "browser/NavController.h"
 #include "preview/PreviewDetailsViewController.h"
@@ -53,7 +54,7 @@ private Q_SLOTS:
     void init()
     {
         Device::setForcedIdiom(Device::Idiom::Phone);
-        AppDelegate::setQuickLaunchSource({});
+        Settings::setQuickLaunchSource({});
         LogSpy::clear();
     }
 
@@ -189,14 +190,14 @@ private Q_SLOTS:
     void tabletWithoutQuickLaunchHasNoBrowser()
     {
         Device::setForcedIdiom(Device::Idiom::Pad);
-        AppDelegate::setQuickLaunchSource([] { return false; });
+        Settings::setQuickLaunchSource([] { return false; });
         AppDelegate delegate;
         QVERIFY(delegate.application_willFinishLaunchingWithOptions(nullptr, {}));
         QVERIFY(!delegate.rootWindow()->rootViewController());
         QVERIFY(!delegate.application_openURL_options(nullptr, itemURL(QStringLiteral("Work/Notes/Plan.txt")),
                                                       from(QStringLiteral("com.quillmere.GuiTest"))));
         // the same tablet with QuickLaunch on has its browser, named for state restoration
-        AppDelegate::setQuickLaunchSource({});
+        Settings::setQuickLaunchSource({});
         AppDelegate other;
         other.application_willFinishLaunchingWithOptions(nullptr, {});
         QVERIFY(qobject_cast<NavController *>(other.rootWindow()->rootViewController()));

@@ -41,6 +41,7 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QTemporaryDir>
+#include <QScopeGuard>
 #include <QTest>
 
 using namespace std::chrono_literals;
@@ -142,6 +143,14 @@ private:
 private Q_SLOTS:
     void initTestCase()
     {
+        // one app on this test's desktop: the default for CSV files, taking URLs
+        qputenv("XDG_DATA_HOME", QFile::encodeName(m_drive.home() + QStringLiteral("/data")));
+        qputenv("XDG_DATA_DIRS", QByteArrayLiteral("/usr/share"));
+        QVERIFY(TestDrive::writeFile(m_drive.home() + QStringLiteral("/data/applications/com.example.Sheets.desktop"),
+                                     "[Desktop Entry]\nType=Application\nName=Sheets\nExec=true %U\n"
+                                     "MimeType=text/csv;\n"));
+        QVERIFY(TestDrive::writeFile(m_drive.home() + QStringLiteral("/config/mimeapps.list"),
+                                     "[Default Applications]\ntext/csv=com.example.Sheets.desktop\n"));
         LogSpy::keepDebugLines();
         DocumentPickerUnavailableViewController::registerClass();
         QDir().mkpath(m_drive.root() + QStringLiteral("/Work/2026"));
@@ -1049,6 +1058,40 @@ private Q_SLOTS:
         QCOMPARE(browser.topViewController(), QuickLookItemController::defaultController());
         QCOMPARE(QuickLookItemController::defaultController()->currentPreviewItem(),
                  fileURL(folder + QStringLiteral("/Notes.unclaimed")));
+    }
+
+    // with quick launch off, a document an app would open is previewed all the same, and the
+    // browser no longer offers Info (the way to the preview when a tap opens the app)
+    void withoutQuickLaunchATapAlwaysPreviews()
+    {
+        const QString path = containerDocuments(QStringLiteral("com.example.notes")) + QStringLiteral("/Sums.csv");
+        QVERIFY(TestDrive::writeFile(path, "a,b\n1,2\n"));
+        {
+            // quick launch on: the app that opens CSV files takes it
+            NavController browser;
+            browser.view();
+            DocumentListController *list = showFolder(&browser, QFileInfo(path).absolutePath());
+            QCOMPARE(list->availableActions(), qint64(15));
+            LogSpy::clear();
+            list->activateItemAtURL(fileURL(path));
+            QCOMPARE(LogSpy::levelOf(QStringLiteral("openInDefaultApp returned YES, app launched")), LOG_DEBUG);
+            QTest::qWait(50);
+            QVERIFY(!browser.itemManager());
+        }
+        Settings::setQuickLaunchSource([] { return false; });
+        const auto restore = qScopeGuard([] { Settings::setQuickLaunchSource({}); });
+        NavController browser;
+        browser.view();
+        DocumentListController *list = showFolder(&browser, QFileInfo(path).absolutePath());
+        QCOMPARE(list->availableActions(), qint64(11));
+        LogSpy::clear();
+        list->activateItemAtURL(fileURL(path));
+        QVERIFY(LogSpy::withMessage(QStringLiteral("openInDefaultApp returned YES, app launched")).isEmpty());
+        QVERIFY(LogSpy::withMessage(QStringLiteral("openInDefaultApp returned NO, showing preview")).isEmpty());
+        QTRY_VERIFY(browser.itemManager());
+        QCOMPARE(browser.itemManager()->mode(), PreviewModePreview);
+        QCOMPARE(browser.topViewController(), QuickLookItemController::defaultController());
+        QCOMPARE(QuickLookItemController::defaultController()->currentPreviewItem(), fileURL(path));
     }
 
     void aTapInEditModeOpensNothing()
