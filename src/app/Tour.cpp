@@ -196,9 +196,9 @@ bool tourPreviews(NavController *browser, QWidget *window, const QString &direct
     const struct {
         const char *file;
         const char *name;
-    } documents[] = {{"Photos/Sunset.png", "12-quicklook-image"},
-                     {"Documents/Plan.pdf", "13-quicklook-pdf"},
-                     {"Shared/Team Notes.txt", "14-quicklook-text"}};
+    } documents[] = {{"Photos/Sunset.png", "11-quicklook-image"},
+                     {"Documents/Plan.pdf", "12-quicklook-pdf"},
+                     {"Shared/Team Notes.txt", "13-quicklook-text"}};
     for (const auto &document : documents) {
         const QUrl url = driveFile(QString::fromUtf8(document.file));
         if (QFileInfo::exists(url.toLocalFile()) && browser->showURLPreview_previewMode(url, PreviewModePreview)) {
@@ -217,7 +217,7 @@ bool tourPreviews(NavController *browser, QWidget *window, const QString &direct
         PreviewItemManager *manager = browser->itemManager();
         auto *screen = qobject_cast<PreviewDownloadViewController *>(browser->topViewController());
         if (manager && screen) {
-            ok &= snap(window, directory, prefix + QStringLiteral("15-download-before"));
+            ok &= snap(window, directory, prefix + QStringLiteral("14-download-before"));
             // a slowed store, so that the ring is seen part-filled
             DriveSetup::setStoreRate(4000000);
             screen->downloadView_didPressStartDownload(screen->downloadView(), survey);
@@ -225,7 +225,7 @@ bool tourPreviews(NavController *browser, QWidget *window, const QString &direct
             while (!during.hasExpired()) {
                 QApplication::processEvents(QEventLoop::AllEvents, 20);
             }
-            const QString duringPath = directory + QLatin1Char('/') + prefix + QStringLiteral("16-download-during.png");
+            const QString duringPath = directory + QLatin1Char('/') + prefix + QStringLiteral("15-download-during.png");
             const bool saved = window->grab().save(duringPath);
             QTextStream(stdout) << (saved ? "wrote " : "could not write ") << duringPath << '\n';
             ok &= saved;
@@ -233,7 +233,7 @@ bool tourPreviews(NavController *browser, QWidget *window, const QString &direct
             while (!done.hasExpired() && qobject_cast<PreviewDownloadViewController *>(browser->topViewController())) {
                 QApplication::processEvents(QEventLoop::AllEvents, 50);
             }
-            ok &= snap(window, directory, prefix + QStringLiteral("17-download-after"));
+            ok &= snap(window, directory, prefix + QStringLiteral("16-download-after"));
             FileUtils::evictDocument(survey);
         }
     }
@@ -241,12 +241,12 @@ bool tourPreviews(NavController *browser, QWidget *window, const QString &direct
 
     const QUrl brochure = driveFile(QStringLiteral("Projects/Brochure.pdf"));
     if (browser->showURLPreview_previewMode(brochure, PreviewModeDetails)) {
-        ok &= snap(window, directory, prefix + QStringLiteral("18-details-portrait"));
+        ok &= snap(window, directory, prefix + QStringLiteral("17-details-portrait"));
         // on its side: the window turned
         const QSize turned = size.transposed();
         window->resize(turned);
         Device::setWindowSize(turned);
-        ok &= snap(window, directory, prefix + QStringLiteral("19-details-landscape"));
+        ok &= snap(window, directory, prefix + QStringLiteral("18-details-landscape"));
         window->resize(size);
         Device::setWindowSize(size);
         settle(200);
@@ -258,7 +258,7 @@ bool tourPreviews(NavController *browser, QWidget *window, const QString &direct
         if (screen && browser->itemManager() && browser->itemManager()->item()) {
             browser->itemManager()->item()->setFileSize(150 * 1024 * 1024); // the record only, for the picture
             screen->downloadView_didPressStartDownload(screen->downloadView(), survey);
-            ok &= snap(window, directory, prefix + QStringLiteral("20-cellular-alert"));
+            ok &= snap(window, directory, prefix + QStringLiteral("19-cellular-alert"));
             if (ViewController *alert = screen->presentedViewController()) {
                 alert->dismissViewControllerAnimated(false);
             }
@@ -271,7 +271,7 @@ bool tourPreviews(NavController *browser, QWidget *window, const QString &direct
         list->view()->resize(window->size());
         browser->showActionsMenuFromView_url_presentedURL_completion(list->listView(), list->containedItems().constLast(),
                                                                     list->presentedURL(), {});
-        ok &= snap(window, directory, prefix + QStringLiteral("21-actions-menu"));
+        ok &= snap(window, directory, prefix + QStringLiteral("20-actions-menu"));
         if (ViewController *menu = browser->visibleViewController()->presentedViewController()) {
             menu->dismissViewControllerAnimated(false);
         }
@@ -327,7 +327,7 @@ bool tourInSize(const QString &directory, const QString &sizeName, const QSize &
         account.close();
         QFile::remove(DriveLayout::accountFile());
         browser->setupInitialViewController();
-        ok &= snap(&window, directory, prefix + QStringLiteral("22-drive-disabled"));
+        ok &= snap(&window, directory, prefix + QStringLiteral("21-drive-disabled"));
         if (account.open(QIODevice::WriteOnly)) {
             account.write(accountData);
             account.close();
