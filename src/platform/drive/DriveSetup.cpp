@@ -15,12 +15,12 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QFont>
 #include <QImage>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QLinearGradient>
 #include <QPainter>
-#include <QFont>
 #include <QPdfWriter>
 #include <QRandomGenerator>
 #include <QSaveFile>

@@ -80,7 +80,7 @@ void DocumentListController::setUp()
             showActionsForItemAtURL(index.data(DocumentListModel::UrlRole).toUrl());
         }
     });
-    m_model->setEntries(readEntries());
+    m_model->setEntries(readEntries(m_isDriveRoot, m_presentedURL.toLocalFile()));
     watchFolder();
 }
 
@@ -289,16 +289,15 @@ void DocumentListController::setEditing_animated(bool editing, bool animated)
     m_listView->viewport()->update();
 }
 
-QList<DocumentListEntry> DocumentListController::readEntries() const
+QList<DocumentListEntry> DocumentListController::readEntries(bool isDriveRoot, const QString &folderPath)
 {
-    return m_isDriveRoot ? DocumentListModel::entriesOfDriveRoot()
-                         : DocumentListModel::entriesOfFolder(m_presentedURL.toLocalFile());
+    return isDriveRoot ? DocumentListModel::entriesOfDriveRoot() : DocumentListModel::entriesOfFolder(folderPath);
 }
 
 void DocumentListController::reloadContents()
 {
     ++m_readGeneration; // what a background read still brings is older than this
-    applyEntries(readEntries());
+    applyEntries(readEntries(m_isDriveRoot, m_presentedURL.toLocalFile()));
 }
 
 void DocumentListController::reloadContentsInBackground()
@@ -317,8 +316,7 @@ void DocumentListController::reloadContentsInBackground()
     // a folder of a hundred thousand items takes a good part of a second to read and sort:
     // the list stays scrollable meanwhile
     DispatchQueue::globalAsync([self, generation, isDriveRoot, folderPath] {
-        QList<DocumentListEntry> entries = isDriveRoot ? DocumentListModel::entriesOfDriveRoot()
-                                                       : DocumentListModel::entriesOfFolder(folderPath);
+        QList<DocumentListEntry> entries = readEntries(isDriveRoot, folderPath);
         DispatchQueue::main()->async([self, generation, entries = std::move(entries)]() mutable {
             if (!self) {
                 return;

@@ -89,7 +89,8 @@ private:
     void setUp();
     void applyGridMode();
     void watchFolder();
-    QList<DocumentListEntry> readEntries() const;
+    /// The list's rows as they are on disk now; callable from any thread.
+    static QList<DocumentListEntry> readEntries(bool isDriveRoot, const QString &folderPath);
     void reloadContentsInBackground();
     void applyEntries(QList<DocumentListEntry> entries);
     void notifyItemsChanged();
