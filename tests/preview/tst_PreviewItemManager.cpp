@@ -78,6 +78,15 @@ private:
         QVERIFY(file.setFileTime(QDateTime::currentDateTime().addSecs(secondsAhead), QFileDevice::FileModificationTime));
     }
     /// A phone window whose stack holds one screen, for previews to go on.
+    /// A manager showing its screens in `navigation`, asked to preview the file at `path`.
+    static std::shared_ptr<PreviewItemManager> previewIn(NavigationController *navigation, const QString &path)
+    {
+        auto manager = PreviewItemManager::create();
+        manager->setNavigationController(navigation);
+        manager->previewItem(DRItem::initWithURL(QUrl::fromLocalFile(path)));
+        return manager;
+    }
+
     static NavigationController *stage(Window &window)
     {
         auto *navigation = new NavigationController;
@@ -232,9 +241,7 @@ private Q_SLOTS:
         Window window(QRect(0, 0, 390, 844));
         NavigationController *navigation = stage(window);
         useNetwork(QStringLiteral("cellular"), NetworkStateCellular); // no automatic start
-        auto manager = PreviewItemManager::create();
-        manager->setNavigationController(navigation);
-        manager->previewItem(DRItem::initWithURL(QUrl::fromLocalFile(path)));
+        auto manager = previewIn(navigation, path);
         auto *screen = qobject_cast<PreviewDownloadViewController *>(navigation->topViewController());
         QVERIFY(screen);
         LogSpy::clear();
@@ -260,9 +267,7 @@ private Q_SLOTS:
         QVERIFY(TestDrive::writeFile(path, "first"));
         Window window(QRect(0, 0, 390, 844));
         NavigationController *navigation = stage(window);
-        auto manager = PreviewItemManager::create();
-        manager->setNavigationController(navigation);
-        manager->previewItem(DRItem::initWithURL(QUrl::fromLocalFile(path)));
+        auto manager = previewIn(navigation, path);
         QuickLookItemController *viewer = QuickLookItemController::defaultController();
         QCOMPARE(navigation->topViewController(), viewer);
         QVERIFY(viewer->isVisible());
@@ -322,9 +327,7 @@ private Q_SLOTS:
         QVERIFY(TestDrive::writeFile(path, "before"));
         Window window(QRect(0, 0, 390, 844));
         NavigationController *navigation = stage(window);
-        auto manager = PreviewItemManager::create();
-        manager->setNavigationController(navigation);
-        manager->previewItem(DRItem::initWithURL(QUrl::fromLocalFile(path)));
+        auto manager = previewIn(navigation, path);
         QuickLookItemController *viewer = QuickLookItemController::defaultController();
         QCOMPARE(navigation->topViewController(), viewer);
         auto *text = qobject_cast<QPlainTextEdit *>(viewer->rendererWidget());
@@ -371,9 +374,7 @@ private Q_SLOTS:
         QVERIFY(TestDrive::writeFile(path, "g"));
         Window window(QRect(0, 0, 390, 844));
         NavigationController *navigation = stage(window);
-        auto manager = PreviewItemManager::create();
-        manager->setNavigationController(navigation);
-        manager->previewItem(DRItem::initWithURL(QUrl::fromLocalFile(path)));
+        auto manager = previewIn(navigation, path);
         QuickLookItemController *viewer = QuickLookItemController::defaultController();
         QCOMPARE(navigation->topViewController(), viewer);
         viewer->barButtonDeleteItem()->trigger();
@@ -397,9 +398,7 @@ private Q_SLOTS:
         QVERIFY(TestDrive::writeFile(path, "d"));
         Window window(QRect(0, 0, 390, 844));
         NavigationController *navigation = stage(window);
-        auto manager = PreviewItemManager::create();
-        manager->setNavigationController(navigation);
-        manager->previewItem(DRItem::initWithURL(QUrl::fromLocalFile(path)));
+        auto manager = previewIn(navigation, path);
         LogSpy::clear();
         QuickLookItemController::defaultController()->barButtonMoveItem()->trigger();
         auto *picker = qobject_cast<DocumentTargetSelectionController *>(navigation->presentedViewController());
@@ -459,9 +458,7 @@ private Q_SLOTS:
         useNetwork(QStringLiteral("cellular"), NetworkStateCellular); // nothing starts here
         Window window(QRect(0, 0, 390, 844));
         NavigationController *navigation = stage(window);
-        auto manager = PreviewItemManager::create();
-        manager->setNavigationController(navigation);
-        manager->previewItem(DRItem::initWithURL(QUrl::fromLocalFile(path)));
+        auto manager = previewIn(navigation, path);
         QVERIFY(qobject_cast<PreviewDownloadViewController *>(navigation->topViewController()));
         QCOMPARE(QProcess::execute(QStringLiteral(AEROVA_CTL_PATH), {QStringLiteral("download"), path}), 0);
         QTRY_COMPARE_WITH_TIMEOUT(navigation->topViewController(), QuickLookItemController::defaultController(), 5000);
