@@ -6,7 +6,9 @@
 #include "platform/ui/Application.h"
 #include "platform/ui/Device.h"
 #include "platform/types/IconForResourceProxy.h"
+#include "platform/drive/PromiseStore.h"
 #include "platform/ui/InstanceChannel.h"
+#include "platform/foundation/DispatchQueue.h"
 
 #include <QApplication>
 #include <QCommandLineParser>
@@ -79,6 +81,8 @@ int main(int argc, char *argv[])
     }
     InstanceChannel channel;
     channel.listen([](const QUrl &received, const QString &source) { openURL(received, source); });
+    // deletions and writes a killed process left half done are finished, away from the screen
+    DispatchQueue::globalAsync([] { PromiseStore::finishInterruptedWork(); });
 
     AppDelegate delegate;
     Application *application = Application::shared();

@@ -2,10 +2,13 @@
 // Aerova Drive: the drive on disk, the account, the network, promised items, containers, tags
 // and the storage quota.
 
+#include "model/FileUtils.h"
 #include "platform/drive/DriveFileManager.h"
+#include "platform/drive/DriveLayout.h"
 #include "platform/drive/DriveSetup.h"
 #include "platform/drive/FileCoordinator.h"
 #include "platform/drive/Progress.h"
+#include "platform/drive/PromisePlaceholder.h"
 #include "platform/drive/UbiquitousKeyValueStore.h"
 #include "platform/foundation/AerovaHome.h"
 
@@ -14,6 +17,8 @@
 #include <QStringList>
 #include <QTextStream>
 
+#include <cerrno>
+#include <cstring>
 #include <optional>
 
 namespace {
@@ -31,6 +36,7 @@ commands:
   store-rate BYTES_PER_SECOND   slow downloads from the store down (0: full speed)
   promise FILE...               turn files of the drive into promised items
   evict FILE...                 give downloaded items back to the store
+  remove FILE...                delete items from the device and the drive, as the app does
   download FILE                 download a promised item, printing its progress
   add-container ID NAME [--folders Any|One|None] [--types TYPE,TYPE...]
                                 register an app container
@@ -60,7 +66,16 @@ int report(const std::optional<Error> &error, const QString &what)
     if (!error) {
         return 0;
     }
-    QTextStream(stderr) << "aerovadrive-ctl: " << what << ": " << error->localizedDescription() << '\n';
+    // the file it is about and why, whenever the error knows them
+    QString text = error->localizedDescription();
+    const QString path = error->userInfo().value(QString::fromLatin1(ErrorKey::FilePath)).toString();
+    if (!path.isEmpty() && !text.contains(path) && path != what) {
+        text += QStringLiteral(" (") + path + QLatin1Char(')');
+    }
+    if (const QString reason = error->localizedFailureReason(); !reason.isEmpty() && !text.contains(reason)) {
+        text += QStringLiteral(": ") + reason;
+    }
+    QTextStream(stderr) << "aerovadrive-ctl: " << what << ": " << text << '\n';
     return 1;
 }
 
@@ -108,7 +123,21 @@ int download(const QStringList &args)
     if (args.size() != 1) {
         return usage(QStringLiteral("download takes one file"));
     }
-    const QUrl url = QUrl::fromLocalFile(QFileInfo(args.first()).absoluteFilePath());
+    const QString path = QFileInfo(args.first()).absoluteFilePath();
+    const QUrl url = QUrl::fromLocalFile(path);
+    if (!PromisePlaceholder::isPromisedItem(path)) {
+        // only a promise has anything to download: say what is there instead
+        const QFileInfo info(path);
+        if (info.isFile()) {
+            QTextStream(stdout) << "already downloaded " << path << Qt::endl;
+            return 0;
+        }
+        const QString what = info.isDir() ? QStringLiteral("is a folder, not a document only on the drive")
+            : info.exists()              ? QStringLiteral("is not a document only on the drive")
+                                         : QStringLiteral("no such item in the drive");
+        QTextStream(stderr) << "aerovadrive-ctl: " << args.first() << ": " << what << '\n';
+        return 1;
+    }
     const int subscription = Progress::addSubscriberForFileURL(url, [](std::shared_ptr<Progress> progress) {
         progress->addObserver(QStringLiteral("fractionCompleted"), [](const Progress &p) {
             QTextStream(stdout) << "progress " << qRound(p.fractionCompleted() * 100) << "%" << Qt::endl;
@@ -117,10 +146,20 @@ int download(const QStringList &args)
     });
     std::optional<Error> error;
     FileCoordinator coordinator;
+    bool downloaded = false;
     coordinator.coordinateReadingItemAtURL_options_error_byAccessor(
-        url, FileCoordinator::ReadingWithoutChanges, &error,
-        [](const QUrl &newURL) { QTextStream(stdout) << "downloaded " << newURL.toLocalFile() << Qt::endl; });
+        url, FileCoordinator::ReadingWithoutChanges, &error, [&downloaded](const QUrl &newURL) {
+            const QString local = newURL.toLocalFile();
+            downloaded = QFileInfo(local).isFile() && !PromisePlaceholder::isPromisedItem(local);
+            if (downloaded) {
+                QTextStream(stdout) << "downloaded " << local << Qt::endl;
+            }
+        });
     Progress::removeSubscriber(subscription);
+    if (!error && !downloaded) {
+        QTextStream(stderr) << "aerovadrive-ctl: " << args.first() << ": the download ended without the document\n";
+        return 1;
+    }
     return report(error, args.first());
 }
 
@@ -129,6 +168,12 @@ std::optional<Error> evict(const QString &path)
     std::optional<Error> error;
     DriveFileManager::evictUbiquitousItemAtURL_error(QUrl::fromLocalFile(path), &error);
     return error;
+}
+
+/// Deletes an item as the app does: from the device and from the drive.
+std::optional<Error> removeItem(const QString &path)
+{
+    return FileUtils::remove(QUrl::fromLocalFile(path));
 }
 
 /// A byte count: a number, optionally followed by KB, MB or GB (powers of 1000).
@@ -249,10 +294,20 @@ int main(int argc, char *argv[])
         return usage(QStringLiteral("init takes only --demo"));
     }
     if (command == QLatin1String("sign-in") && args.size() <= 1) {
-        return DriveFileManager::signIn(args.value(0, QStringLiteral("user@example.com"))) ? 0 : 1;
+        if (!DriveFileManager::signIn(args.value(0, QStringLiteral("user@example.com")))) {
+            QTextStream(stderr) << "aerovadrive-ctl: sign-in: cannot write " << DriveLayout::accountFile() << ": "
+                                << QString::fromLocal8Bit(std::strerror(errno)) << '\n';
+            return 1;
+        }
+        return 0;
     }
     if (command == QLatin1String("sign-out") && args.isEmpty()) {
-        return DriveFileManager::signOut() ? 0 : 1;
+        if (!DriveFileManager::signOut()) {
+            QTextStream(stderr) << "aerovadrive-ctl: sign-out: cannot remove " << DriveLayout::accountFile() << ": "
+                                << QString::fromLocal8Bit(std::strerror(errno)) << '\n';
+            return 1;
+        }
+        return 0;
     }
     if (command == QLatin1String("network") && args.size() == 1) {
         const QString state = args.first();
@@ -277,6 +332,9 @@ int main(int argc, char *argv[])
     }
     if (command == QLatin1String("evict")) {
         return forEachFile(args, &evict);
+    }
+    if (command == QLatin1String("remove")) {
+        return forEachFile(args, &removeItem);
     }
     if (command == QLatin1String("download")) {
         return download(args);

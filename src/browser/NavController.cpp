@@ -439,8 +439,18 @@ void NavController::encodeRestorableStateWithCoder(StateCoder &coder)
 void NavController::decodeRestorableStateWithCoder(const StateCoder &coder)
 {
     NavigationController::decodeRestorableStateWithCoder(coder);
-    const QUrl url = coder.decodeObjectForKey(QStringLiteral("url")).toUrl();
-    if (url.isEmpty() || !FileUtils::exists(url) || !FileUtils::isFile(url)) {
+    QUrl url = coder.decodeObjectForKey(QStringLiteral("url")).toUrl();
+    // the saved state is a file another process may have written: it is held to the drive
+    // like a launch URL, and the item shown is the one checked
+    const QString resolved = kd_resolvedPathInMobileDocuments(url);
+    if (resolved.isNull()) {
+        if (!url.isEmpty()) {
+            DRLog(LOG_ERR, "Not restoring %@: it is not an item inside the drive", url);
+        }
+        return;
+    }
+    url = QUrl::fromLocalFile(resolved);
+    if (!FileUtils::exists(url) || !FileUtils::isFile(url)) {
         return;
     }
     startPreviewManager(coder.decodeIntegerForKey(QStringLiteral("PreviewMode")))->previewItem(DRItem::initWithURL(url));
@@ -473,15 +483,19 @@ void NavController::showPreview_Splitview_previewMode(const std::shared_ptr<DRIt
     }
 }
 
-bool NavController::showURLPreview_previewMode(const QUrl &url, PreviewMode mode)
+bool NavController::showURLPreview_previewMode(const QUrl &requestedURL, PreviewMode mode)
 {
-    if (url.isEmpty()) {
+    if (requestedURL.isEmpty()) {
         return false;
     }
-    if (!kd_isInMobileDocuments(url)) {
-        DRLog(LOG_DEBUG, "Preview URL is not in the Mobile Documents dir: %@", url);
+    // decided on where the URL really leads, links and ".." resolved as the kernel would, and
+    // from here on only that checked path is used
+    const QString resolved = kd_resolvedPathInMobileDocuments(requestedURL);
+    if (resolved.isNull() || !kd_isInMobileDocuments(requestedURL)) {
+        DRLog(LOG_DEBUG, "Preview URL is not in the Mobile Documents dir: %@", requestedURL);
         return false;
     }
+    const QUrl url = resolved == requestedURL.toLocalFile() ? requestedURL : QUrl::fromLocalFile(resolved);
     const QUrl folder = FileUtils::isDir(url) ? url : url.adjusted(QUrl::RemoveFilename | QUrl::StripTrailingSlash);
     if (folder.isEmpty() || !folder.isValid()) {
         DRLog(LOG_ERR, "Can't get directory for %@. Not previewing", url);

@@ -106,6 +106,17 @@ std::optional<Error> FileUtils::mkdir(const QUrl &url)
     const std::optional<Error> result = coordinatedWrite(
         url, FileCoordinator::WritingForReplacing, [&url](const QUrl &newURL) -> std::optional<Error> {
             std::error_code ec;
+            if (!kd_isInMobileDocuments(newURL)) {
+                const Error error = Error::fromErrno(EACCES, newURL.toLocalFile());
+                DRLog(LOG_ERR, "failed to create directory:'%@': %@", url, error);
+                return error;
+            }
+            if (PromisePlaceholder::isPromisedItem(QDir::cleanPath(newURL.toLocalFile()))) {
+                // a document only on the drive holds its name as a downloaded one does
+                const Error error = Error::fromErrno(EEXIST, newURL.toLocalFile());
+                DRLog(LOG_ERR, "failed to create directory:'%@': %@", url, error);
+                return error;
+            }
             std::filesystem::create_directories(QFile::encodeName(newURL.toLocalFile()).toStdString(), ec);
             if (!ec && !QFileInfo(newURL.toLocalFile()).isDir()) {
                 ec = std::make_error_code(std::errc::file_exists);
@@ -426,6 +437,16 @@ bool FileUtils::isValidFilename(const QString &name)
         || name.contains(QLatin1Char(':'))) {
         return false;
     }
-    const QList<uint> codePoints = name.toUcs4();
-    return std::none_of(codePoints.begin(), codePoints.end(), [](uint c) { return isForbiddenCharacter(c); });
+    // walked by hand: a conversion to UCS-4 would turn a lone surrogate into U+FFFD first
+    for (qsizetype i = 0; i < name.size(); ++i) {
+        const QChar ch = name.at(i);
+        char32_t codePoint = ch.unicode();
+        if (ch.isHighSurrogate() && i + 1 < name.size() && name.at(i + 1).isLowSurrogate()) {
+            codePoint = QChar::surrogateToUcs4(ch, name.at(++i));
+        }
+        if (isForbiddenCharacter(codePoint)) {
+            return false;
+        }
+    }
+    return true;
 }

@@ -18,6 +18,7 @@
 #include <QDir>
 #include <QProcess>
 #include <QRegularExpression>
+#include <QTemporaryDir>
 #include <QTest>
 
 class tst_AppDelegate : public QObject
@@ -184,6 +185,43 @@ private Q_SLOTS:
         delegate.application_willFinishLaunchingWithOptions(nullptr, {});
         QVERIFY(!delegate.application_openURL_options(nullptr, itemURL(QStringLiteral("Work/escape/hostname")),
                                                       from(QStringLiteral("com.quillmere.GuiTest"))));
+    }
+
+    // "link/%252e%252e/x" decodes to "link/../x": cleaned as text it looks inside the drive, but
+    // the kernel goes through the link first. The decision is made on the real path.
+    void dotDotBehindALinkIsJudgedWhereItReallyLeads()
+    {
+        QTemporaryDir outside;
+        QVERIFY(QDir().mkpath(outside.path() + QStringLiteral("/inner")));
+        QVERIFY(TestDrive::writeFile(outside.path() + QStringLiteral("/secret.txt"), "secret"));
+        QVERIFY(QFile::link(outside.path() + QStringLiteral("/inner"), m_drive.path(QStringLiteral("sublink"))));
+        // a file of the same name inside the drive is what a lexical check would have approved
+        QVERIFY(TestDrive::writeFile(m_drive.path(QStringLiteral("secret.txt")), "mine"));
+        AppDelegate delegate;
+        delegate.application_willFinishLaunchingWithOptions(nullptr, {});
+        auto *browser = qobject_cast<NavController *>(delegate.rootWindow()->rootViewController());
+        const QList<ViewController *> before = browser->viewControllers();
+        const QUrl url(QStringLiteral("aerovadriveapp://") + m_drive.root() + QStringLiteral("/sublink/%252e%252e/secret.txt"));
+        QUrl file;
+        PreviewMode mode = -1;
+        QVERIFY(AppDelegate::fileURLAndModeForURL(url, &file, &mode));
+        QVERIFY(file.toLocalFile().contains(QStringLiteral("sublink/../secret.txt")));
+        QVERIFY(!delegate.application_openURL_options(nullptr, url, from(QStringLiteral("com.quillmere.GuiTest"))));
+        QCOMPARE(browser->viewControllers(), before);
+        QVERIFY(QFile::remove(m_drive.path(QStringLiteral("sublink"))));
+    }
+
+    // A bookmark (a link as the item itself) that leads out of the drive opens nothing.
+    void bookmarkOutOfTheDriveIsRefused()
+    {
+        QTemporaryDir outside;
+        QVERIFY(TestDrive::writeFile(outside.path() + QStringLiteral("/passwd"), "root:x:0:0"));
+        QVERIFY(QFile::link(outside.path() + QStringLiteral("/passwd"), m_drive.path(QStringLiteral("Work/passwd"))));
+        AppDelegate delegate;
+        delegate.application_willFinishLaunchingWithOptions(nullptr, {});
+        QVERIFY(!delegate.application_openURL_options(nullptr, itemURL(QStringLiteral("Work/passwd")),
+                                                      from(QStringLiteral("com.quillmere.GuiTest"))));
+        QVERIFY(QFile::remove(m_drive.path(QStringLiteral("Work/passwd"))));
     }
 
     // deliberate: a tablet without QuickLaunch shows no browser, so no URL can open anything

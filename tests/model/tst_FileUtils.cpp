@@ -246,6 +246,10 @@ private slots:
         QTest::newRow("dot and space") << QStringLiteral("a.b c") << true;
         QTest::newRow("accents") << QStringLiteral("Café Menü.txt") << true;
         QTest::newRow("emoji") << QStringLiteral("Trip 🏖.jpg") << true;
+        // a lone surrogate cannot be written as a file name; it would land as U+FFFD
+        QTest::newRow("lone high surrogate") << (QString(QChar(0xD800)) + QStringLiteral(".pdf")) << false;
+        QTest::newRow("lone low surrogate") << (QStringLiteral("a") + QChar(0xDC00) + QStringLiteral(".pdf")) << false;
+        QTest::newRow("swapped surrogates") << (QString(QChar(0xDE00)) + QChar(0xD83D)) << false;
     }
     void isValidFilenameRefusesBadNames()
     {

@@ -4,7 +4,11 @@
 
 #include <QDir>
 #include <QFile>
+#include <QElapsedTimer>
+#include <QHash>
 #include <QListView>
+#include <QTemporaryDir>
+#include <QTimer>
 #include <QTest>
 
 class tst_DocumentListController : public QObject
@@ -59,6 +63,52 @@ private slots:
             }
         }
         QTRY_COMPARE(names(&list), expected);
+    }
+
+    // A folder that never stops changing (a program writing a file every 100 ms) is still shown:
+    // each change is on screen within a bounded delay instead of waiting for a quiet moment.
+    void folderThatKeepsChangingIsStillListed()
+    {
+        const QString folder = m_drive.freshFolder(QStringLiteral("Churn"));
+        DocumentListController list(QUrl::fromLocalFile(folder), nullptr);
+        QCOMPARE(names(&list), QStringList());
+        int written = 0;
+        QTimer churn;
+        churn.setInterval(100);
+        connect(&churn, &QTimer::timeout, this, [&] {
+            TestDrive::writeFile(folder + QStringLiteral("/churn %1.txt").arg(written++, 4, 10, QLatin1Char('0')), "x");
+        });
+        churn.start();
+        QElapsedTimer elapsed;
+        elapsed.start();
+        // under a change every 100 ms, the first rows must show long before the churn ends
+        QTRY_VERIFY_WITH_TIMEOUT(names(&list).size() >= 3, 3000);
+        QVERIFY(churn.isActive());
+        churn.stop();
+        QTRY_COMPARE(names(&list).size(), written);
+    }
+
+    // A link in the drive that leads out of it is no folder: nothing outside the drive is
+    // listed or walked into through it; a link to a folder inside the drive stays one.
+    void linkOutOfTheDriveIsNotAFolder()
+    {
+        const QString folder = m_drive.freshFolder(QStringLiteral("Links"));
+        QTemporaryDir outside;
+        QVERIFY(QDir().mkpath(outside.path() + QStringLiteral("/Secrets")));
+        QVERIFY(QFile::link(outside.path() + QStringLiteral("/Secrets"), folder + QStringLiteral("/Out")));
+        QVERIFY(QDir().mkpath(folder + QStringLiteral("/Inner")));
+        QVERIFY(QFile::link(folder + QStringLiteral("/Inner"), folder + QStringLiteral("/In")));
+        DocumentListController list(QUrl::fromLocalFile(folder), nullptr);
+        QHash<QString, bool> isFolder;
+        for (const DocumentListEntry &entry : list.model()->entries()) {
+            isFolder.insert(entry.name, entry.isFolder);
+        }
+        QCOMPARE(isFolder.value(QStringLiteral("Out"), true), false);
+        QCOMPARE(isFolder.value(QStringLiteral("In")), true);
+        QCOMPARE(isFolder.value(QStringLiteral("Inner")), true);
+        QVERIFY(DocumentListController::listControllerHierarchyForURL(
+                    QUrl::fromLocalFile(folder + QStringLiteral("/Out")), nullptr)
+                    .isEmpty());
     }
 
     // An explicit reload lists the folder as it is before it returns, and nothing read in the

@@ -5,15 +5,25 @@
 #include "platform/drive/PromisePlaceholder.h"
 #include "platform/drive/PromiseStore.h"
 #include "platform/foundation/CancellationToken.h"
+#include "platform/drive/DriveLayout.h"
+#include "platform/drive/KDURL.h"
+#include "support/LogSpy.h"
 #include "support/TestDrive.h"
 
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QProcess>
+#include <QRandomGenerator>
+#include <QTemporaryDir>
 #include <QTest>
+#include <QThread>
 
 #include <csignal>
+#include <sys/stat.h>
+#include <utime.h>
 
 class tst_PromiseStore : public QObject
 {
@@ -30,6 +40,26 @@ private:
     static QStringList visibleAndHidden(const QString &folder)
     {
         return QDir(folder).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
+    }
+    /// Points the placeholder of the promised item at `path` to another store key.
+    static bool setStoreKey(const QString &path, const QString &storeKey)
+    {
+        const QString placeholder = PromisePlaceholder::placeholderPathFor(path);
+        QJsonObject json = QJsonDocument::fromJson(read(placeholder)).object();
+        json.insert(QStringLiteral("storeKey"), storeKey);
+        return TestDrive::writeFile(placeholder, QJsonDocument(json).toJson());
+    }
+    /// The store's content of the promised item at `path`.
+    static QString storedContentOf(const QString &path)
+    {
+        std::optional<Error> error;
+        const auto placeholder = PromisePlaceholder::read(PromisePlaceholder::placeholderPathFor(path), &error);
+        return placeholder ? placeholder->storeFilePath() : QString();
+    }
+    static bool makeOld(const QString &path)
+    {
+        const utimbuf old{0, 0};
+        return ::utime(QFile::encodeName(path).constData(), &old) == 0;
     }
 
 private slots:
@@ -182,6 +212,223 @@ private slots:
         QVERIFY(!PromiseStore::removeItem(folder + QStringLiteral("/sub")));
         QVERIFY(!QFileInfo::exists(stored));
         QVERIFY(!QFileInfo::exists(folder + QStringLiteral("/sub")));
+    }
+
+    // A placeholder's store key comes from outside the app: one that climbs out of the store
+    // must never make a download read, a delete remove or an evict replace a file elsewhere.
+    void storeKeyLeadingOutOfTheStoreIsRefused()
+    {
+        QTemporaryDir outside;
+        const QString victim = outside.path() + QStringLiteral("/victim.key");
+        QVERIFY(TestDrive::writeFile(victim, "secret"));
+        const QString climbing = QDir(DriveLayout::storePath()).relativeFilePath(victim);
+        QVERIFY(climbing.startsWith(QStringLiteral("../")));
+
+        const QString folder = m_drive.freshFolder(QStringLiteral("storekey"));
+        const QString path = folder + QStringLiteral("/Stolen.txt");
+        QVERIFY(TestDrive::writeFile(path, "mine"));
+        QVERIFY(!DriveSetup::promise(path));
+        QVERIFY(setStoreKey(path, climbing));
+        LogSpy::clear();
+
+        const std::optional<Error> download = PromiseStore::materialize(path, nullptr);
+        QVERIFY(download);
+        QCOMPARE(download->code(), qint64(UbiquityFileUnavailableError));
+        QVERIFY(!QFileInfo::exists(path));
+        QVERIFY(PromisePlaceholder::isPromisedItem(path)); // still listed, its content unavailable
+        const QString refusal = QStringLiteral("Refusing the store key \"%1\" of %2: a store key is one name of "
+                                               "letters, digits, '-' and '_'")
+                                    .arg(climbing, PromisePlaceholder::placeholderPathFor(path));
+        QCOMPARE(LogSpy::levelOf(refusal), LOG_ERR);
+
+        QVERIFY(!PromiseStore::removeItem(path));
+        QVERIFY(!PromisePlaceholder::isPromisedItem(path));
+        QCOMPARE(read(victim), QByteArray("secret"));
+
+        // a downloaded file whose store-key attribute climbs out is not evicted over the victim
+        const QString real = folder + QStringLiteral("/Real.txt");
+        QVERIFY(TestDrive::writeFile(real, "real content"));
+        {
+            QFile file(real);
+            QVERIFY(file.open(QIODevice::ReadWrite));
+            FileAttributes::setStoreKey(file.handle(), climbing);
+        }
+        const std::optional<Error> eviction = PromiseStore::evict(real);
+        QVERIFY(eviction);
+        QCOMPARE(read(real), QByteArray("real content"));
+        QVERIFY(!PromisePlaceholder::isPromisedItem(real));
+        QCOMPARE(read(victim), QByteArray("secret"));
+
+        for (const QString &bad : {QStringLiteral(".."), QStringLiteral("a/b"), QStringLiteral("a.b"),
+                                   QStringLiteral(""), QString(129, QLatin1Char('a')), QStringLiteral("caf\u00e9")}) {
+            QVERIFY2(!PromisePlaceholder::isStoreKey(bad), qPrintable(bad));
+            QVERIFY(PromisePlaceholder::storeFilePathForKey(bad).isEmpty());
+        }
+        QVERIFY(PromisePlaceholder::isStoreKey(PromisePlaceholder::newStoreKey()));
+    }
+
+    // A size or a date from a server is checked: 1e300 bytes is no size (converting it would be
+    // undefined), and the item shows with its size unknown.
+    void absurdSizeInPlaceholderIsRefused()
+    {
+        const QString folder = m_drive.freshFolder(QStringLiteral("size"));
+        const QString path = folder + QStringLiteral("/Huge.bin");
+        QVERIFY(TestDrive::writeFile(path, "x"));
+        QVERIFY(!DriveSetup::promise(path));
+        for (const QByteArray &size : {QByteArray("1e300"), QByteArray("-5"), QByteArray("2.5"), QByteArray("\"12\"")}) {
+            QJsonObject json = QJsonDocument::fromJson(read(PromisePlaceholder::placeholderPathFor(path))).object();
+            json.remove(QStringLiteral("size"));
+            QByteArray bytes = QJsonDocument(json).toJson(QJsonDocument::Compact);
+            bytes.insert(1, "\"size\":" + size + ",");
+            QVERIFY(TestDrive::writeFile(PromisePlaceholder::placeholderPathFor(path), bytes));
+            std::optional<Error> error;
+            const auto placeholder = PromisePlaceholder::read(PromisePlaceholder::placeholderPathFor(path), &error);
+            QVERIFY2(placeholder, size.constData());
+            QCOMPARE(placeholder->size, qint64(-1));
+        }
+    }
+
+    // A placeholder that is a FIFO or a device is never opened for reading in a way that
+    // blocks, and never read without end: the item is simply not a usable promise.
+    void placeholderThatIsAFifoOrDeviceDoesNotHang()
+    {
+        const QString folder = m_drive.freshFolder(QStringLiteral("fifo"));
+        const QString fifo = PromisePlaceholder::placeholderPathFor(folder + QStringLiteral("/Pipe.txt"));
+        QCOMPARE(::mkfifo(QFile::encodeName(fifo).constData(), 0644), 0);
+        const QString zero = PromisePlaceholder::placeholderPathFor(folder + QStringLiteral("/Zero.txt"));
+        QVERIFY(QFile::link(QStringLiteral("/dev/zero"), zero));
+        std::optional<Error> error;
+        QVERIFY(!PromisePlaceholder::read(fifo, &error));
+        QCOMPARE(error->code(), qint64(FileReadCorruptFileError));
+        QVERIFY(!PromisePlaceholder::read(zero, &error));
+        QVERIFY(PromiseStore::materialize(folder + QStringLiteral("/Pipe.txt"), nullptr));
+    }
+
+    // Deleting a folder is all or nothing for the user even when the process is killed at any
+    // instant: the folder is either whole in its place or gone, and the next start removes what
+    // was left, the store content of its promised items included.
+    void folderDeleteKilledAtAnyInstantIsWholeOrGone()
+    {
+        const QString folder = m_drive.freshFolder(QStringLiteral("killdelete"));
+        QStringList names;
+        for (int i = 0; i < 400; ++i) {
+            names << QStringLiteral("doc %1.txt").arg(i, 3, 10, QLatin1Char('0'));
+        }
+        QRandomGenerator random(20261122);
+        int goneCount = 0;
+        for (int round = 0; round < 12; ++round) {
+            const QString target = folder + QStringLiteral("/Folder");
+            QStringList stored;
+            for (int i = 0; i < names.size(); ++i) {
+                const QString item = target + QStringLiteral("/sub %1/").arg(i % 4) + names.at(i);
+                QVERIFY(TestDrive::writeFile(item, "content"));
+                if (i % 2 == 0) {
+                    QVERIFY(!DriveSetup::promise(item));
+                    stored << storedContentOf(item);
+                }
+            }
+            QProcess child;
+            child.start(QStringLiteral(AEROVA_CTL_PATH), {QStringLiteral("remove"), target});
+            QVERIFY(child.waitForStarted());
+            // from the process's start to well past its end
+            QThread::usleep(random.bounded(0, 250000));
+            ::kill(pid_t(child.processId()), SIGKILL);
+            QVERIFY(child.waitForFinished());
+
+            const bool whole = QFileInfo(target).isDir();
+            if (whole) {
+                for (int i = 0; i < names.size(); ++i) {
+                    const QString item = target + QStringLiteral("/sub %1/").arg(i % 4) + names.at(i);
+                    QVERIFY2(QFileInfo::exists(item) || PromisePlaceholder::isPromisedItem(item), qPrintable(item));
+                }
+                for (const QString &content : std::as_const(stored)) {
+                    QVERIFY(QFileInfo::exists(content));
+                }
+                QVERIFY(!PromiseStore::removeItem(target));
+            } else {
+                ++goneCount;
+                PromiseStore::finishInterruptedWork(std::chrono::seconds(0)); // the next start
+            }
+            QVERIFY(!QFileInfo::exists(target));
+            for (const QString &content : std::as_const(stored)) {
+                QVERIFY2(!QFileInfo::exists(content), qPrintable(content));
+            }
+            QVERIFY(visibleAndHidden(DriveLayout::mobileDocumentsPath() + QStringLiteral("/.pending-deletions")).isEmpty());
+        }
+        QVERIFY(goneCount > 0);
+    }
+
+    // What a killed writer left behind is cleaned at the next start: a half-written placeholder,
+    // a half-received download, a deletion out of sight; nothing young (another process may be
+    // writing it now) and no real item is touched.
+    void leftOversOfKilledWritersAreCleanedAtStart()
+    {
+        const QString folder = m_drive.freshFolder(QStringLiteral("leftovers"));
+        const QString oldTemp = folder + QStringLiteral("/.promise-Ab12Cd");
+        const QString youngTemp = folder + QStringLiteral("/.promise-Zz99Yy");
+        const QString oldDownload = folder + QStringLiteral("/.Movie.mp4.download-x1Y2z3");
+        QVERIFY(TestDrive::writeFile(oldTemp, "{"));
+        QVERIFY(TestDrive::writeFile(youngTemp, "{"));
+        QVERIFY(TestDrive::writeFile(oldDownload, "partial"));
+        QVERIFY(makeOld(oldTemp));
+        QVERIFY(makeOld(oldDownload));
+        // an item named like a temporary file is still an item
+        const QString promised = folder + QStringLiteral("/promise-Ab12Cd");
+        QVERIFY(TestDrive::writeFile(promised, "kept"));
+        QVERIFY(!DriveSetup::promise(promised));
+        QVERIFY(makeOld(PromisePlaceholder::placeholderPathFor(promised)));
+        // a deletion taken out of sight by a process that was then killed
+        const QString doomed = folder + QStringLiteral("/Doomed/a.txt");
+        QVERIFY(TestDrive::writeFile(doomed, "a"));
+        QVERIFY(!DriveSetup::promise(doomed));
+        const QString doomedContent = storedContentOf(doomed);
+        const QString pending = DriveLayout::mobileDocumentsPath() + QStringLiteral("/.pending-deletions");
+        QVERIFY(QDir().mkpath(pending));
+        QVERIFY(QDir().rename(folder + QStringLiteral("/Doomed"), pending + QStringLiteral("/0123456789abcdef0123456789abcdef")));
+
+        PromiseStore::finishInterruptedWork();
+        QVERIFY(!QFileInfo::exists(oldTemp));
+        QVERIFY(!QFileInfo::exists(oldDownload));
+        QVERIFY(QFileInfo::exists(youngTemp));
+        QVERIFY(PromisePlaceholder::isPromisedItem(promised));
+        QVERIFY(!QFileInfo::exists(doomedContent));
+        QVERIFY(visibleAndHidden(pending).isEmpty());
+    }
+
+    // Moving a promised item is one rename of its placeholder: nothing half-written is left in
+    // the destination whenever the process dies, and the item is named after its new name.
+    void promisedItemMovesInOneRename()
+    {
+        const QString folder = m_drive.freshFolder(QStringLiteral("moveone"));
+        const QString from = folder + QStringLiteral("/Old.txt");
+        QVERIFY(TestDrive::writeFile(from, "moving"));
+        QVERIFY(!DriveSetup::promise(from));
+        QVERIFY(QDir().mkpath(folder + QStringLiteral("/Target")));
+        const QString to = folder + QStringLiteral("/Target/New.txt");
+        std::optional<Error> error;
+        QVERIFY(kd_movePromisedItemAtURL_toURL_error(QUrl::fromLocalFile(from), QUrl::fromLocalFile(to), &error));
+        QCOMPARE(visibleAndHidden(folder + QStringLiteral("/Target")), QStringList{QStringLiteral(".New.txt.promise")});
+        QCOMPARE(PromisePlaceholder::read(PromisePlaceholder::placeholderPathFor(to), &error)->name, QStringLiteral("New.txt"));
+        QVERIFY(!PromiseStore::materialize(to, nullptr));
+        QCOMPARE(read(to), QByteArray("moving"));
+    }
+
+    // A deletion through a linked folder would remove what the link leads to: it is refused.
+    void deleteThroughLinkedFolderIsRefused()
+    {
+        QTemporaryDir outside;
+        const QString victim = outside.path() + QStringLiteral("/passwd");
+        QVERIFY(TestDrive::writeFile(victim, "root:x:0:0"));
+        const QString folder = m_drive.freshFolder(QStringLiteral("linkdelete"));
+        QVERIFY(QFile::link(outside.path(), folder + QStringLiteral("/etc")));
+        const std::optional<Error> error = PromiseStore::removeItem(folder + QStringLiteral("/etc/passwd"));
+        QVERIFY(error);
+        QCOMPARE(error->code(), qint64(FileWriteNoPermissionError));
+        QCOMPARE(read(victim), QByteArray("root:x:0:0"));
+        // the link itself goes, and only the link
+        QVERIFY(!PromiseStore::removeItem(folder + QStringLiteral("/etc")));
+        QVERIFY(!QFileInfo(folder + QStringLiteral("/etc")).isSymLink());
+        QCOMPARE(read(victim), QByteArray("root:x:0:0"));
     }
 };
 

@@ -40,6 +40,24 @@ private slots:
         QCOMPARE(StringFormat::format("%@", QVariantMap{{QStringLiteral("k"), 1}}), QStringLiteral("{\n    k = 1;\n}"));
     }
 
+    // A format from outside (a translation, a file) with an absurd width or precision must
+    // not make the app allocate gigabytes or print for minutes: both are kept to 1024.
+    void absurdWidthAndPrecisionAreClamped()
+    {
+        QCOMPARE(StringFormat::format("%2000000000@", QStringLiteral("x")).size(), 1024);
+        QCOMPARE(StringFormat::format("%99999999999999999999@", QStringLiteral("x")).size(), 1024);
+        QCOMPARE(StringFormat::format("%99999999d", 7).size(), 1024);
+        const QString fraction = StringFormat::format("%.99999999f", 0.5);
+        QCOMPARE(fraction.size(), 2 + 1024);
+        QVERIFY(fraction.startsWith(QStringLiteral("0.5000")));
+        QCOMPARE(StringFormat::format("%-5@|", QStringLiteral("ab")), QStringLiteral("ab   |"));
+        QCOMPARE(StringFormat::format("%.2s", "abc"), QStringLiteral("ab"));
+        QCOMPARE(StringFormat::format("%.f", 2.4), QStringLiteral("2"));
+        // digits of other scripts are not a width
+        QCOMPARE(StringFormat::format("%\u0663@", QStringLiteral("x")), QStringLiteral("%\u0663@"));
+        QCOMPARE(StringFormat::format("%99999999999$@", QStringLiteral("x")), QStringLiteral("(null)"));
+    }
+
     // An error prints its domain and code, which is what a log reader needs.
     void errorPrintsDomainAndCode()
     {

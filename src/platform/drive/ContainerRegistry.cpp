@@ -2,13 +2,19 @@
 
 #include "platform/drive/DriveLayout.h"
 #include "platform/drive/KDContainer.h"
+#include "platform/drive/ServiceFile.h"
+
+#include "app/DRLogging.h"
 
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
+#include <QRegularExpression>
 #include <QSaveFile>
+
+#include <cerrno>
 
 namespace {
 
@@ -23,16 +29,27 @@ std::shared_ptr<KDContainer> fromJson(const QJsonObject &object)
                                          object.value(QStringLiteral("documentsTypes")).toArray().toVariantList());
 }
 
-QJsonArray readContainersArray(const QString &path)
+QJsonArray readContainersArray(const QString &path, std::optional<Error> *error = nullptr)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
+    const std::optional<QJsonObject> registry = ServiceFile::readObject(path, error);
+    if (!registry) {
         return {};
     }
-    return QJsonDocument::fromJson(file.readAll()).object().value(QStringLiteral("containers")).toArray();
+    const QJsonValue containers = registry->value(QStringLiteral("containers"));
+    if (!containers.isArray()) {
+        DRLog(LOG_ERR, "Ignoring %@: it has no \"containers\" list", path);
+        return {};
+    }
+    return containers.toArray();
 }
 
 } // namespace
+
+bool ContainerRegistry::isContainerIdentifier(const QString &identifier)
+{
+    static const QRegularExpression pattern(QStringLiteral("^[A-Za-z0-9_-][A-Za-z0-9._-]{0,254}$"));
+    return pattern.match(identifier).hasMatch() && identifier != QLatin1String("..");
+}
 
 ContainerRegistry *ContainerRegistry::shared()
 {
@@ -56,7 +73,10 @@ void ContainerRegistry::reloadIfChanged()
     bool hasDefault = false;
     for (const QJsonValue &value : readContainersArray(path)) {
         auto container = fromJson(value.toObject());
-        if (container->identifier().isEmpty()) {
+        if (!isContainerIdentifier(container->identifier())) {
+            // a container is a folder of the drive's root: a path of its own would lead elsewhere
+            DRLog(LOG_ERR, "Ignoring the container \"%@\" of %@: an identifier is one name of letters, digits, '.', '-' and '_'",
+                  container->identifier(), path);
             continue;
         }
         hasDefault = hasDefault || container->isDefaultContainer();
@@ -102,10 +122,14 @@ QJsonObject ContainerRegistry::describe(const QString &identifier, const QString
     return object;
 }
 
-bool ContainerRegistry::registerContainer(const QJsonObject &description)
+std::optional<Error> ContainerRegistry::registerContainer(const QJsonObject &description)
 {
     const QString path = DriveLayout::containersFile();
-    QJsonArray containers = readContainersArray(path);
+    std::optional<Error> readError;
+    QJsonArray containers = readContainersArray(path, &readError);
+    if (readError) {
+        return readError; // the others' registrations are not overwritten by a guess
+    }
     const QString identifier = description.value(QStringLiteral("identifier")).toString();
     for (qsizetype i = containers.size() - 1; i >= 0; --i) {
         if (containers.at(i).toObject().value(QStringLiteral("identifier")).toString() == identifier) {
@@ -116,8 +140,12 @@ bool ContainerRegistry::registerContainer(const QJsonObject &description)
     QDir().mkpath(QFileInfo(path).absolutePath());
     QSaveFile file(path);
     if (!file.open(QIODevice::WriteOnly)) {
-        return false;
+        return Error::fromErrno(errno ? errno : EACCES, path);
     }
     file.write(QJsonDocument(QJsonObject{{QStringLiteral("containers"), containers}}).toJson());
-    return file.commit();
+    if (!file.commit()) {
+        return Error::fileError(FileWriteUnknownError, {{QString::fromLatin1(ErrorKey::FilePath), path},
+                                                        {QString::fromLatin1(ErrorKey::LocalizedFailureReason), file.errorString()}});
+    }
+    return std::nullopt;
 }

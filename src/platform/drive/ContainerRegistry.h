@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/foundation/Error.h"
+
 #include <QDateTime>
 #include <QJsonObject>
 #include <QList>
@@ -7,6 +9,7 @@
 #include <QString>
 
 #include <memory>
+#include <optional>
 
 class KDContainer;
 
@@ -27,8 +30,12 @@ public:
 
     std::shared_ptr<KDContainer> containerWithIdentifier(const QString &identifier);
 
-    /// Adds or replaces a container in the file (used by the control program and tests).
-    static bool registerContainer(const QJsonObject &description);
+    /// Adds or replaces a container in the file (used by the control program and tests). A
+    /// file that cannot be read is an error and stays as it is.
+    static std::optional<Error> registerContainer(const QJsonObject &description);
+    /// A container's identifier names one folder of the drive's root: letters, digits, '.',
+    /// '-' and '_', not beginning with '.'.
+    static bool isContainerIdentifier(const QString &identifier);
     static QJsonObject describe(const QString &identifier, const QString &localizedName,
                                 const QString &supportedFolderLevels, const QStringList &contentTypes);
 

@@ -4,6 +4,9 @@
 #include "platform/drive/KDContainer.h"
 #include "platform/drive/KDURL.h"
 #include "platform/drive/PromiseStore.h"
+#include "platform/drive/ServiceFile.h"
+
+#include "app/DRLogging.h"
 
 #include <QCryptographicHash>
 #include <QDataStream>
@@ -37,13 +40,15 @@ UbiquityIdentityToken UbiquityIdentityToken::fromArchivedData(const QByteArray &
 
 std::optional<UbiquityIdentityToken> DriveFileManager::ubiquityIdentityToken()
 {
-    QFile file(DriveLayout::accountFile());
-    if (!file.open(QIODevice::ReadOnly)) {
+    // an account file that cannot be read is no account: the drive shows as signed out, and
+    // the log says why
+    const std::optional<QJsonObject> account = ServiceFile::readObject(DriveLayout::accountFile());
+    if (!account) {
         return std::nullopt;
     }
-    const QJsonObject account = QJsonDocument::fromJson(file.readAll()).object();
-    const QString identity = account.value(QStringLiteral("identity")).toString();
+    const QString identity = account->value(QStringLiteral("identity")).toString();
     if (identity.isEmpty()) {
+        DRLog(LOG_ERR, "Ignoring %@: it names no account (\"identity\" is missing or empty)", DriveLayout::accountFile());
         return std::nullopt;
     }
     // the app only ever sees a digest of the account, never its name

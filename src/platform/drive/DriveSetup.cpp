@@ -7,6 +7,7 @@
 #include "platform/drive/KDContainer.h"
 #include "platform/drive/PromisePlaceholder.h"
 #include "platform/drive/PromiseStore.h"
+#include "platform/drive/ServiceFile.h"
 #include "platform/drive/Thumbnailer.h"
 #include "platform/drive/UbiquitousKeyValueStore.h"
 #include "platform/foundation/ByteCountFormatter.h"
@@ -41,8 +42,7 @@ std::optional<Error> writeFile(const QString &path, const QByteArray &content)
 /// The service's quota file as it stands; empty when there is none.
 QJsonObject readQuota()
 {
-    QFile file(DriveLayout::quotaFile());
-    return file.open(QIODevice::ReadOnly) ? QJsonDocument::fromJson(file.readAll()).object() : QJsonObject();
+    return ServiceFile::readObject(DriveLayout::quotaFile()).value_or(QJsonObject());
 }
 
 std::optional<Error> writeJson(const QString &path, const QJsonObject &object)
@@ -170,10 +170,11 @@ std::optional<Error> DriveSetup::initialize()
             return Error::fileError(FileWriteNoPermissionError, {{QString::fromLatin1(ErrorKey::FilePath), folder}});
         }
     }
-    if (!QFileInfo::exists(DriveLayout::containersFile())
-        && !ContainerRegistry::registerContainer(ContainerRegistry::describe(
-            KDUbiquitousDefaultContainerID, QStringLiteral("Aerova Drive"), KDUbiquitousContainerSupportedFolderAny, {}))) {
-        return Error::fileError(FileWriteUnknownError, {{QString::fromLatin1(ErrorKey::FilePath), DriveLayout::containersFile()}});
+    if (!QFileInfo::exists(DriveLayout::containersFile())) {
+        if (auto error = ContainerRegistry::registerContainer(ContainerRegistry::describe(
+                KDUbiquitousDefaultContainerID, QStringLiteral("Aerova Drive"), KDUbiquitousContainerSupportedFolderAny, {}))) {
+            return error;
+        }
     }
     if (!QFileInfo::exists(DriveLayout::accountFile()) && !DriveFileManager::signIn(QStringLiteral("user@example.com"))) {
         return Error::fileError(FileWriteUnknownError, {{QString::fromLatin1(ErrorKey::FilePath), DriveLayout::accountFile()}});
@@ -184,12 +185,12 @@ std::optional<Error> DriveSetup::initialize()
 std::optional<Error> DriveSetup::addContainer(const QString &identifier, const QString &localizedName,
                                               const QString &supportedFolderLevels, const QStringList &contentTypes)
 {
-    if (identifier.isEmpty() || identifier.contains(QLatin1Char('/')) || identifier.startsWith(QLatin1Char('.'))) {
-        return Error::fileError(FileWriteInvalidFileNameError);
+    if (!ContainerRegistry::isContainerIdentifier(identifier)) {
+        return Error::fileError(FileWriteInvalidFileNameError, {{QString::fromLatin1(ErrorKey::FilePath), identifier}});
     }
-    if (!ContainerRegistry::registerContainer(
+    if (auto error = ContainerRegistry::registerContainer(
             ContainerRegistry::describe(identifier, localizedName, supportedFolderLevels, contentTypes))) {
-        return Error::fileError(FileWriteUnknownError, {{QString::fromLatin1(ErrorKey::FilePath), DriveLayout::containersFile()}});
+        return error;
     }
     const QString folder = DriveLayout::mobileDocumentsPath() + QLatin1Char('/') + identifier
         + (identifier == KDUbiquitousDefaultContainerID ? QString() : QStringLiteral("/Documents"));
@@ -365,10 +366,25 @@ std::optional<Error> DriveSetup::clearOffer()
 
 void DriveSetup::printStatus(QTextStream &out)
 {
+    // a service file that cannot be used is said first: it explains what follows
+    for (const QString &file : {DriveLayout::containersFile(), DriveLayout::accountFile(), DriveLayout::kvstoreFile(),
+                                DriveLayout::quotaFile(), DriveLayout::offerFile()}) {
+        std::optional<Error> error;
+        ServiceFile::readObject(file, &error);
+        if (error) {
+            out << QStringLiteral("warning: ") << error->localizedDescription() << '\n';
+        }
+    }
+    for (const QString &file : {DriveLayout::networkFile(), DriveLayout::storeRateFile()}) {
+        std::optional<Error> error;
+        ServiceFile::read(file, &error);
+        if (error) {
+            out << QStringLiteral("warning: ") << error->localizedDescription() << '\n';
+        }
+    }
     const auto token = DriveFileManager::ubiquityIdentityToken();
-    QFile network(DriveLayout::networkFile());
-    const QString networkState = network.open(QIODevice::ReadOnly) ? QString::fromUtf8(network.readAll().trimmed())
-                                                                    : QStringLiteral("wifi (no override)");
+    const std::optional<QByteArray> network = ServiceFile::read(DriveLayout::networkFile());
+    const QString networkState = network ? QString::fromUtf8(network->trimmed()) : QStringLiteral("wifi (no override)");
     out << QStringLiteral("Aerova Drive at ") << QDir::toNativeSeparators(DriveLayout::mobileDocumentsPath()) << '\n'
         << QStringLiteral("account: ") << (token ? QStringLiteral("signed in") : QStringLiteral("signed out"))
         << QStringLiteral(", network: ") << networkState << '\n';

@@ -3,6 +3,7 @@
 #include "platform/drive/DriveFileManager.h"
 #include "platform/drive/DriveLayout.h"
 #include "platform/drive/PromiseStore.h"
+#include "platform/drive/ServiceFile.h"
 
 #include <QFile>
 #include <QJsonDocument>
@@ -22,13 +23,14 @@ Error cloudError(int code, const QString &description)
 /// Reads the quota file, consuming a requested failure so that only the next fetch fails.
 std::optional<QJsonObject> takeQuota(std::optional<Error> *error)
 {
-    QFile file(DriveLayout::quotaFile());
-    if (!file.open(QIODevice::ReadOnly)) {
-        *error = cloudError(CloudServiceUnavailableError, QStringLiteral("The drive has no storage plan."));
+    std::optional<Error> readError;
+    std::optional<QJsonObject> read = ServiceFile::readObject(DriveLayout::quotaFile(), &readError);
+    if (!read) {
+        *error = cloudError(CloudServiceUnavailableError, readError ? readError->localizedDescription()
+                                                                    : QStringLiteral("The drive has no storage plan."));
         return std::nullopt;
     }
-    QJsonObject quota = QJsonDocument::fromJson(file.readAll()).object();
-    file.close();
+    QJsonObject quota = *read;
     if (const QString failure = quota.value(QStringLiteral("failNext")).toString(); !failure.isEmpty()) {
         quota.remove(QStringLiteral("failNext"));
         QSaveFile rewrite(DriveLayout::quotaFile());
@@ -63,9 +65,17 @@ void FetchUserQuotaOperation::main()
     } else if (!PromiseStore::isStoreReachable()) {
         error = cloudError(CloudNetworkUnavailableError, QStringLiteral("The drive service cannot be reached."));
     } else if (const auto quota = takeQuota(&error)) {
-        const double plan = quota->value(QStringLiteral("plan")).toDouble();
-        const double used = quota->value(QStringLiteral("used")).toDouble();
-        remaining = plan > used ? quint64(plan - used) : 0;
+        const std::optional<qint64> plan = ServiceFile::wholeNumber(quota->value(QStringLiteral("plan")));
+        const QJsonValue usedValue = quota->value(QStringLiteral("used"));
+        const std::optional<qint64> used = usedValue.isUndefined() ? 0 : ServiceFile::wholeNumber(usedValue);
+        if (!plan || !used) {
+            error = cloudError(CloudServiceUnavailableError,
+                               QStringLiteral("The file %1 holds no usable plan and use: each must be a whole number "
+                                              "of bytes from 0 to 2^53.")
+                                   .arg(DriveLayout::quotaFile()));
+        } else {
+            remaining = *plan > *used ? quint64(*plan - *used) : 0;
+        }
     }
     if (m_completion) {
         m_completion(remaining, error);

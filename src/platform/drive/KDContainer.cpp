@@ -4,6 +4,7 @@
 #include "platform/drive/DriveLayout.h"
 #include "platform/drive/KDURL.h"
 #include "platform/drive/PromisePlaceholder.h"
+#include "platform/drive/PromiseStore.h"
 
 #include <QDir>
 #include <QDirIterator>
@@ -88,27 +89,19 @@ std::optional<Error> KDContainer::deleteAllContentsOnClientAndServer()
     }
     const QString root = documents.toLocalFile();
     std::optional<Error> firstError;
-    // the server side first: the contents of promised items go from the store
-    QDirIterator placeholders(root, QDir::Files | QDir::Hidden | QDir::NoDotAndDotDot, QDirIterator::Subdirectories);
-    while (placeholders.hasNext()) {
-        const QString path = placeholders.next();
-        if (!PromisePlaceholder::isPlaceholderName(placeholders.fileName())) {
-            continue;
+    // every item is attempted, one failure must not strand the rest; each goes with its store
+    // content, and only what was removed loses its content
+    const QStringList names = QDir(root).entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot);
+    for (const QString &name : names) {
+        QString item = root + QLatin1Char('/') + name;
+        if (PromisePlaceholder::isPlaceholderName(name)) {
+            item = PromisePlaceholder::logicalPathFor(item);
+            if (!PromisePlaceholder::isPromisedItem(item)) {
+                continue; // a stale placeholder beside its real item, which is removed as itself
+            }
         }
-        std::optional<Error> readError;
-        if (const auto placeholder = PromisePlaceholder::read(path, &readError)) {
-            QFile::remove(placeholder->storeFilePath());
-        }
-    }
-    // then every item here; every item is attempted, one failure must not strand the rest
-    const QFileInfoList entries = QDir(root).entryInfoList(QDir::AllEntries | QDir::Hidden | QDir::System
-                                                           | QDir::NoDotAndDotDot);
-    for (const QFileInfo &entry : entries) {
-        const bool removed = (entry.isDir() && !entry.isSymLink()) ? QDir(entry.filePath()).removeRecursively()
-                                                                   : QFile::remove(entry.filePath());
-        if (!removed && !firstError) {
-            firstError = Error::fileError(FileWriteNoPermissionError,
-                                          {{QString::fromLatin1(ErrorKey::FilePath), entry.filePath()}});
+        if (auto error = PromiseStore::removeItem(item); error && !firstError) {
+            firstError = error;
         }
     }
     return firstError;

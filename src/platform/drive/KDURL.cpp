@@ -92,6 +92,50 @@ QString kd_pathRelativeToMobileDocuments(const QUrl &url)
     return path.mid(root.size() + 1);
 }
 
+namespace {
+
+/// The real path of `path`; an item that is not there is judged by its folder, and a link to
+/// such an item (a bookmark of a promised item) by its target, up to the kernel's own limit.
+QString realPathOf(const QString &path, int linksLeft)
+{
+    const QFileInfo info(path);
+    QString real = info.canonicalFilePath();
+    if (real.isEmpty()) {
+        struct stat st;
+        if (::lstat(QFile::encodeName(path).constData(), &st) == 0) {
+            if (!S_ISLNK(st.st_mode) || linksLeft == 0) {
+                return {};
+            }
+            return realPathOf(info.symLinkTarget(), linksLeft - 1);
+        }
+        const QString folder = QFileInfo(info.absolutePath()).canonicalFilePath();
+        if (folder.isEmpty() || info.fileName().isEmpty() || info.fileName() == QLatin1String("..")
+            || info.fileName() == QLatin1String(".")) {
+            return {};
+        }
+        real = folder + QLatin1Char('/') + info.fileName();
+    }
+    return real;
+}
+
+} // namespace
+
+QString kd_resolvedPathInMobileDocuments(const QUrl &url)
+{
+    if (!url.isLocalFile()) {
+        return {};
+    }
+    // not cleaned first: "link/../x" is resolved as the kernel resolves it, through the link
+    const QString real = realPathOf(url.toLocalFile(), 40);
+    const QString root = QFileInfo(DriveLayout::mobileDocumentsPath()).canonicalFilePath();
+    if (root.isEmpty() || !isSameOrBelow(real, root)) {
+        return {};
+    }
+    // told under the drive's own root path (which may itself lie behind a link): below it,
+    // the path holds no link any more
+    return QDir::cleanPath(DriveLayout::mobileDocumentsPath()) + real.mid(root.size());
+}
+
 bool kd_isDocumentsContainer(const QUrl &url)
 {
     const QString relative = kd_pathRelativeToMobileDocuments(url);
@@ -125,6 +169,10 @@ bool kd_movePromisedItemAtURL_toURL_error(const QUrl &source, const QUrl &destin
     if (from.isEmpty() || to.isEmpty()) {
         return fail(EINVAL, from.isEmpty() ? source.toString() : destination.toString());
     }
+    // both ends must really be in the drive: a linked folder on the way leads elsewhere
+    if (!kd_isInMobileDocuments(source) || !kd_isInMobileDocuments(destination)) {
+        return fail(EACCES, kd_isInMobileDocuments(source) ? to : from);
+    }
     const QByteArray fromBytes = QFile::encodeName(from);
     const QByteArray toBytes = QFile::encodeName(to);
     const QByteArray toPlaceholder = QFile::encodeName(PromisePlaceholder::placeholderPathFor(to));
@@ -138,23 +186,18 @@ bool kd_movePromisedItemAtURL_toURL_error(const QUrl &source, const QUrl &destin
         }
         return true;
     }
-    // a promised item moves as its placeholder, renamed after the item's new name
-    const QString fromPlaceholder = PromisePlaceholder::placeholderPathFor(from);
-    std::optional<Error> readError;
-    std::optional<PromisePlaceholder> placeholder = PromisePlaceholder::read(fromPlaceholder, &readError);
-    if (!placeholder) {
+    // a promised item moves as its placeholder, in one rename: its name is the placeholder's
+    // own, so nothing inside has to follow and nothing is left half done
+    const QByteArray fromPlaceholder = QFile::encodeName(PromisePlaceholder::placeholderPathFor(from));
+    if (::lstat(fromPlaceholder.constData(), &st) != 0) {
         return fail(ENOENT, from);
     }
     if (::lstat(toBytes.constData(), &st) == 0) {
         return fail(EEXIST, to);
     }
-    if (::renameat2(AT_FDCWD, QFile::encodeName(fromPlaceholder).constData(), AT_FDCWD, toPlaceholder.constData(),
-                    RENAME_NOREPLACE)
-        != 0) {
+    if (::renameat2(AT_FDCWD, fromPlaceholder.constData(), AT_FDCWD, toPlaceholder.constData(), RENAME_NOREPLACE) != 0) {
         return fail(errno, from);
     }
-    placeholder->name = QFileInfo(to).fileName();
-    placeholder->write(QString::fromLocal8Bit(toPlaceholder), true); // the name inside follows; the move stands either way
     return true;
 }
 
@@ -185,7 +228,9 @@ QUrl kd_URLByResolvingExternalDocumentReferenceWithError(const QUrl &url, std::o
 {
     const QString path = cleanLocalPath(url);
     const QString target = kd_isExternalDocumentReference(url) ? QFileInfo(path).symLinkTarget() : QString();
-    const bool resolves = !target.isEmpty()
+    // a bookmark stands only for an item of the drive: one that leads out of it resolves to
+    // nothing, and nothing is read, listed or deleted through it
+    const bool resolves = !target.isEmpty() && !kd_resolvedPathInMobileDocuments(url).isNull()
         && (QFileInfo::exists(target) || PromisePlaceholder::isPromisedItem(target));
     if (!resolves) {
         if (error) {

@@ -14,6 +14,13 @@
 /// leading to it resolved, stays below the root. `..` and symbolic links that leave the root
 /// fail the test; the last component itself may be a bookmark to anywhere.
 bool kd_isInMobileDocuments(const QUrl &url);
+/// Where the URL really leads, every symbolic link resolved (the last component's too) the way
+/// the kernel resolves them, `..` after a link included: that real path when it lies in the
+/// drive's real root, else a null string. An item not there yet (a promised item, a name about
+/// to be made) is judged by its folder. Open exactly the path returned: a check of one path and
+/// an open of another is how a link leads out of the drive. The path is given under the drive's
+/// root as `DriveLayout` names it (the root itself may lie behind a link; nothing below does).
+QString kd_resolvedPathInMobileDocuments(const QUrl &url);
 /// The URL's path below the drive's root, without a leading '/' ("com.example.Writer/Documents/A");
 /// empty for the root itself, a null string outside it.
 QString kd_pathRelativeToMobileDocuments(const QUrl &url);

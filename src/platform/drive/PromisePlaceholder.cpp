@@ -1,6 +1,9 @@
 #include "platform/drive/PromisePlaceholder.h"
 
 #include "platform/drive/DriveLayout.h"
+#include "platform/drive/ServiceFile.h"
+
+#include "app/DRLogging.h"
 
 #include <QDir>
 #include <QFile>
@@ -12,6 +15,7 @@
 #include <QMutex>
 #include <QUuid>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <fcntl.h>
@@ -78,28 +82,25 @@ namespace {
 
 std::optional<PromisePlaceholder> parsePlaceholder(const QString &placeholderPath, std::optional<Error> *error)
 {
-    QFile file(placeholderPath);
-    if (!file.open(QIODevice::ReadOnly)) {
+    // written by the service from what a server sent: read as outside input
+    std::optional<Error> readError;
+    const std::optional<QJsonObject> read = ServiceFile::readObject(placeholderPath, &readError);
+    if (!read) {
         if (error) {
-            *error = Error::fromErrno(file.exists() ? EACCES : ENOENT, placeholderPath, FileReadUnknownError);
+            *error = readError ? *readError : Error::fromErrno(ENOENT, placeholderPath, FileReadUnknownError);
         }
         return std::nullopt;
     }
-    QJsonParseError parseError;
-    const QJsonObject json = QJsonDocument::fromJson(file.readAll(), &parseError).object();
-    if (parseError.error != QJsonParseError::NoError) {
-        if (error) {
-            *error = Error::fileError(FileReadCorruptFileError, {{QString::fromLatin1(ErrorKey::FilePath), placeholderPath}});
-        }
-        return std::nullopt;
-    }
+    const QJsonObject &json = *read;
     PromisePlaceholder p;
-    p.name = json.value(QStringLiteral("name")).toString();
-    if (p.name.isEmpty()) {
-        p.name = QFileInfo(PromisePlaceholder::logicalPathFor(placeholderPath)).fileName();
-    }
+    // the placeholder's own file name is the item's name: a move is one rename, nothing inside
+    // has to follow
+    p.name = QFileInfo(PromisePlaceholder::logicalPathFor(placeholderPath)).fileName();
     const QJsonValue size = json.value(QStringLiteral("size"));
-    p.size = size.isDouble() ? qint64(size.toDouble()) : -1;
+    p.size = ServiceFile::wholeNumber(size).value_or(-1);
+    if (!size.isUndefined() && p.size < 0) {
+        DRLog(LOG_ERR, "Ignoring the size of %@: it is not a whole number of bytes from 0 to 2^53", placeholderPath);
+    }
     p.creationDate = QDateTime::fromString(json.value(QStringLiteral("created")).toString(), Qt::ISODateWithMs);
     p.modificationDate = QDateTime::fromString(json.value(QStringLiteral("modified")).toString(), Qt::ISODateWithMs);
     p.mimeType = json.value(QStringLiteral("mimeType")).toString();
@@ -110,6 +111,13 @@ std::optional<PromisePlaceholder> parsePlaceholder(const QString &placeholderPat
     p.role = json.value(QStringLiteral("role")).toString();
     p.thumbnailPng = QByteArray::fromBase64(json.value(QStringLiteral("thumbnail")).toString().toLatin1());
     p.storeKey = json.value(QStringLiteral("storeKey")).toString();
+    if (!PromisePlaceholder::isStoreKey(p.storeKey)) {
+        // joined to the store's path, anything but one name of the store would lead elsewhere;
+        // the item stays listed, and its content is unavailable
+        DRLog(LOG_ERR, "Refusing the store key \"%@\" of %@: a store key is one name of letters, digits, '-' and '_'",
+              p.storeKey, placeholderPath);
+        p.storeKey.clear();
+    }
     return p;
 }
 
@@ -164,7 +172,21 @@ QString PromisePlaceholder::storeFilePath() const
 
 QString PromisePlaceholder::storeFilePathForKey(const QString &storeKey)
 {
+    if (!isStoreKey(storeKey)) {
+        return {};
+    }
     return DriveLayout::storePath() + QLatin1Char('/') + storeKey;
+}
+
+bool PromisePlaceholder::isStoreKey(const QString &storeKey)
+{
+    if (storeKey.isEmpty() || storeKey.size() > 128) {
+        return false;
+    }
+    return std::all_of(storeKey.cbegin(), storeKey.cend(), [](QChar c) {
+        return (c >= QLatin1Char('a') && c <= QLatin1Char('z')) || (c >= QLatin1Char('A') && c <= QLatin1Char('Z'))
+            || (c >= QLatin1Char('0') && c <= QLatin1Char('9')) || c == QLatin1Char('-') || c == QLatin1Char('_');
+    });
 }
 
 QString PromisePlaceholder::newStoreKey()

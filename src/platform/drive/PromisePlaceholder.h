@@ -17,6 +17,9 @@
 ///       "modified": "…", "mimeType": "application/pdf", "tags": ["Red"],
 ///       "shared": false, "role": "owner", "thumbnail": "<PNG, base64>", "storeKey": "…" }
 ///
+/// The item's name is always the placeholder's own file name ("name" inside is informative and
+/// may be stale after a move, which is one rename of the placeholder).
+///
 /// A placeholder beside a real file of the same name is stale (left by an interrupted
 /// download) and the real file wins.
 class PromisePlaceholder final
@@ -39,9 +42,13 @@ public:
     /// placeholder is an error and stays untouched.
     std::optional<Error> write(const QString &placeholderPath, bool replace) const;
 
-    /// The content of the item in the service's store.
+    /// The content of the item in the service's store; empty when the item has no valid key.
     QString storeFilePath() const;
     static QString storeFilePathForKey(const QString &storeKey);
+    /// A store key is one name of the store: 1 to 128 of the letters a–z and A–Z, the digits,
+    /// '-' and '_'. Nothing else is ever joined to the store's path (a placeholder's key comes
+    /// from outside: "../../elsewhere" would read, replace or delete a file out of the drive).
+    static bool isStoreKey(const QString &storeKey);
     static QString newStoreKey();
 
     static bool isPlaceholderName(const QString &fileName);

@@ -2,16 +2,22 @@
 
 #include "platform/drive/DriveLayout.h"
 #include "platform/drive/FileAttributes.h"
+#include "platform/drive/KDURL.h"
 #include "platform/drive/Progress.h"
 #include "platform/drive/PromisePlaceholder.h"
+#include "platform/drive/ServiceFile.h"
+#include "app/DRLogging.h"
 #include "platform/drive/Thumbnailer.h"
 #include "platform/foundation/CancellationToken.h"
+#include "platform/foundation/RegularFileReader.h"
 
 #include <QDir>
 #include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
 #include <QMimeDatabase>
+#include <QRegularExpression>
+#include <QUuid>
 
 #include <cerrno>
 #include <chrono>
@@ -182,20 +188,12 @@ std::optional<Error> copyIntoStore(const QString &sourcePath, const QString &sto
 
 qint64 PromiseStore::storeRate()
 {
-    QFile file(DriveLayout::storeRateFile());
-    if (!file.open(QIODevice::ReadOnly)) {
-        return 0;
-    }
-    return std::max<qint64>(0, file.readAll().trimmed().toLongLong());
+    return std::max<qint64>(0, ServiceFile::read(DriveLayout::storeRateFile()).value_or(QByteArray()).trimmed().toLongLong());
 }
 
 bool PromiseStore::isStoreReachable()
 {
-    QFile file(DriveLayout::networkFile());
-    if (!file.open(QIODevice::ReadOnly)) {
-        return true;
-    }
-    return file.readAll().trimmed() != "offline";
+    return ServiceFile::read(DriveLayout::networkFile()).value_or(QByteArray()).trimmed() != "offline";
 }
 
 std::optional<Error> PromiseStore::materialize(const QString &logicalPath, CancellationToken *cancel)
@@ -286,10 +284,14 @@ std::optional<Error> PromiseStore::evict(const QString &path)
     placeholder.shared = !role.isEmpty();
     placeholder.role = role;
     placeholder.storeKey = FileAttributes::storeKey(path);
-    placeholder.thumbnailPng = Thumbnailer::thumbnailPng(path);
     if (placeholder.storeKey.isEmpty()) {
         placeholder.storeKey = PromisePlaceholder::newStoreKey();
+    } else if (!PromisePlaceholder::isStoreKey(placeholder.storeKey)) {
+        DRLog(LOG_ERR, "Refusing to evict %@: its store key \"%@\" is not one name of letters, digits, '-' and '_'",
+              path, placeholder.storeKey);
+        return Error::fileError(FileReadCorruptFileError, {{QString::fromLatin1(ErrorKey::FilePath), path}});
     }
+    placeholder.thumbnailPng = Thumbnailer::thumbnailPng(path);
     // the content reaches the store before anything here changes: an eviction never loses data
     if (auto error = copyIntoStore(path, placeholder.storeKey)) {
         return error;
@@ -304,42 +306,155 @@ std::optional<Error> PromiseStore::evict(const QString &path)
     return std::nullopt;
 }
 
-std::optional<Error> PromiseStore::removeItem(const QString &path)
+namespace {
+
+/// Where deleted items wait, under a hidden name of the drive's root, until they and their
+/// store content are gone: one rename takes an item out of sight whole, so a process killed at
+/// any instant leaves it either in its place or in here, and the next start finishes it.
+QString pendingDeletionsPath()
 {
-    const QFileInfo info(path);
-    if (!info.exists() && !info.isSymLink()) {
-        const QString placeholderPath = PromisePlaceholder::placeholderPathFor(path);
-        std::optional<Error> readError;
-        const auto placeholder = PromisePlaceholder::read(placeholderPath, &readError);
-        if (!placeholder) {
-            return Error::fileError(FileNoSuchFileError, {{QString::fromLatin1(ErrorKey::FilePath), path}});
-        }
-        if (!QFile::remove(placeholderPath)) {
-            return Error::fromErrno(errno ? errno : EACCES, path);
-        }
-        QFile::remove(placeholder->storeFilePath());
+    return DriveLayout::mobileDocumentsPath() + QStringLiteral("/.pending-deletions");
+}
+
+/// The name a deletion waits under beside its item when the pending folder is on another file
+/// system; a placeholder's name says so, since its store content goes with it.
+const QRegularExpression &besideDeletionName()
+{
+    static const QRegularExpression pattern(QStringLiteral("^\\.[0-9a-f]{32}\\.deleting-(item|promise)$"));
+    return pattern;
+}
+
+/// Takes the item at `path` (not following a link) out of sight in one rename. Into the drive's
+/// pending folder when it is on the same file system, else under a hidden name beside it.
+std::optional<QString> takeOutOfSight(const QString &path, bool isPlaceholder, std::optional<Error> *error)
+{
+    const QByteArray from = QFile::encodeName(path);
+    QDir().mkpath(pendingDeletionsPath());
+    const QString unique = QUuid::createUuid().toString(QUuid::Id128);
+    // a placeholder keeps a placeholder's name in there, so that its content is found
+    const QString pending = pendingDeletionsPath() + QLatin1Char('/')
+        + (isPlaceholder ? PromisePlaceholder::placeholderPathFor(unique) : unique);
+    if (::renameat2(AT_FDCWD, from.constData(), AT_FDCWD, QFile::encodeName(pending).constData(), RENAME_NOREPLACE) == 0) {
+        return pending;
+    }
+    if (errno != EXDEV) {
+        *error = Error::fromErrno(errno, path);
         return std::nullopt;
     }
-    QStringList storeFiles;
-    if (info.isDir() && !info.isSymLink()) {
-        QDirIterator it(path, QDir::Files | QDir::Hidden | QDir::NoDotAndDotDot, QDirIterator::Subdirectories);
-        while (it.hasNext()) {
-            const QString file = it.next();
-            std::optional<Error> readError;
-            if (PromisePlaceholder::isPlaceholderName(it.fileName())) {
-                if (const auto placeholder = PromisePlaceholder::read(file, &readError)) {
-                    storeFiles << placeholder->storeFilePath();
-                }
+    const QFileInfo info(path);
+    const QString beside = info.absolutePath() + QStringLiteral("/.") + unique
+        + (isPlaceholder ? QStringLiteral(".deleting-promise") : QStringLiteral(".deleting-item"));
+    if (::renameat2(AT_FDCWD, from.constData(), AT_FDCWD, QFile::encodeName(beside).constData(), RENAME_NOREPLACE) != 0) {
+        *error = Error::fromErrno(errno, path);
+        return std::nullopt;
+    }
+    return beside;
+}
+
+/// Removes an item already out of sight: first the store content of every promised item it
+/// holds (the deletion has happened for the user; the drive forgets the content too), then the
+/// item itself. Safe to repeat after a kill at any instant.
+std::optional<Error> finishDeletion(const QString &pendingPath)
+{
+    struct stat st;
+    const QByteArray bytes = QFile::encodeName(pendingPath);
+    if (::lstat(bytes.constData(), &st) != 0) {
+        return std::nullopt; // finished by someone else meanwhile
+    }
+    const auto forgetContent = [](const QString &placeholderPath) {
+        std::optional<Error> readError;
+        if (const auto placeholder = PromisePlaceholder::read(placeholderPath, &readError)) {
+            if (const QString content = placeholder->storeFilePath(); !content.isEmpty()) {
+                QFile::remove(content);
             }
         }
+    };
+    if (S_ISDIR(st.st_mode)) {
+        QDirIterator it(pendingPath, QDir::Files | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
+                        QDirIterator::Subdirectories);
+        while (it.hasNext()) {
+            it.next();
+            if (PromisePlaceholder::isPlaceholderName(it.fileName())) {
+                forgetContent(it.filePath());
+            }
+        }
+    } else if (const QString name = QFileInfo(pendingPath).fileName();
+               PromisePlaceholder::isPlaceholderName(name) || name.endsWith(QLatin1String(".deleting-promise"))) {
+        forgetContent(pendingPath); // a single promised item travels as its placeholder
     }
     std::error_code ec;
-    std::filesystem::remove_all(std::filesystem::path(QFile::encodeName(path).toStdString()), ec);
+    std::filesystem::remove_all(std::filesystem::path(bytes.toStdString()), ec);
     if (ec) {
-        return Error::fromErrno(ec.value(), path);
-    }
-    for (const QString &storeFile : std::as_const(storeFiles)) {
-        QFile::remove(storeFile);
+        return Error::fromErrno(ec.value(), pendingPath);
     }
     return std::nullopt;
+}
+
+/// A temporary file of a writer that died: a placeholder being written (".promise-XXXXXX"), a
+/// download being received (".Name.download-XXXXXX"), or a deletion taken out of sight beside
+/// its item.
+bool isLeftOverName(const QString &name)
+{
+    static const QRegularExpression temporary(QStringLiteral("^\\.(promise-[A-Za-z0-9]{6}|.+\\.download-[A-Za-z0-9]{6})$"));
+    return temporary.match(name).hasMatch() || besideDeletionName().match(name).hasMatch();
+}
+
+} // namespace
+
+std::optional<Error> PromiseStore::removeItem(const QString &path)
+{
+    // the item itself may be a link (the link goes, not its target); the folders leading to it
+    // must really be the drive's, or a linked folder would lead the deletion out of it
+    if (!kd_isInMobileDocuments(QUrl::fromLocalFile(path))) {
+        DRLog(LOG_ERR, "Refusing to delete %@: it is not inside the drive", path);
+        return Error::fileError(FileWriteNoPermissionError, {{QString::fromLatin1(ErrorKey::FilePath), path}});
+    }
+    struct stat st;
+    const bool real = ::lstat(QFile::encodeName(path).constData(), &st) == 0;
+    const QString placeholderPath = PromisePlaceholder::placeholderPathFor(path);
+    if (!real && ::lstat(QFile::encodeName(placeholderPath).constData(), &st) != 0) {
+        return Error::fileError(FileNoSuchFileError, {{QString::fromLatin1(ErrorKey::FilePath), path}});
+    }
+    // a promised item is its placeholder; anything else is removed as itself, a link as a link
+    std::optional<Error> error;
+    const std::optional<QString> pending = takeOutOfSight(real ? path : placeholderPath, !real, &error);
+    if (!pending) {
+        return error;
+    }
+    finishDeletion(*pending); // what cannot be removed now is removed at the next start
+    if (real && ::lstat(QFile::encodeName(placeholderPath).constData(), &st) == 0) {
+        // a placeholder left beside its downloaded item by an interrupted download would
+        // otherwise bring the deleted item back as a promise
+        if (const std::optional<QString> stale = takeOutOfSight(placeholderPath, true, &error)) {
+            finishDeletion(*stale);
+        }
+    }
+    return std::nullopt;
+}
+
+void PromiseStore::finishInterruptedWork(std::chrono::seconds leftOverAge)
+{
+    const QDir pendingFolder(pendingDeletionsPath());
+    for (const QString &name : pendingFolder.entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot)) {
+        finishDeletion(pendingFolder.filePath(name));
+    }
+    // a file another process is writing right now is young: only old ones are left-overs
+    const QDateTime before = QDateTime::currentDateTimeUtc().addSecs(-leftOverAge.count());
+    QStringList leftOvers;
+    QDirIterator it(DriveLayout::mobileDocumentsPath(), QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
+                    QDirIterator::Subdirectories);
+    while (it.hasNext()) {
+        it.next();
+        if (isLeftOverName(it.fileName()) && it.fileInfo().lastModified() <= before) {
+            leftOvers << it.filePath();
+        }
+    }
+    for (const QString &leftOver : std::as_const(leftOvers)) {
+        const QString name = QFileInfo(leftOver).fileName();
+        if (besideDeletionName().match(name).hasMatch()) {
+            finishDeletion(leftOver);
+        } else {
+            QFile::remove(leftOver);
+        }
+    }
 }

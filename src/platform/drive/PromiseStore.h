@@ -4,6 +4,7 @@
 
 #include <QString>
 
+#include <chrono>
 #include <memory>
 #include <optional>
 
@@ -29,8 +30,14 @@ public:
     /// Turns the real file at `path` back into a promised item. A promise is left as it is.
     static std::optional<Error> evict(const QString &path);
     /// Deletes an item, real or promised, and with it the store's content of every promised
-    /// item it holds: a deletion on the device is a deletion on the drive.
+    /// item it holds: a deletion on the device is a deletion on the drive. The item is first
+    /// taken out of sight whole, in one rename (a folder is never seen half deleted), then
+    /// removed; a process killed meanwhile leaves the rest to `finishInterruptedWork`.
     static std::optional<Error> removeItem(const QString &path);
+    /// Finishes what a killed process left: deletions taken out of sight, and the temporary
+    /// files of placeholder writes and downloads older than `leftOverAge` (a younger one may
+    /// belong to a process at work right now). Walks the whole drive: run it off the main thread.
+    static void finishInterruptedWork(std::chrono::seconds leftOverAge = std::chrono::seconds(60));
     /// The store's speed in bytes per second (`Service/store-rate`), 0 for unlimited.
     static qint64 storeRate();
     /// Whether the service can reach its store (`Service/network` is not "offline").

@@ -81,6 +81,23 @@ QVariantMap realValues(const QFileInfo &info, const QStringList &keys)
     return values;
 }
 
+/// A link that leads out of the drive is described as what it is, an unavailable bookmark,
+/// without a look at what it leads to.
+QVariantMap unavailableLinkValues(const QFileInfo &info)
+{
+    const QString type = UniformType::SymbolicLink;
+    return {
+        {URLResourceKey::Name, info.fileName()},
+        {URLResourceKey::LocalizedName, info.fileName()},
+        {URLResourceKey::TypeIdentifier, type},
+        {URLResourceKey::LocalizedTypeDescription, UniformType::localizedDescription(type)},
+        {URLResourceKey::IsDirectory, false},
+        {URLResourceKey::IsPackage, false},
+        {URLResourceKey::HasHiddenExtension, false},
+        {URLResourceKey::ParentDirectoryURL, QUrl::fromLocalFile(info.absolutePath() + QLatin1Char('/'))},
+    };
+}
+
 QVariantMap promiseValues(const QString &logicalPath, const PromisePlaceholder &placeholder)
 {
     const QFileInfo info(logicalPath);
@@ -150,6 +167,9 @@ std::optional<QVariantMap> URLResourceValues::resourceValuesForKeys(const QUrl &
     if (path.isEmpty() || !info.exists()) {
         setNoSuchFile(error, path);
         return std::nullopt;
+    }
+    if (info.isSymLink() && kd_resolvedPathInMobileDocuments(QUrl::fromLocalFile(path)).isNull()) {
+        return only(unavailableLinkValues(info), keys);
     }
     QVariantMap values = realValues(info, keys);
     if (keys.contains(URLResourceKey::ThumbnailDictionary) && info.isFile()) {

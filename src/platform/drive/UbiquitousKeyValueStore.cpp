@@ -1,5 +1,7 @@
 #include "platform/drive/UbiquitousKeyValueStore.h"
 
+#include "platform/drive/ServiceFile.h"
+
 #include "platform/drive/DriveLayout.h"
 #include "platform/drive/DriveServiceMonitor.h"
 #include "platform/foundation/NotificationCenter.h"
@@ -99,11 +101,7 @@ void UbiquitousKeyValueStore::reloadAfterExternalChange()
 
 QVariantMap UbiquitousKeyValueStore::readFile()
 {
-    QFile file(DriveLayout::kvstoreFile());
-    if (!file.open(QIODevice::ReadOnly)) {
-        return {};
-    }
-    return QJsonDocument::fromJson(file.readAll()).object().toVariantMap();
+    return ServiceFile::readObject(DriveLayout::kvstoreFile()).value_or(QJsonObject()).toVariantMap();
 }
 
 bool UbiquitousKeyValueStore::writeFile(const QVariantMap &values) const

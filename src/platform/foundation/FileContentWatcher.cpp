@@ -1,5 +1,7 @@
 #include "platform/foundation/FileContentWatcher.h"
 
+#include "platform/foundation/RegularFileReader.h"
+
 #include <QCryptographicHash>
 #include <QDir>
 #include <QFile>
@@ -54,9 +56,16 @@ void FileContentWatcher::rearm()
 
 QByteArray FileContentWatcher::contentDigest(const QString &path)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
+    QByteArray bytes;
+    QString problem;
+    switch (RegularFileReader::read(path, &bytes, &problem)) {
+    case RegularFileReader::Status::Missing:
         return QByteArrayLiteral("absent");
+    case RegularFileReader::Status::Unusable:
+        // a FIFO or a device is not read: its readers say what is wrong when told of the change
+        return QByteArrayLiteral("unusable: ") + problem.toUtf8();
+    case RegularFileReader::Status::Read:
+        break;
     }
-    return QCryptographicHash::hash(file.readAll(), QCryptographicHash::Sha1);
+    return QCryptographicHash::hash(bytes, QCryptographicHash::Sha1);
 }

@@ -8,16 +8,41 @@
 #include <QTimeZone>
 #include <QUrl>
 
+#include <algorithm>
+#include <limits>
+
 namespace {
+
+/// The widest field and the longest precision a conversion is given: a message is read by a
+/// person, and a format from elsewhere ("%2000000000@", "%.99999999f") must not make the
+/// formatter allocate gigabytes or print for minutes.
+constexpr int MaximumFieldWidth = 1024;
 
 struct Spec {
     int position = 0; // 1-based when given ("%2$@")
     QString flags;
-    QString width;
-    QString precision; // including the leading '.'
+    QString width; // at most MaximumFieldWidth
+    QString precision; // including the leading '.'; at most MaximumFieldWidth
     QString length;
     QChar conversion;
 };
+
+bool isAsciiDigit(QChar c)
+{
+    return c >= QLatin1Char('0') && c <= QLatin1Char('9');
+}
+
+/// Reads the decimal digits at `*at`, moving past them, and returns their value kept at most
+/// `limit` (no overflow however many digits follow).
+int readClampedNumber(const QString &text, qsizetype *at, int limit)
+{
+    qint64 value = 0;
+    while (*at < text.size() && isAsciiDigit(text.at(*at))) {
+        value = std::min<qint64>(limit, value * 10 + (text.at(*at).unicode() - '0'));
+        ++*at;
+    }
+    return int(value);
+}
 
 QString indentLines(const QString &text)
 {
@@ -173,24 +198,20 @@ QString StringFormat::format(const QString &format, const FormatArgs &args)
         qsizetype j = i + 1;
         // Positional argument: digits followed by '$'.
         qsizetype k = j;
-        while (k < n && format.at(k).isDigit()) {
-            ++k;
-        }
+        const int position = readClampedNumber(format, &k, std::numeric_limits<int>::max());
         if (k > j && k < n && format.at(k) == QLatin1Char('$')) {
-            spec.position = format.mid(j, k - j).toInt();
+            spec.position = position;
             j = k + 1;
         }
         while (j < n && QStringLiteral("-+ #0'").contains(format.at(j))) {
             spec.flags += format.at(j++);
         }
-        while (j < n && format.at(j).isDigit()) {
-            spec.width += format.at(j++);
+        if (j < n && isAsciiDigit(format.at(j))) {
+            spec.width = QString::number(readClampedNumber(format, &j, MaximumFieldWidth));
         }
         if (j < n && format.at(j) == QLatin1Char('.')) {
-            spec.precision += format.at(j++);
-            while (j < n && format.at(j).isDigit()) {
-                spec.precision += format.at(j++);
-            }
+            ++j;
+            spec.precision = QLatin1Char('.') + QString::number(readClampedNumber(format, &j, MaximumFieldWidth));
         }
         while (j < n && QStringLiteral("hlqLzjt").contains(format.at(j))) {
             spec.length += format.at(j++);

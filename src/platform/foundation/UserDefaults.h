@@ -14,6 +14,10 @@ class QSettings;
 /// Preferences). Several objects, in one process or several, may share a file: `synchronize()`
 /// writes what this one changed and re-reads what others wrote. One object may be used from
 /// several threads (the log's queue re-reads the standard defaults while the app writes them).
+///
+/// The file is read only while it is a regular file of at most RegularFileReader::DefaultLimit
+/// bytes: anything else there (a FIFO, a device, a link to `/dev/zero`) is reported on the
+/// plain log and the domain behaves as if it had no file, keeping its values in memory.
 class UserDefaults final
 {
 public:
@@ -35,6 +39,14 @@ public:
     bool synchronize();
 
 private:
+    /// Whether the file may be read now; says why not on the plain log, once per problem.
+    bool fileIsUsable() const;
+    /// Reads the file again when it may be read, else keeps the values in memory.
+    void attachOrDetachFile();
+
     mutable QMutex m_mutex; // QSettings itself is not thread-safe
-    std::unique_ptr<QSettings> m_settings;
+    QString m_filePath;
+    std::unique_ptr<QSettings> m_settings; // null while the file must not be read
+    QVariantMap m_memory; // the values while there is no usable file
+    mutable QString m_reportedProblem;
 };

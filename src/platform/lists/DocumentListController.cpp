@@ -97,14 +97,22 @@ void DocumentListController::watchFolder()
             m_watcher->addPath(path);
         }
     }
-    connect(m_watcher, &QFileSystemWatcher::directoryChanged, this, [this] { m_reloadTimer.start(); });
+    connect(m_watcher, &QFileSystemWatcher::directoryChanged, this, [this] {
+        // the first change of a burst starts the wait, later ones join it: a folder that keeps
+        // changing is still shown as it is within the wait, however many changes follow
+        if (!m_reloadTimer.isActive()) {
+            m_reloadTimer.start();
+        }
+    });
 }
 
 QList<DocumentListController *> DocumentListController::listControllerHierarchyForURL(const QUrl &folderURL,
                                                                                      QObject *parent)
 {
     const QUrl folder = folderURL.adjusted(QUrl::StripTrailingSlash | QUrl::NormalizePathSegments);
-    if (!folder.isLocalFile() || !kd_isInMobileDocuments(folder) || !QFileInfo(folder.toLocalFile()).isDir()) {
+    // a folder is walked into only where it really is in the drive: not through a link out
+    if (!folder.isLocalFile() || kd_resolvedPathInMobileDocuments(folder).isNull()
+        || !QFileInfo(folder.toLocalFile()).isDir()) {
         return {};
     }
     QList<DocumentListController *> chain{new DocumentListController(parent)};

@@ -2,6 +2,7 @@
 
 #include "model/DRItem.h"
 #include "platform/drive/KDContainer.h"
+#include "platform/drive/KDURL.h"
 #include "platform/drive/PromisePlaceholder.h"
 #include "platform/foundation/OperationQueue.h"
 #include "platform/types/IconForResourceProxy.h"
@@ -221,10 +222,12 @@ QList<DocumentListEntry> DocumentListModel::entriesOfFolder(const QString &folde
         DocumentListEntry entry;
         entry.name = name;
         entry.url = QUrl::fromLocalFile(base + name);
-        // a folder whose extension names a document type is one document (a package)
+        // a folder whose extension names a document type is one document (a package); a link
+        // is a folder only when it leads to one inside the drive, never out of it
         entry.isFolder = it.fileInfo().isDir()
             && (it.fileInfo().suffix().isEmpty()
-                || UniformType::preferredIdentifierForExtension(it.fileInfo().suffix()).isEmpty());
+                || UniformType::preferredIdentifierForExtension(it.fileInfo().suffix()).isEmpty())
+            && (!it.fileInfo().isSymLink() || !kd_resolvedPathInMobileDocuments(entry.url).isEmpty());
         entries.append(std::move(entry));
     }
     for (const QString &name : std::as_const(promisedNames)) {

@@ -2,6 +2,7 @@
 
 #include "platform/drive/DriveLayout.h"
 #include "platform/drive/DriveServiceMonitor.h"
+#include "platform/drive/ServiceFile.h"
 #include "platform/foundation/DispatchQueue.h"
 #include "platform/foundation/NotificationCenter.h"
 
@@ -14,8 +15,7 @@ namespace {
 /// The service's override, or empty when it has none.
 QByteArray networkOverride()
 {
-    QFile file(DriveLayout::networkFile());
-    return file.open(QIODevice::ReadOnly) ? file.readAll().trimmed() : QByteArray();
+    return ServiceFile::read(DriveLayout::networkFile()).value_or(QByteArray()).trimmed();
 }
 
 /// Qt 6.4's default backend is NetworkManager only; GLib's network monitor knows less (not the

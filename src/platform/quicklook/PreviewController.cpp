@@ -1,8 +1,10 @@
 #include "platform/quicklook/PreviewController.h"
 
+#include "platform/drive/KDURL.h"
 #include "platform/drive/URLResourceValues.h"
 #include "platform/foundation/LocalizedString.h"
 #include "platform/quicklook/PreviewControllerDataSource.h"
+#include "platform/quicklook/PreviewText.h"
 #include "platform/types/DocumentProxy.h"
 #include "platform/types/IconForResourceProxy.h"
 #include "platform/types/UniformType.h"
@@ -34,14 +36,31 @@
 #include <QWheelEvent>
 #include <QPainter>
 
+#include <sys/stat.h>
+
 namespace {
-/// Text documents are shown up to this size; a larger one shows its beginning.
-constexpr qint64 MaximumTextBytes = 8 * 1024 * 1024;
 
 QString mimeTypeOf(const QString &path)
 {
     static const QMimeDatabase database;
     return database.mimeTypeForFile(path).name();
+}
+
+bool isRegularFile(const QString &path)
+{
+    struct stat st;
+    return ::stat(QFile::encodeName(path).constData(), &st) == 0 && S_ISREG(st.st_mode);
+}
+
+/// The kind shown for an item that is not read: a link out of the drive is a link; anything
+/// else is known by its name.
+QString unreadableType(const QString &path)
+{
+    if (QFileInfo(path).isSymLink()) {
+        return UniformType::SymbolicLink;
+    }
+    static const QMimeDatabase database;
+    return database.mimeTypeForFile(path, QMimeDatabase::MatchExtension).name();
 }
 
 bool isMarkdown(const QString &type)
@@ -213,9 +232,13 @@ void PreviewController::showDocument(const QUrl &url)
         setTitle(QString());
         return;
     }
-    const QString path = url.toLocalFile();
-    setTitle(QFileInfo(path).fileName());
-    m_renderer = QFileInfo(path).isFile() ? rendererForFile(path) : Renderer::Generic;
+    // only what really lies in the drive is read, and exactly the path that was checked: a
+    // link out of the drive, or "link/../x", shows the item's name and nothing of its target
+    const QString resolved = kd_resolvedPathInMobileDocuments(url);
+    const bool readable = !resolved.isNull() && isRegularFile(resolved);
+    const QString path = readable ? resolved : url.toLocalFile();
+    setTitle(QFileInfo(url.toLocalFile()).fileName());
+    m_renderer = readable ? rendererForFile(path) : Renderer::Generic;
     QWidget *widget = nullptr;
     switch (m_renderer) {
     case Renderer::Image: {
@@ -261,21 +284,18 @@ void PreviewController::showDocument(const QUrl &url)
     }
     case Renderer::Text:
     case Renderer::Markdown: {
-        QFile file(path);
-        QByteArray bytes;
-        if (file.open(QIODevice::ReadOnly)) {
-            bytes = file.read(MaximumTextBytes);
-        }
-        if (m_renderer == Renderer::Markdown) {
+        const PreviewText text = PreviewText::fromFile(path);
+        if (m_renderer == Renderer::Markdown && !text.isShortened()) {
             auto *browser = new QTextBrowser;
             browser->setOpenExternalLinks(true);
-            browser->setMarkdown(QString::fromUtf8(bytes));
+            browser->setMarkdown(text.text());
             widget = browser;
         } else {
-            auto *text = new QPlainTextEdit;
-            text->setReadOnly(true);
-            text->setPlainText(QString::fromUtf8(bytes));
-            widget = text;
+            // a very long text is shown as plain text: mark-up over megabytes lays out for minutes
+            auto *plain = new QPlainTextEdit;
+            plain->setReadOnly(true);
+            plain->setPlainText(text.text());
+            widget = plain;
         }
         auto *scrolling = static_cast<QAbstractScrollArea *>(widget);
         scrolling->setFrameShape(QFrame::NoFrame);
@@ -303,7 +323,7 @@ void PreviewController::showDocument(const QUrl &url)
         auto *audio = new QAudioOutput(player);
         media->setAudioOutput(audio);
         media->setVideoOutput(video);
-        media->setSource(url);
+        media->setSource(QUrl::fromLocalFile(path));
         connect(play, &QPushButton::clicked, media, [media, play] {
             const bool playing = media->playbackState() == QMediaPlayer::PlayingState;
             playing ? media->pause() : media->play();
@@ -327,12 +347,13 @@ void PreviewController::showDocument(const QUrl &url)
         layout->addStretch(1);
         auto *icon = new QLabel(card);
         icon->setObjectName(QStringLiteral("genericIcon"));
-        const QString type = mimeTypeOf(path);
+        // what is not read is named by its extension alone
+        const QString type = readable ? mimeTypeOf(path) : unreadableType(url.toLocalFile());
         icon->setPixmap(QPixmap::fromImage(IconForResourceProxy(
             DocumentProxy::documentProxyForName_type_MIMEType(QFileInfo(path).fileName(), type, QString()),
             IconFormat::Large).scaled(128, 128, Qt::KeepAspectRatio, Qt::SmoothTransformation)));
         icon->setAlignment(Qt::AlignCenter);
-        auto *name = new QLabel(QFileInfo(path).fileName(), card);
+        auto *name = new QLabel(QFileInfo(url.toLocalFile()).fileName(), card);
         name->setObjectName(QStringLiteral("genericName"));
         name->setFont(Font::preferredFontForTextStyle(Font::TextStyle::Title2));
         name->setAlignment(Qt::AlignCenter);

@@ -1,20 +1,22 @@
 #include "platform/quota/KVQOffer.h"
 
+#include "app/DRLogging.h"
+#include "platform/drive/ServiceFile.h"
+
 #include <QFile>
 #include <QJsonDocument>
 #include <QJsonObject>
 
 std::shared_ptr<KVQOffer> KVQOffer::offerFromServiceFile(const QString &path)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
+    const std::optional<QJsonObject> object = ServiceFile::readObject(path);
+    if (!object || !object->contains(QStringLiteral("level"))) {
         return nullptr;
     }
-    const QJsonDocument document = QJsonDocument::fromJson(file.readAll());
-    if (!document.isObject() || !document.object().contains(QStringLiteral("level"))) {
+    const std::optional<qint64> level = ServiceFile::wholeNumber(object->value(QStringLiteral("level")));
+    if (!level) {
+        DRLog(LOG_ERR, "Ignoring %@: its offer level is not a whole number from 0", path);
         return nullptr;
     }
-    const QJsonObject object = document.object();
-    return std::make_shared<KVQOffer>(object.value(QStringLiteral("level")).toInteger(),
-                                      object.value(QStringLiteral("title")).toString());
+    return std::make_shared<KVQOffer>(*level, object->value(QStringLiteral("title")).toString());
 }

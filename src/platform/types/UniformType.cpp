@@ -12,6 +12,7 @@ const QString UniformType::Data = QStringLiteral("public.data");
 const QString UniformType::Content = QStringLiteral("public.content");
 const QString UniformType::Item = QStringLiteral("public.item");
 const QString UniformType::Folder = QStringLiteral("inode/directory");
+const QString UniformType::SymbolicLink = QStringLiteral("inode/symlink");
 
 namespace {
 

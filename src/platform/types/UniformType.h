@@ -19,6 +19,8 @@ public:
     static const QString Content;
     static const QString Item;
     static const QString Folder;
+    /// A symbolic link: what a bookmark that leads out of the drive is shown as.
+    static const QString SymbolicLink;
 
     /// The type of files with this extension; empty when the database knows none.
     static QString preferredIdentifierForExtension(const QString &extension);
