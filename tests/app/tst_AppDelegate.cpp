@@ -19,6 +19,8 @@
 #include <QProcess>
 #include <QRegularExpression>
 #include <QTemporaryDir>
+
+#include <sys/stat.h>
 #include <QTest>
 
 class tst_AppDelegate : public QObject
@@ -140,6 +142,53 @@ private Q_SLOTS:
         const QRegularExpression built(QStringLiteral("Built \\(main\\) on [A-Z][a-z]{2} [ 0-9]\\d \\d{4} @ \\d\\d:\\d\\d:\\d\\d"));
         QVERIFY2(built.match(output).hasMatch(), qPrintable(output));
         QVERIFY(output.indexOf(QStringLiteral("Running ")) < output.indexOf(QStringLiteral("Built (main) on ")));
+    }
+
+    // FIFOs and a link to /dev/zero in place of the service files and the defaults: the app
+    // still starts, says which file is wrong, and does not grow without end.
+    void serviceFilesThatAreFifosOrDevicesNeitherHangNorBloatTheApp()
+    {
+        QTemporaryDir home;
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QStringLiteral("AEROVA_HOME"), home.path());
+        environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+        environment.insert(QStringLiteral("AEROVA_SYSLOG"), QStringLiteral("memory"));
+        QProcess init;
+        init.setProcessEnvironment(environment);
+        init.start(QStringLiteral(AEROVA_CTL_PATH), {QStringLiteral("init")});
+        QVERIFY(init.waitForFinished(30000));
+        QCOMPARE(init.exitCode(), 0);
+        const QString service = home.path() + QStringLiteral("/Service/");
+        for (const char *name : {"containers.json", "account.json", "kvstore.json", "offer.json"}) {
+            QFile::remove(service + QLatin1String(name));
+            QCOMPARE(::mkfifo(QFile::encodeName(service + QLatin1String(name)).constData(), 0644), 0);
+        }
+        QVERIFY(QFile::link(QStringLiteral("/dev/zero"), service + QStringLiteral("network")));
+        QCOMPARE(::mkfifo(QFile::encodeName(home.path() + QStringLiteral("/defaults.ini")).constData(), 0644), 0);
+
+        QProcess app;
+        app.setProcessEnvironment(environment);
+        app.start(QStringLiteral(AEROVA_APP_PATH), {});
+        QVERIFY(app.waitForStarted());
+        QByteArray errors;
+        const QByteArray accountProblem = "Ignoring " + QFile::encodeName(service) + "account.json: it is a FIFO, not a regular file";
+        const QByteArray defaultsProblem = "The defaults file " + QFile::encodeName(home.path())
+            + "/defaults.ini is a FIFO, not a regular file; its values are kept in memory only.";
+        QTRY_VERIFY_WITH_TIMEOUT((errors += app.readAllStandardError()).contains(accountProblem), 20000);
+        QTRY_VERIFY_WITH_TIMEOUT((errors += app.readAllStandardError()).contains(defaultsProblem), 20000);
+        QCOMPARE(app.state(), QProcess::Running);
+        QFile status(QStringLiteral("/proc/%1/status").arg(app.processId()));
+        QVERIFY(status.open(QIODevice::ReadOnly));
+        QByteArray vmRss;
+        for (const QByteArray &line : status.readAll().split('\n')) {
+            if (line.startsWith("VmRSS:")) {
+                vmRss = line;
+            }
+        }
+        const qint64 kilobytes = vmRss.mid(6).trimmed().split(' ').value(0).toLongLong();
+        QVERIFY2(kilobytes > 0 && kilobytes < 512 * 1024, vmRss.constData());
+        app.kill();
+        QVERIFY(app.waitForFinished());
     }
 
     // senders encode the path twice: a space arrives as %2520

@@ -11,6 +11,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QTemporaryDir>
 #include <QTest>
 
 class tst_FileUtils : public QObject
@@ -197,6 +198,36 @@ private slots:
         QVERIFY(error);
         QCOMPARE(LogSpy::levelOf(StringFormat::format("failed to create directory:'%@': %@", url(existing), error)), LOG_ERR);
         QCOMPARE(read(existing), QByteArray("content"));
+    }
+
+    // A document only on the drive holds its name: a folder of that name would hide it, and
+    // a download would then have nowhere to go.
+    void mkdirOverPromisedDocumentFails()
+    {
+        const QString promised = file(QStringLiteral("Cloud Only.pdf"));
+        QVERIFY(!DriveSetup::promise(promised));
+        const std::optional<Error> error = FileUtils::mkdir(url(promised));
+        QVERIFY(error);
+        QCOMPARE(error->code(), qint64(FileWriteFileExistsError));
+        QCOMPARE(LogSpy::levelOf(StringFormat::format("failed to create directory:'%@': %@", url(promised), error)), LOG_ERR);
+        QVERIFY(!QFileInfo::exists(promised));
+        QVERIFY(PromisePlaceholder::isPromisedItem(promised));
+    }
+
+    // Nothing outside the drive is made, changed or deleted, even when asked by path.
+    void changesOutsideTheDriveAreRefused()
+    {
+        QTemporaryDir outside;
+        QVERIFY(TestDrive::writeFile(outside.path() + QStringLiteral("/keep.txt"), "keep"));
+        QVERIFY(FileUtils::mkdir(QUrl::fromLocalFile(outside.path() + QStringLiteral("/made"))));
+        QVERIFY(!QFileInfo::exists(outside.path() + QStringLiteral("/made")));
+        QVERIFY(FileUtils::remove(QUrl::fromLocalFile(outside.path() + QStringLiteral("/keep.txt"))));
+        QVERIFY(FileUtils::move_to(QUrl::fromLocalFile(outside.path() + QStringLiteral("/keep.txt")),
+                                   url(m_folder + QStringLiteral("/stolen.txt"))));
+        QCOMPARE(read(outside.path() + QStringLiteral("/keep.txt")), QByteArray("keep"));
+        const QString mine = file(QStringLiteral("mine.txt"));
+        QVERIFY(FileUtils::move_to(url(mine), QUrl::fromLocalFile(outside.path() + QStringLiteral("/mine.txt"))));
+        QCOMPARE(read(mine), QByteArray("content"));
     }
 
     // Deleting removes the item (folders with their contents) and reports at info level.

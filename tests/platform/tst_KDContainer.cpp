@@ -5,6 +5,7 @@
 
 #include <QDir>
 #include <QFileInfo>
+#include <QProcess>
 #include <QTest>
 
 class tst_KDContainer : public QObject
@@ -67,6 +68,31 @@ private slots:
         QVERIFY(!container->deleteAllContentsOnClientAndServer());
         QVERIFY(QFileInfo(appDocuments()).isDir());
         QVERIFY(QDir(appDocuments()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot).isEmpty());
+        QVERIFY(!QFileInfo::exists(stored));
+    }
+
+    // An item that cannot be removed keeps its content on the drive: only what was removed
+    // loses it, and everything else is still removed.
+    void deleteAllContentsKeepsTheContentOfWhatStays()
+    {
+        QVERIFY(TestDrive::writeFile(appDocuments() + QStringLiteral("/Loose.txt"), "loose"));
+        QVERIFY(TestDrive::writeFile(appDocuments() + QStringLiteral("/Locked/Kept.txt"), "kept"));
+        QVERIFY(!DriveSetup::promise(appDocuments() + QStringLiteral("/Locked/Kept.txt")));
+        std::optional<Error> error;
+        const QString stored = PromisePlaceholder::read(
+            PromisePlaceholder::placeholderPathFor(appDocuments() + QStringLiteral("/Locked/Kept.txt")), &error)->storeFilePath();
+        const QString locked = appDocuments() + QStringLiteral("/Locked");
+        if (QProcess::execute(QStringLiteral("chattr"), {QStringLiteral("+i"), locked}) != 0) {
+            QSKIP("an immutable folder needs chattr and a file system that has the flag");
+        }
+        auto container = KDContainer::containerWithIdentifier(QStringLiteral("com.example.Writer"));
+        const std::optional<Error> failed = container->deleteAllContentsOnClientAndServer();
+        QProcess::execute(QStringLiteral("chattr"), {QStringLiteral("-i"), locked});
+        QVERIFY(failed);
+        QVERIFY(!QFileInfo::exists(appDocuments() + QStringLiteral("/Loose.txt")));
+        QVERIFY(PromisePlaceholder::isPromisedItem(appDocuments() + QStringLiteral("/Locked/Kept.txt")));
+        QVERIFY(QFileInfo::exists(stored));
+        QVERIFY(!container->deleteAllContentsOnClientAndServer());
         QVERIFY(!QFileInfo::exists(stored));
     }
 

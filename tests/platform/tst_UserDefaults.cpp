@@ -2,7 +2,10 @@
 #include "platform/foundation/UserDefaults.h"
 #include "support/TestDrive.h"
 
+#include <QFile>
 #include <QTest>
+
+#include <sys/stat.h>
 
 class tst_UserDefaults : public QObject
 {
@@ -34,6 +37,30 @@ private slots:
         UserDefaults reader(m_drive.home() + QStringLiteral("/shared.ini"));
         reader.synchronize();
         QCOMPARE(reader.dataForKey(QStringLiteral("data")), QByteArray("token"));
+    }
+
+    // A FIFO or a device in place of the defaults file is never read (it would block or never
+    // end): the values live in memory, and once a real file is back they are written to it.
+    void fifoOrDeviceInPlaceOfTheFileIsNotRead()
+    {
+        const QString fifo = m_drive.home() + QStringLiteral("/fifo.ini");
+        QCOMPARE(::mkfifo(QFile::encodeName(fifo).constData(), 0644), 0);
+        UserDefaults defaults(fifo);
+        QVERIFY(!defaults.objectForKey(QStringLiteral("DRLogLevel")).isValid());
+        defaults.setObject(7, QStringLiteral("DRLogLevel"));
+        QCOMPARE(defaults.integerForKey(QStringLiteral("DRLogLevel")), 7);
+        QVERIFY(!defaults.synchronize());
+        QVERIFY(QFile::remove(fifo));
+        QVERIFY(defaults.synchronize());
+        QCOMPARE(defaults.integerForKey(QStringLiteral("DRLogLevel")), 7);
+        UserDefaults reader(fifo);
+        QCOMPARE(reader.integerForKey(QStringLiteral("DRLogLevel")), 7);
+
+        const QString zero = m_drive.home() + QStringLiteral("/zero.ini");
+        QVERIFY(QFile::link(QStringLiteral("/dev/zero"), zero));
+        UserDefaults endless(zero);
+        QVERIFY(!endless.objectForKey(QStringLiteral("anything")).isValid());
+        QVERIFY(!endless.synchronize());
     }
 
     // An app's preferences live in its own data container.

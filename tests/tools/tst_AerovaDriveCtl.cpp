@@ -3,9 +3,12 @@
 #include <QJsonObject>
 #include "support/TestDrive.h"
 
+#include <QDir>
 #include <QFileInfo>
 #include <QProcess>
 #include <QTest>
+
+#include <sys/stat.h>
 
 class tst_AerovaDriveCtl : public QObject
 {
@@ -123,6 +126,83 @@ private slots:
         QCOMPARE(object.value(QStringLiteral("plan")).toDouble(), 5e9);
         QCOMPARE(run({QStringLiteral("quota"), QStringLiteral("lots")}), 2);
         QCOMPARE(run({QStringLiteral("quota"), QStringLiteral("lots"), QStringLiteral("1")}), 2);
+    }
+
+    // A FIFO, a device or a corrupt file in place of a service file never hangs the control
+    // program: it says which file is wrong and how, and goes on as if the file were missing.
+    void unusableServiceFilesAreNamedNotWaitedOn_data()
+    {
+        QTest::addColumn<QString>("file");
+        QTest::addColumn<QString>("kind");
+        for (const char *name : {"containers.json", "account.json", "kvstore.json", "quota.json", "offer.json"}) {
+            const QString file = QString::fromLatin1(name);
+            QTest::newRow(qPrintable(file + QStringLiteral(" fifo"))) << file << QStringLiteral("fifo");
+            QTest::newRow(qPrintable(file + QStringLiteral(" zero"))) << file << QStringLiteral("zero");
+            QTest::newRow(qPrintable(file + QStringLiteral(" corrupt"))) << file << QStringLiteral("corrupt");
+        }
+        QTest::newRow("network fifo") << QStringLiteral("network") << QStringLiteral("fifo");
+        QTest::newRow("network zero") << QStringLiteral("network") << QStringLiteral("zero");
+    }
+    void unusableServiceFilesAreNamedNotWaitedOn()
+    {
+        QFETCH(QString, file);
+        QFETCH(QString, kind);
+        const QString path = m_drive.home() + QStringLiteral("/home/Service/") + file;
+        const QString saved = path + QStringLiteral(".saved");
+        QFile::remove(saved);
+        const bool existed = QFile::rename(path, saved);
+        if (kind == QLatin1String("fifo")) {
+            QCOMPARE(::mkfifo(QFile::encodeName(path).constData(), 0644), 0);
+        } else if (kind == QLatin1String("zero")) {
+            QVERIFY(QFile::link(QStringLiteral("/dev/zero"), path));
+        } else {
+            QVERIFY(TestDrive::writeFile(path, "{\"identity\": "));
+        }
+        QByteArray output;
+        const int status = run({QStringLiteral("status")}, &output);
+        QFile::remove(path);
+        if (existed) {
+            QVERIFY(QFile::rename(saved, path));
+        }
+        QCOMPARE(status, 0);
+        const QByteArray problem = kind == QLatin1String("fifo") ? "is a FIFO, not a regular file"
+            : kind == QLatin1String("zero")                      ? "is a character device, not a regular file"
+                                                                 : "is not valid JSON";
+        QVERIFY2(output.contains(QByteArray("warning: The file " + QFile::encodeName(path) + ' ' + problem)), output.constData());
+    }
+
+    // Signing in where the account cannot be written says which file and why.
+    void failedSignInSaysWhy()
+    {
+        const QString account = m_drive.home() + QStringLiteral("/home/Service/account.json");
+        QVERIFY(QFile::rename(account, account + QStringLiteral(".saved")));
+        QVERIFY(QDir().mkpath(account)); // a folder where the file goes
+        QByteArray errors;
+        const int status = run({QStringLiteral("sign-in")}, nullptr, &errors);
+        QVERIFY(QDir(account).removeRecursively());
+        QVERIFY(QFile::rename(account + QStringLiteral(".saved"), account));
+        QCOMPARE(status, 1);
+        QVERIFY2(errors.startsWith(QByteArray("aerovadrive-ctl: sign-in: cannot write " + QFile::encodeName(account) + ": ")),
+                 errors.constData());
+    }
+
+    // A download reports what really happened: a folder that took a promised item's name is no
+    // download, and an item already here is said to be.
+    void downloadSaysWhatReallyHappened()
+    {
+        const QString path = m_drive.path(QStringLiteral("ctl/Taken.txt"));
+        QVERIFY(TestDrive::writeFile(path, "t"));
+        QCOMPARE(run({QStringLiteral("download"), path}, nullptr), 0);
+        QByteArray output;
+        QCOMPARE(run({QStringLiteral("download"), path}, &output), 0);
+        QVERIFY(output.startsWith("already downloaded "));
+        QCOMPARE(run({QStringLiteral("promise"), path}), 0);
+        QVERIFY(QDir().mkpath(path)); // made behind the app's back, beside the placeholder
+        QByteArray errors;
+        QCOMPARE(run({QStringLiteral("download"), path}, &output, &errors), 1);
+        QVERIFY(!output.contains("downloaded"));
+        QVERIFY2(errors.contains("is a folder, not a document only on the drive"), errors.constData());
+        QVERIFY(QDir().rmdir(path));
     }
 };
 
