@@ -353,6 +353,31 @@ private Q_SLOTS:
         QCOMPARE(saved.decodeIntegerForKey(QStringLiteral("PreviewMode")), PreviewModeDetails);
     }
 
+    // the saved state is a file another process can write: a URL in it that leads out of the
+    // drive, directly or through a link, is not shown at the next launch
+    void restoringAnItemOutsideTheDriveShowsNothing()
+    {
+        QTemporaryDir outside;
+        QVERIFY(TestDrive::writeFile(outside.path() + QStringLiteral("/passwd"), "root:x:0:0"));
+        const QString link = m_drive.root() + QStringLiteral("/passwd");
+        QVERIFY(QFile::link(outside.path() + QStringLiteral("/passwd"), link));
+        for (const QString &saved : QStringList{outside.path() + QStringLiteral("/passwd"), link}) {
+            NavController browser;
+            browser.view();
+            StateCoder coder;
+            coder.encodeObject_forKey(QUrl::fromLocalFile(saved), QStringLiteral("url"));
+            coder.encodeInteger_forKey(PreviewModePreview, QStringLiteral("PreviewMode"));
+            LogSpy::clear();
+            browser.decodeRestorableStateWithCoder(coder);
+            QVERIFY(!browser.itemManager());
+            QCOMPARE(browser.viewControllers().size(), 1);
+            QCOMPARE(LogSpy::levelOf(QStringLiteral("Not restoring %1: it is not an item inside the drive")
+                                         .arg(QUrl::fromLocalFile(saved).toString())),
+                     LOG_ERR);
+        }
+        QVERIFY(QFile::remove(link));
+    }
+
     // every list the browser shows is configured the same way
     void listsAreConfiguredWhenShown()
     {

@@ -17,6 +17,7 @@
 #include <QDir>
 #include <QFile>
 #include <QImage>
+#include <QTemporaryDir>
 #include <QTest>
 
 class tst_DRItem : public QObject
@@ -181,6 +182,26 @@ private slots:
         QCOMPARE(item->resolvedURL().toLocalFile(), target);
         QCOMPARE(item->localizedName(), QStringLiteral("Real Name.txt"));
         QCOMPARE(item->fileSize(), std::optional<quint64>(77));
+    }
+
+    // A bookmark that leads out of the drive is shown as what it is, an unavailable bookmark:
+    // nothing of its target (size, kind, content) is read through it.
+    void bookmarkOutOfTheDriveIsUnavailable()
+    {
+        QTemporaryDir outside;
+        QVERIFY(TestDrive::writeFile(outside.path() + QStringLiteral("/secret.pdf"), QByteArray(1234, 's')));
+        const QString link = m_drive.path(QStringLiteral("Targets/Outside.pdf"));
+        QDir().mkpath(m_drive.path(QStringLiteral("Targets")));
+        QVERIFY(QFile::link(outside.path() + QStringLiteral("/secret.pdf"), link));
+        const auto item = DRItem::initWithURL(QUrl::fromLocalFile(link));
+        QVERIFY(item);
+        QVERIFY(!item->isBookmark());
+        QCOMPARE(item->resolvedURL().toLocalFile(), link);
+        QCOMPARE(item->localizedName(), QStringLiteral("Outside.pdf"));
+        QCOMPARE(item->typeIdentifier(), QStringLiteral("inode/symlink"));
+        QCOMPARE(item->fileSize(), std::optional<quint64>());
+        QVERIFY(!item->canPreview());
+        QVERIFY(!item->isDirectory());
     }
 
     // A bookmark to a promised document resolves to the promise, which stays a promise.

@@ -1,4 +1,5 @@
 #include "platform/quicklook/PreviewController.h"
+#include "platform/quicklook/PreviewText.h"
 #include "platform/quicklook/PreviewControllerDataSource.h"
 
 #include "platform/drive/DriveSetup.h"
@@ -10,7 +11,12 @@
 #include <QPdfDocument>
 #include <QPdfView>
 #include <QPlainTextEdit>
+#include <QLabel>
+#include <QPlainTextEdit>
+#include <QTemporaryDir>
 #include <QTest>
+#include <QTextBlock>
+#include <QTextDocument>
 #include <QTextBrowser>
 
 namespace {
@@ -56,6 +62,77 @@ private:
     TestDrive m_drive;
 
 private slots:
+    // A text without line breaks (6 MiB downloads by itself on Wi-Fi) is shown in lines the
+    // viewer can lay out piece by piece, so the screen never freezes; its words are all there.
+    void textWithoutLineBreaksIsShownInPieces()
+    {
+        const QString path = m_drive.freshFolder(QStringLiteral("oneline")) + QStringLiteral("/minified.txt");
+        QByteArray line(6 * 1024 * 1024, 'w');
+        line[0] = 'B';
+        line[line.size() - 1] = 'E';
+        QVERIFY(TestDrive::writeFile(path, line));
+        OneDocument source;
+        source.url = QUrl::fromLocalFile(path);
+        PreviewController viewer;
+        viewer.setDataSource(&source);
+        viewer.view()->resize(390, 700);
+        viewer.reloadData();
+        QCOMPARE(viewer.currentRenderer(), PreviewController::Renderer::Text);
+        auto *text = qobject_cast<QPlainTextEdit *>(viewer.rendererWidget());
+        QVERIFY(text);
+        const QTextDocument *document = text->document();
+        QVERIFY(document->blockCount() >= line.size() / PreviewText::MaximumLineLength);
+        for (QTextBlock block = document->begin(); block.isValid(); block = block.next()) {
+            QVERIFY(block.length() <= PreviewText::MaximumLineLength + 1);
+        }
+        const QString shown = text->toPlainText();
+        QCOMPARE(shown.size() - shown.count(QLatin1Char('\n')), line.size());
+        QVERIFY(shown.startsWith(QLatin1Char('B')));
+        QVERIFY(shown.endsWith(QLatin1Char('E')));
+        viewer.view()->show();
+        QVERIFY(QTest::qWaitForWindowExposed(viewer.view()));
+    }
+
+    // Text beyond what the viewer reads ends by saying so; mark-up over a text cut into pieces
+    // is not applied (it would lay out for minutes), the words are shown plainly.
+    void tooLongTextSaysTheRestIsLeftOut()
+    {
+        const QByteArray bytes = QByteArray("# Title\n") + QByteArray(PreviewText::MaximumTextBytes, 'm');
+        const PreviewText text = PreviewText::fromUtf8(bytes.left(PreviewText::MaximumTextBytes), true);
+        QVERIFY(text.isShortened());
+        QVERIFY(text.text().endsWith(QStringLiteral("\n\nThe rest is too long to preview.")));
+        const QString path = m_drive.freshFolder(QStringLiteral("longmd")) + QStringLiteral("/huge.md");
+        QVERIFY(TestDrive::writeFile(path, QByteArray("# Title\n") + QByteArray(300000, 'm')));
+        OneDocument source;
+        source.url = QUrl::fromLocalFile(path);
+        PreviewController viewer;
+        viewer.setDataSource(&source);
+        viewer.reloadData();
+        QCOMPARE(viewer.currentRenderer(), PreviewController::Renderer::Markdown);
+        QVERIFY(qobject_cast<QPlainTextEdit *>(viewer.rendererWidget()));
+        const PreviewText small = PreviewText::fromUtf8("short\nlines\n", false);
+        QVERIFY(!small.isShortened());
+        QCOMPARE(small.text(), QStringLiteral("short\nlines\n"));
+    }
+
+    // A link out of the drive shows its name and nothing of what it leads to.
+    void linkOutOfTheDriveShowsNothingOfItsTarget()
+    {
+        QTemporaryDir outside;
+        QVERIFY(TestDrive::writeFile(outside.path() + QStringLiteral("/passwd.txt"), "root:x:0:0"));
+        const QString link = m_drive.freshFolder(QStringLiteral("outlink")) + QStringLiteral("/passwd.txt");
+        QVERIFY(QFile::link(outside.path() + QStringLiteral("/passwd.txt"), link));
+        OneDocument source;
+        source.url = QUrl::fromLocalFile(link);
+        PreviewController viewer;
+        viewer.setDataSource(&source);
+        viewer.reloadData();
+        QCOMPARE(viewer.currentRenderer(), PreviewController::Renderer::Generic);
+        QCOMPARE(viewer.rendererWidget()->findChild<QLabel *>(QStringLiteral("genericName"))->text(),
+                 QStringLiteral("passwd.txt"));
+        QVERIFY(!PreviewController::canPreviewItem(source.url));
+    }
+
     // each kind of document gets its renderer; anything else its icon, name and kind
     void eachKindGetsItsRenderer_data()
     {

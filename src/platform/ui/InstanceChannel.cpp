@@ -100,19 +100,17 @@ bool InstanceChannel::listen(URLHandler handler)
         SystemLog::plainLog(QStringLiteral("No private folder for the app's socket; running without one."));
         return false;
     }
-    m_server.setSocketOptions(QLocalServer::UserAccessOption);
+    // a live instance answers and keeps its socket; one left by a killed instance answers no
+    // one and is replaced. (No socket options: Qt would then bind elsewhere and rename over
+    // the name, taking a live instance's socket; the private folder already keeps others out.)
+    QLocalSocket probe;
+    probe.connectToServer(name);
+    if (probe.waitForConnected(TimeoutMilliseconds)) {
+        return false;
+    }
+    QLocalServer::removeServer(name);
     if (!m_server.listen(name)) {
-        // a socket left by an instance that was killed answers no one: it is replaced; a live
-        // one is left alone
-        QLocalSocket probe;
-        probe.connectToServer(name);
-        if (probe.waitForConnected(TimeoutMilliseconds)) {
-            return false;
-        }
-        QLocalServer::removeServer(name);
-        if (!m_server.listen(name)) {
-            return false;
-        }
+        return false;
     }
     connect(&m_server, &QLocalServer::newConnection, this, [this] {
         while (QLocalSocket *socket = m_server.nextPendingConnection()) {
