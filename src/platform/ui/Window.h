@@ -1,9 +1,9 @@
 #pragma once
 
+#include "platform/ui/ViewController.h"
+
 #include <QPointer>
 #include <QWidget>
-
-class ViewController;
 
 /// The app's one window: it shows its root screen full size and tells Device its size, which
 /// decides between the phone and tablet layouts.
