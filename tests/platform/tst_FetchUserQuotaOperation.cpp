@@ -3,6 +3,7 @@
 #include "platform/drive/CloudContainer.h"
 #include "platform/drive/CloudDatabase.h"
 #include "platform/drive/DriveFileManager.h"
+#include "platform/drive/DriveLayout.h"
 #include "platform/drive/DriveSetup.h"
 #include "support/TestDrive.h"
 
@@ -63,6 +64,23 @@ private slots:
         QCOMPARE(failed->error->domain(), QString::fromLatin1(CloudErrorDomain));
         QCOMPARE(failed->error->localizedDescription(), QStringLiteral("Down for a moment"));
         QVERIFY(!fetch()->error);
+    }
+
+    // A plan of 1e300 bytes (or a negative one) is no plan: converting it would be undefined;
+    // the fetch fails with a message naming the file instead of reporting nonsense.
+    void outOfRangePlanIsAnError()
+    {
+        for (const QByteArray &quota : {QByteArray("{\"plan\": 1e300, \"used\": 0}"), QByteArray("{\"plan\": -5}"),
+                                        QByteArray("{\"plan\": 1000, \"used\": \"lots\"}")}) {
+            QVERIFY(TestDrive::writeFile(DriveLayout::quotaFile(), quota));
+            const auto result = fetch();
+            QVERIFY2(result->error, quota.constData());
+            QVERIFY(result->error->localizedDescription().contains(DriveLayout::quotaFile()));
+            QCOMPARE(result->remaining, quint64(0));
+        }
+        QVERIFY(TestDrive::writeFile(DriveLayout::quotaFile(), "{\"plan\": 9007199254740992, \"used\": 1}"));
+        QCOMPARE(fetch()->remaining, quint64(9007199254740991));
+        QVERIFY(!DriveSetup::setQuota(5000000000, 1000000000));
     }
 
     // Signed out or offline, the service answers with an error.

@@ -171,6 +171,19 @@ private slots:
         QVERIFY2(output.contains(QByteArray("warning: The file " + QFile::encodeName(path) + ' ' + problem)), output.constData());
     }
 
+    // A write that fails names the file it could not write.
+    void failedWriteNamesTheFile()
+    {
+        const QString quota = m_drive.home() + QStringLiteral("/home/Service/quota.json");
+        QFile::remove(quota);
+        QVERIFY(QDir().mkpath(quota));
+        QByteArray errors;
+        const int status = run({QStringLiteral("quota"), QStringLiteral("5GB"), QStringLiteral("1GB")}, nullptr, &errors);
+        QVERIFY(QDir(quota).removeRecursively());
+        QCOMPARE(status, 1);
+        QVERIFY2(errors.startsWith("aerovadrive-ctl: quota: ") && errors.contains(QFile::encodeName(quota)), errors.constData());
+    }
+
     // Signing in where the account cannot be written says which file and why.
     void failedSignInSaysWhy()
     {
