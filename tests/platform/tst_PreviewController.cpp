@@ -61,6 +61,21 @@ class tst_PreviewController : public QObject
 private:
     TestDrive m_drive;
 
+    /// A viewer showing the one document at `path` in a phone-sized view.
+    struct Shown {
+        OneDocument source;
+        PreviewController viewer;
+    };
+    static std::unique_ptr<Shown> show(const QString &path)
+    {
+        auto shown = std::make_unique<Shown>();
+        shown->source.url = QUrl::fromLocalFile(path);
+        shown->viewer.setDataSource(&shown->source);
+        shown->viewer.view()->resize(390, 700);
+        shown->viewer.reloadData();
+        return shown;
+    }
+
 private slots:
     // A text without line breaks (6 MiB downloads by itself on Wi-Fi) is shown in lines the
     // viewer can lay out piece by piece, so the screen never freezes; its words are all there.
@@ -71,12 +86,8 @@ private slots:
         line[0] = 'B';
         line[line.size() - 1] = 'E';
         QVERIFY(TestDrive::writeFile(path, line));
-        OneDocument source;
-        source.url = QUrl::fromLocalFile(path);
-        PreviewController viewer;
-        viewer.setDataSource(&source);
-        viewer.view()->resize(390, 700);
-        viewer.reloadData();
+        const auto shown = show(path);
+        PreviewController &viewer = shown->viewer;
         QCOMPARE(viewer.currentRenderer(), PreviewController::Renderer::Text);
         auto *text = qobject_cast<QPlainTextEdit *>(viewer.rendererWidget());
         QVERIFY(text);
@@ -85,10 +96,10 @@ private slots:
         for (QTextBlock block = document->begin(); block.isValid(); block = block.next()) {
             QVERIFY(block.length() <= PreviewText::MaximumLineLength + 1);
         }
-        const QString shown = text->toPlainText();
-        QCOMPARE(shown.size() - shown.count(QLatin1Char('\n')), line.size());
-        QVERIFY(shown.startsWith(QLatin1Char('B')));
-        QVERIFY(shown.endsWith(QLatin1Char('E')));
+        const QString plain = text->toPlainText();
+        QCOMPARE(plain.size() - plain.count(QLatin1Char('\n')), line.size());
+        QVERIFY(plain.startsWith(QLatin1Char('B')));
+        QVERIFY(plain.endsWith(QLatin1Char('E')));
         viewer.view()->show();
         QVERIFY(QTest::qWaitForWindowExposed(viewer.view()));
     }
@@ -103,11 +114,8 @@ private slots:
         QVERIFY(text.text().endsWith(QStringLiteral("\n\nThe rest is too long to preview.")));
         const QString path = m_drive.freshFolder(QStringLiteral("longmd")) + QStringLiteral("/huge.md");
         QVERIFY(TestDrive::writeFile(path, QByteArray("# Title\n") + QByteArray(300000, 'm')));
-        OneDocument source;
-        source.url = QUrl::fromLocalFile(path);
-        PreviewController viewer;
-        viewer.setDataSource(&source);
-        viewer.reloadData();
+        const auto shown = show(path);
+        PreviewController &viewer = shown->viewer;
         QCOMPARE(viewer.currentRenderer(), PreviewController::Renderer::Markdown);
         QVERIFY(qobject_cast<QPlainTextEdit *>(viewer.rendererWidget()));
         const PreviewText small = PreviewText::fromUtf8("short\nlines\n", false);
@@ -122,11 +130,9 @@ private slots:
         QVERIFY(TestDrive::writeFile(outside.path() + QStringLiteral("/passwd.txt"), "root:x:0:0"));
         const QString link = m_drive.freshFolder(QStringLiteral("outlink")) + QStringLiteral("/passwd.txt");
         QVERIFY(QFile::link(outside.path() + QStringLiteral("/passwd.txt"), link));
-        OneDocument source;
-        source.url = QUrl::fromLocalFile(link);
-        PreviewController viewer;
-        viewer.setDataSource(&source);
-        viewer.reloadData();
+        const auto shown = show(link);
+        PreviewController &viewer = shown->viewer;
+        const OneDocument &source = shown->source;
         QCOMPARE(viewer.currentRenderer(), PreviewController::Renderer::Generic);
         QCOMPARE(viewer.rendererWidget()->findChild<QLabel *>(QStringLiteral("genericName"))->text(),
                  QStringLiteral("passwd.txt"));
@@ -163,12 +169,9 @@ private slots:
         QFETCH(int, renderer);
         const QString path = m_drive.freshFolder(QStringLiteral("render")) + QLatin1Char('/') + name;
         QVERIFY(TestDrive::writeFile(path, content));
-        OneDocument source;
-        source.url = QUrl::fromLocalFile(path);
-        PreviewController viewer;
-        viewer.setDataSource(&source);
-        viewer.view()->resize(390, 700);
-        viewer.reloadData();
+        const auto shown = show(path);
+        PreviewController &viewer = shown->viewer;
+        const OneDocument &source = shown->source;
         QCOMPARE(int(viewer.currentRenderer()), renderer);
         QCOMPARE(viewer.currentPreviewItem(), source.url);
         QCOMPARE(viewer.title(), name);
@@ -207,7 +210,7 @@ private slots:
             break;
         }
         // nothing offered, nothing shown
-        source.url = QUrl();
+        shown->source.url = QUrl();
         viewer.reloadData();
         QCOMPARE(viewer.currentRenderer(), PreviewController::Renderer::None);
     }

@@ -81,11 +81,9 @@ QVariantMap realValues(const QFileInfo &info, const QStringList &keys)
     return values;
 }
 
-/// A link that leads out of the drive is described as what it is, an unavailable bookmark,
-/// without a look at what it leads to.
-QVariantMap unavailableLinkValues(const QFileInfo &info)
+/// The values of a document known by its name and type alone, without reading it.
+QVariantMap documentValues(const QFileInfo &info, const QString &type)
 {
-    const QString type = UniformType::SymbolicLink;
     return {
         {URLResourceKey::Name, info.fileName()},
         {URLResourceKey::LocalizedName, info.fileName()},
@@ -98,24 +96,22 @@ QVariantMap unavailableLinkValues(const QFileInfo &info)
     };
 }
 
+/// A link that leads out of the drive is described as what it is, an unavailable bookmark,
+/// without a look at what it leads to.
+QVariantMap unavailableLinkValues(const QFileInfo &info)
+{
+    return documentValues(info, UniformType::SymbolicLink);
+}
+
 QVariantMap promiseValues(const QString &logicalPath, const PromisePlaceholder &placeholder)
 {
     const QFileInfo info(logicalPath);
     const QString type = placeholder.mimeType.isEmpty()
         ? QMimeDatabase().mimeTypeForFile(info, QMimeDatabase::MatchExtension).name()
         : placeholder.mimeType;
-    QVariantMap values{
-        {URLResourceKey::Name, info.fileName()},
-        {URLResourceKey::LocalizedName, info.fileName()},
-        {URLResourceKey::TypeIdentifier, type},
-        {URLResourceKey::LocalizedTypeDescription, UniformType::localizedDescription(type)},
-        {URLResourceKey::IsDirectory, false},
-        {URLResourceKey::IsPackage, false},
-        {URLResourceKey::HasHiddenExtension, false},
-        {URLResourceKey::ParentDirectoryURL, QUrl::fromLocalFile(info.absolutePath() + QLatin1Char('/'))},
-        {URLResourceKey::UbiquitousItemIsShared, placeholder.shared},
-        {URLResourceKey::UbiquitousItemDownloadingStatus, URLResourceValue::DownloadingStatusNotDownloaded},
-    };
+    QVariantMap values = documentValues(info, type);
+    values.insert(URLResourceKey::UbiquitousItemIsShared, placeholder.shared);
+    values.insert(URLResourceKey::UbiquitousItemDownloadingStatus, URLResourceValue::DownloadingStatusNotDownloaded);
     if (placeholder.size >= 0) {
         values.insert(URLResourceKey::FileSize, quint64(placeholder.size));
     }
