@@ -3,8 +3,10 @@
 // The drive a fuzz target works on: a temporary AEROVA_HOME made once per process, with the
 // application object that queues and file watches need.
 
+#include "app/DRLogging.h"
 #include "platform/drive/DriveLayout.h"
 #include "platform/drive/DriveSetup.h"
+#include "platform/foundation/UserDefaults.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -28,6 +30,11 @@ inline void setUp(int *argc, char ***argv)
     if (DriveSetup::initialize()) {
         std::abort();
     }
+    // the log's formatting is exercised by the formatter's target; here it would only slow
+    // every run down with a line on standard error
+    UserDefaults::standardUserDefaults()->setObject(LOG_CRIT, QStringLiteral("DRLogLevel"));
+    UserDefaults::standardUserDefaults()->synchronize();
+    DRLogSetLevel(LOG_CRIT);
 }
 
 /// Writes `bytes` to `path`, replacing what was there.
