@@ -2,13 +2,13 @@
 #include "app/DRLogging.h"
 #include "app/Tour.h"
 #include "model/FileUtils.h"
+#include "platform/drive/PromiseStore.h"
+#include "platform/foundation/DispatchQueue.h"
 #include "platform/lists/DocumentPickerUnavailableViewController.h"
+#include "platform/types/IconForResourceProxy.h"
 #include "platform/ui/Application.h"
 #include "platform/ui/Device.h"
-#include "platform/types/IconForResourceProxy.h"
-#include "platform/drive/PromiseStore.h"
 #include "platform/ui/InstanceChannel.h"
-#include "platform/foundation/DispatchQueue.h"
 
 #include <QApplication>
 #include <QCommandLineParser>

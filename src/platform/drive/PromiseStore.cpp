@@ -1,15 +1,14 @@
 #include "platform/drive/PromiseStore.h"
 
+#include "app/DRLogging.h"
 #include "platform/drive/DriveLayout.h"
 #include "platform/drive/FileAttributes.h"
 #include "platform/drive/KDURL.h"
 #include "platform/drive/Progress.h"
 #include "platform/drive/PromisePlaceholder.h"
 #include "platform/drive/ServiceFile.h"
-#include "app/DRLogging.h"
 #include "platform/drive/Thumbnailer.h"
 #include "platform/foundation/CancellationToken.h"
-#include "platform/foundation/RegularFileReader.h"
 
 #include <QDir>
 #include <QDirIterator>
