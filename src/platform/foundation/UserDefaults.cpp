@@ -2,8 +2,8 @@
 
 #include "platform/foundation/AerovaHome.h"
 #include "platform/foundation/RegularFileReader.h"
-#include "platform/syslog/SystemLog.h"
 
+#include <QDebug>
 #include <QDir>
 #include <QEvent>
 #include <QFileInfo>
@@ -56,8 +56,9 @@ bool UserDefaults::fileIsUsable() const
     }
     if (problem != m_reportedProblem) {
         m_reportedProblem = problem;
-        SystemLog::plainLog(QStringLiteral("The defaults file %1 %2; its values are kept in memory only.")
-                                .arg(m_filePath, problem));
+        // said on standard error: the structured log itself reads its level from this file
+        qWarning().noquote() << QStringLiteral("The defaults file %1 %2; its values are kept in memory only.")
+                                    .arg(m_filePath, problem);
     }
     return false;
 }

@@ -16,8 +16,8 @@ class QSettings;
 /// several threads (the log's queue re-reads the standard defaults while the app writes them).
 ///
 /// The file is read only while it is a regular file of at most RegularFileReader::DefaultLimit
-/// bytes: anything else there (a FIFO, a device, a link to `/dev/zero`) is reported on the
-/// plain log and the domain behaves as if it had no file, keeping its values in memory.
+/// bytes: anything else there (a FIFO, a device, a link to `/dev/zero`) is reported on standard
+/// error and the domain behaves as if it had no file, keeping its values in memory.
 class UserDefaults final
 {
 public:
@@ -39,7 +39,7 @@ public:
     bool synchronize();
 
 private:
-    /// Whether the file may be read now; says why not on the plain log, once per problem.
+    /// Whether the file may be read now; says why not on standard error, once per problem.
     bool fileIsUsable() const;
     /// Reads the file again when it may be read, else keeps the values in memory.
     void attachOrDetachFile();
