@@ -17,6 +17,7 @@
 #include "platform/drive/URLResourceValues.h"
 #include "platform/foundation/ByteCountFormatter.h"
 #include "platform/foundation/DispatchQueue.h"
+#include "platform/foundation/FilePath.h"
 #include "platform/foundation/LocalizedString.h"
 #include "platform/foundation/NotificationCenter.h"
 #include "platform/foundation/UserDefaults.h"
@@ -36,7 +37,7 @@
 #include "watchers/QuotaFetcher.h"
 
 #include <QCoreApplication>
-#include <QDirIterator>
+#include <QFileInfo>
 #include <QThread>
 #include <QWidget>
 
@@ -496,7 +497,7 @@ bool NavController::showURLPreview_previewMode(const QUrl &requestedURL, Preview
         return false;
     }
     const QUrl url = resolved == requestedURL.toLocalFile() ? requestedURL : QUrl::fromLocalFile(resolved);
-    const QUrl folder = FileUtils::isDir(url) ? url : url.adjusted(QUrl::RemoveFilename | QUrl::StripTrailingSlash);
+    const QUrl folder = FileUtils::isDir(url) ? url : QUrl::fromLocalFile(QFileInfo(FilePath::localPath(url)).path());
     if (folder.isEmpty() || !folder.isValid()) {
         DRLog(LOG_ERR, "Can't get directory for %@. Not previewing", url);
         return false;
@@ -944,20 +945,19 @@ bool NavController::containerHasSubfolders(const QUrl &url)
         return false; // no documents folder yet, so nothing in it
     }
     // one level only: what lies inside folders and packages is not read
-    QDirIterator it(documents.toLocalFile(), QDir::AllEntries | QDir::NoDotAndDotDot | QDir::System);
-    while (it.hasNext()) {
-        it.next();
-        const QFileInfo info = it.fileInfo();
-        if (it.fileName().startsWith(QLatin1Char('.'))) {
+    for (const FilePath::Entry &entry : FilePath::entries(documents.toLocalFile())) {
+        if (entry.name.startsWith(QLatin1Char('.'))) {
             continue;
         }
-        if (!info.exists()) {
+        const QString path = FilePath::localPath(documents) + QLatin1Char('/') + entry.name;
+        const std::optional<struct stat> st = FilePath::status(path);
+        if (!st) {
             // gone since it was listed, or a link to nothing: its kind can't be read
-            const Error entryError = Error::fromErrno(ENOENT, info.filePath());
-            DRLog(LOG_INFO, "Error enumerating %@: %@", QUrl::fromLocalFile(info.filePath()), entryError);
+            const Error entryError = Error::fromErrno(ENOENT, path);
+            DRLog(LOG_INFO, "Error enumerating %@: %@", QUrl::fromLocalFile(path), entryError);
             continue;
         }
-        if (info.isDir()) {
+        if (S_ISDIR(st->st_mode)) {
             return true; // a package too: it is a directory on disk
         }
     }
@@ -991,8 +991,8 @@ void NavController::showNewFolderPromptDuringMove_itemsToMove(const QUrl &folder
             if (name.isEmpty()) {
                 return QString();
             }
-            const QUrl folder = QUrl::fromLocalFile(folderURL.adjusted(QUrl::StripTrailingSlash).toLocalFile()
-                                                    + QLatin1Char('/') + name + QLatin1Char('/'));
+            const QUrl folder
+                = QUrl::fromLocalFile(FilePath::localPath(folderURL) + QLatin1Char('/') + name + QLatin1Char('/'));
             if (FileUtils::exists(folder)) {
                 DRLog(LOG_INFO, "Item exists at path: %@", folder);
                 return UIUtils::bestMessage(Error::fileError(FileWriteFileExistsError));

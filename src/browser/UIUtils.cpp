@@ -4,6 +4,7 @@
 #include "model/AVDAppBookmarks.h"
 #include "model/DRItem.h"
 #include "model/FileUtils.h"
+#include "platform/foundation/FilePath.h"
 #include "platform/foundation/LocalizedString.h"
 #include "platform/ui/AlertAction.h"
 #include "platform/ui/AlertController.h"
@@ -51,7 +52,7 @@ std::optional<Error> UIUtils::renameItemAtURL_toName(const QUrl &url, const QStr
 
 QUrl UIUtils::computeNewURL_newBasename(const QUrl &url, const QString &newBasename)
 {
-    const QString path = url.adjusted(QUrl::StripTrailingSlash).toLocalFile();
+    const QString path = FilePath::localPath(url);
     const QFileInfo info(path);
     const QString oldExtension = extensionOf(info.fileName());
     QString name = newBasename;

@@ -9,6 +9,7 @@
 #include "platform/drive/PromisePlaceholder.h"
 #include "platform/drive/PromiseStore.h"
 #include "platform/drive/URLResourceValues.h"
+#include "platform/foundation/FilePath.h"
 #include "platform/foundation/Preferences.h"
 #include "platform/foundation/StringFormat.h"
 #include "platform/types/UniformType.h"
@@ -25,7 +26,7 @@ namespace {
 /// The item's path: a folder URL's trailing slash names the same item, whatever its kind.
 QString localPath(const QUrl &url)
 {
-    return url.adjusted(QUrl::StripTrailingSlash).toLocalFile();
+    return FilePath::localPath(url);
 }
 
 QString extensionOf(const QString &name)
@@ -84,20 +85,24 @@ std::optional<Error> coordinatedWrite(const QUrl &url, FileCoordinator::WritingO
 
 } // namespace
 
+// items are looked at through their own bytes (FilePath): a name that is not UTF-8 is as real
+// as any other
+
 bool FileUtils::exists(const QUrl &url)
 {
-    return QFileInfo::exists(localPath(url));
+    return FilePath::status(localPath(url)).has_value();
 }
 
 bool FileUtils::isFile(const QUrl &url)
 {
-    const QFileInfo info(localPath(url));
-    return info.exists() && !info.isDir();
+    const std::optional<struct stat> st = FilePath::status(localPath(url));
+    return st && !S_ISDIR(st->st_mode);
 }
 
 bool FileUtils::isDir(const QUrl &url)
 {
-    return QFileInfo(localPath(url)).isDir();
+    const std::optional<struct stat> st = FilePath::status(localPath(url));
+    return st && S_ISDIR(st->st_mode);
 }
 
 std::optional<Error> FileUtils::mkdir(const QUrl &url)
@@ -117,8 +122,8 @@ std::optional<Error> FileUtils::mkdir(const QUrl &url)
                 DRLog(LOG_ERR, "failed to create directory:'%@': %@", url, error);
                 return error;
             }
-            std::filesystem::create_directories(QFile::encodeName(newURL.toLocalFile()).toStdString(), ec);
-            if (!ec && !QFileInfo(newURL.toLocalFile()).isDir()) {
+            std::filesystem::create_directories(FilePath::encode(newURL.toLocalFile()).toStdString(), ec);
+            if (!ec && !isDir(newURL)) {
                 ec = std::make_error_code(std::errc::file_exists);
             }
             if (!ec) {
@@ -215,9 +220,8 @@ QUrl FileUtils::docDir()
 bool FileUtils::nameIsTaken(const QString &directory, const QString &name)
 {
     const QString path = directory + QLatin1Char('/') + name;
-    const QFileInfo info(path);
-    // a promised item holds its name as surely as a real one
-    return info.exists() || info.isSymLink() || PromisePlaceholder::isPromisedItem(path);
+    // a promised item holds its name as surely as a real one, a dangling link as a live one
+    return FilePath::exists(path) || PromisePlaceholder::isPromisedItem(path);
 }
 
 QString FileUtils::stringByUniquingPathInsideDirectory_forBasename(const QString &directory, const QString &basename)

@@ -4,6 +4,7 @@
 #include "platform/drive/FileAttributes.h"
 #include "platform/drive/KDContainer.h"
 #include "platform/drive/PromisePlaceholder.h"
+#include "platform/foundation/FilePath.h"
 #include "platform/foundation/StringFormat.h"
 #include "support/LogSpy.h"
 #include "support/TestDrive.h"
@@ -13,6 +14,9 @@
 #include <QFileInfo>
 #include <QTemporaryDir>
 #include <QTest>
+
+#include <fcntl.h>
+#include <unistd.h>
 
 class tst_FileUtils : public QObject
 {
@@ -33,6 +37,16 @@ private:
     {
         QFile f(path);
         return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
+    }
+    /// Writes a file by the exact bytes of its name, as another program would.
+    static bool writeRaw(const QString &path, const QByteArray &content)
+    {
+        const int fd = ::open(FilePath::encode(path).constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644);
+        const bool written = fd >= 0 && ::write(fd, content.constData(), size_t(content.size())) == content.size();
+        if (fd >= 0) {
+            ::close(fd);
+        }
+        return written;
     }
     static int keptAboveDebug()
     {
@@ -212,6 +226,37 @@ private slots:
         QCOMPARE(LogSpy::levelOf(StringFormat::format("failed to create directory:'%@': %@", url(promised), error)), LOG_ERR);
         QVERIFY(!QFileInfo::exists(promised));
         QVERIFY(PromisePlaceholder::isPromisedItem(promised));
+    }
+
+    // A name another program wrote in bytes that are not UTF-8 is an item like any other: it is
+    // moved, renamed and deleted as itself, never as a look-alike whose name only shows the same.
+    void itemWhoseNameIsNotUtf8IsMovedRenamedAndDeletedByItsBytes()
+    {
+        const QString raw = m_folder + QLatin1Char('/') + FilePath::decode("bad\xff\xfename.txt");
+        const QString lookAlike = file(QStringLiteral("bad\uFFFD\uFFFDname.txt"), "look-alike");
+        QVERIFY(writeRaw(raw, "raw bytes"));
+        QVERIFY(FileUtils::exists(url(raw)));
+        QVERIFY(FileUtils::isFile(url(raw)));
+        QCOMPARE(FileUtils::stringByUniquingPathInsideDirectory_forBasename(m_folder, FilePath::decode("bad\xff\xfename.txt")),
+                 FilePath::decode("bad\xff\xfename 2.txt"));
+
+        QVERIFY(QDir().mkpath(m_folder + QStringLiteral("/out")));
+        const QUrl moved = FileUtils::destinationOfItem_inDirectory(url(raw), url(m_folder + QStringLiteral("/out")));
+        QVERIFY(!FileUtils::move_to(url(raw), moved));
+        QVERIFY(!FilePath::exists(raw));
+        QCOMPARE(FilePath::encode(moved.toLocalFile()), FilePath::encode(m_folder) + "/out/bad\xff\xfename.txt");
+        QCOMPARE(FilePath::status(moved.toLocalFile())->st_size, off_t(9));
+        QCOMPARE(read(lookAlike), QByteArray("look-alike"));
+
+        const QUrl renamed = url(m_folder + QStringLiteral("/out/Renamed.txt"));
+        QVERIFY(!FileUtils::move_to(moved, renamed));
+        QCOMPARE(read(renamed.toLocalFile()), QByteArray("raw bytes"));
+
+        const QString second = m_folder + QLatin1Char('/') + FilePath::decode("gone\xff.txt");
+        QVERIFY(writeRaw(second, "second"));
+        QVERIFY(!FileUtils::remove(url(second)));
+        QVERIFY(!FilePath::exists(second));
+        QCOMPARE(read(lookAlike), QByteArray("look-alike"));
     }
 
     // Nothing outside the drive is made, changed or deleted, even when asked by path.

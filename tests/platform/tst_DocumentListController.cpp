@@ -1,3 +1,5 @@
+#include "model/DRItem.h"
+#include "platform/foundation/FilePath.h"
 #include "platform/lists/DocumentListController.h"
 #include "platform/lists/DocumentListModel.h"
 #include "support/TestDrive.h"
@@ -10,6 +12,9 @@
 #include <QTemporaryDir>
 #include <QTimer>
 #include <QTest>
+
+#include <fcntl.h>
+#include <unistd.h>
 
 class tst_DocumentListController : public QObject
 {
@@ -86,6 +91,40 @@ private slots:
         QVERIFY(churn.isActive());
         churn.stop();
         QTRY_COMPARE(names(&list).size(), written);
+    }
+
+    // A name another program wrote in bytes that are not UTF-8 is listed, shown with the
+    // replacement character, and its row leads to that very file (size and all), not to a
+    // look-alike whose name shows the same.
+    void nameThatIsNotUtf8IsListedAndLeadsToItsOwnFile()
+    {
+        const QString folder = m_drive.freshFolder(QStringLiteral("Bytes"));
+        const QByteArray raw = FilePath::encode(folder) + "/bad\xff\xfename.txt";
+        const int fd = ::open(raw.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644);
+        QVERIFY(fd >= 0);
+        QCOMPARE(::write(fd, "raw", 3), ssize_t(3));
+        ::close(fd);
+        QVERIFY(TestDrive::writeFile(folder + QStringLiteral("/bad\uFFFD\uFFFDname.txt"), "look-alike"));
+        QVERIFY(::mkdir(QByteArray(FilePath::encode(folder) + "/odd\xfe").constData(), 0755) == 0);
+
+        DocumentListController list(QUrl::fromLocalFile(folder), nullptr);
+        DocumentListModel *model = list.model();
+        QCOMPARE(model->rowCount(), 3);
+        QCOMPARE(model->data(model->index(0), Qt::DisplayRole).toString(), QStringLiteral("odd\uFFFD"));
+        QVERIFY(model->data(model->index(0), DocumentListModel::IsFolderRole).toBool());
+        int rawRow = -1;
+        for (int row = 0; row < model->rowCount(); ++row) {
+            if (FilePath::encode(model->entries().at(row).url.toLocalFile()) == raw) {
+                rawRow = row;
+            }
+        }
+        QVERIFY(rawRow >= 0);
+        QCOMPARE(model->data(model->index(rawRow), Qt::DisplayRole).toString(), QStringLiteral("bad\uFFFD\uFFFDname.txt"));
+        const std::shared_ptr<DRItem> item = model->itemAtRow(rawRow);
+        QVERIFY(item);
+        QCOMPARE(item->fileSize(), std::optional<quint64>(3));
+        QCOMPARE(item->localizedName(), QStringLiteral("bad\uFFFD\uFFFDname.txt"));
+        QVERIFY(!item->canPreview()); // the viewers could only open the look-alike
     }
 
     // A link in the drive that leads out of it is no folder: nothing outside the drive is

@@ -5,6 +5,7 @@
 #include "platform/drive/PromisePlaceholder.h"
 #include "platform/drive/PromiseStore.h"
 #include "platform/foundation/CancellationToken.h"
+#include "platform/foundation/FilePath.h"
 #include "platform/drive/DriveLayout.h"
 #include "platform/drive/KDURL.h"
 #include "support/LogSpy.h"
@@ -22,6 +23,8 @@
 #include <QThread>
 
 #include <csignal>
+#include <fcntl.h>
+#include <unistd.h>
 #include <sys/stat.h>
 #include <utime.h>
 
@@ -432,6 +435,41 @@ private slots:
         QVERIFY(!PromiseStore::removeItem(folder + QStringLiteral("/etc")));
         QVERIFY(!QFileInfo(folder + QStringLiteral("/etc")).isSymLink());
         QCOMPARE(read(victim), QByteArray("root:x:0:0"));
+    }
+
+    // Another program may name a document in bytes that are not UTF-8, beside a look-alike whose
+    // name shows the same: giving it back to the drive, downloading it again and deleting its
+    // folder reach that document alone, and its content is never lost or mixed up.
+    void itemWhoseNameIsNotUtf8IsEvictedDownloadedAndDeletedByItsBytes()
+    {
+        const QString folder = m_drive.freshFolder(QStringLiteral("bytes"));
+        const QByteArray odd = FilePath::encode(folder) + "/odd\xfe";
+        QVERIFY(::mkdir(odd.constData(), 0755) == 0);
+        const QString oddFolder = FilePath::decode(odd);
+        const QString raw = oddFolder + QLatin1Char('/') + FilePath::decode("bad\xff.txt");
+        const QString lookAlike = oddFolder + QStringLiteral("/bad\uFFFD.txt");
+        QVERIFY(TestDrive::writeFile(lookAlike, "look-alike"));
+        const int fd = ::open(FilePath::encode(raw).constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644);
+        QVERIFY(fd >= 0);
+        QCOMPARE(::write(fd, "raw bytes", 9), ssize_t(9));
+        ::close(fd);
+
+        QVERIFY(!PromiseStore::evict(raw));
+        QVERIFY(!FilePath::exists(raw));
+        QVERIFY(PromisePlaceholder::isPromisedItem(raw));
+        const QString stored = storedContentOf(raw);
+        QCOMPARE(read(stored), QByteArray("raw bytes"));
+        QCOMPARE(read(lookAlike), QByteArray("look-alike"));
+
+        QVERIFY(!PromiseStore::materialize(raw, nullptr));
+        QVERIFY(!PromisePlaceholder::isPromisedItem(raw));
+        QCOMPARE(FilePath::status(raw)->st_size, off_t(9));
+        QCOMPARE(read(lookAlike), QByteArray("look-alike"));
+
+        QVERIFY(!PromiseStore::evict(raw));
+        QVERIFY(!PromiseStore::removeItem(oddFolder));
+        QVERIFY(!FilePath::exists(oddFolder));
+        QVERIFY(!QFileInfo::exists(stored)); // the drive forgets the content of what was deleted
     }
 };
 

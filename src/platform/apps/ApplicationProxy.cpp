@@ -1,5 +1,7 @@
 #include "platform/apps/ApplicationProxy.h"
 
+#include "platform/foundation/FilePath.h"
+
 #include <QFileInfo>
 #include <QHash>
 
@@ -116,7 +118,9 @@ bool ApplicationProxy::launchWithURLs(const QList<QUrl> &urls, QString *failure)
     GList *uris = nullptr;
     QList<QByteArray> encoded;
     for (const QUrl &url : urls) {
-        encoded << url.toEncoded();
+        // a local file by its own bytes: a name that is not UTF-8 must reach the app unchanged
+        encoded << (url.isLocalFile() ? "file://" + FilePath::encode(url.toLocalFile()).toPercentEncoding("/")
+                                      : url.toEncoded());
     }
     for (const QByteArray &uri : std::as_const(encoded)) {
         uris = g_list_append(uris, const_cast<char *>(uri.constData()));

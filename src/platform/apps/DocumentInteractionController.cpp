@@ -6,6 +6,7 @@
 #include "platform/drive/PromisePlaceholder.h"
 #include "platform/drive/URLResourceValues.h"
 #include "platform/foundation/DispatchQueue.h"
+#include "platform/foundation/FilePath.h"
 #include "platform/foundation/LocalizedString.h"
 #include "platform/ui/AlertAction.h"
 #include "platform/ui/AlertController.h"
@@ -88,7 +89,7 @@ bool DocumentInteractionController::openDocumentWithApplication(const std::share
 AlertController *DocumentInteractionController::makeOptionsMenu() const
 {
     const QUrl url = m_url;
-    auto *menu = new AlertController(QFileInfo(url.toLocalFile()).fileName(), QString(),
+    auto *menu = new AlertController(FilePath::displayName(QFileInfo(url.toLocalFile()).fileName()), QString(),
                                      AlertController::Style::ActionSheet);
     for (const std::shared_ptr<ApplicationProxy> &app : ApplicationProxy::applicationsForType(UTI())) {
         menu->addAction(new AlertAction(

@@ -1,5 +1,7 @@
 #include "platform/drive/FileAttributes.h"
 
+#include "platform/foundation/FilePath.h"
+
 #include <QFile>
 
 #include <fcntl.h>
@@ -15,7 +17,7 @@ constexpr const char roleName[] = "user.aerova.sharedrole";
 
 QByteArray readAttribute(const QString &path, const char *name)
 {
-    const QByteArray encoded = QFile::encodeName(path);
+    const QByteArray encoded = FilePath::encode(path);
     QByteArray value(256, Qt::Uninitialized);
     for (int attempt = 0; attempt < 2; ++attempt) {
         const ssize_t n = ::getxattr(encoded.constData(), name, value.data(), size_t(value.size()));
@@ -76,7 +78,7 @@ QStringList FileAttributes::tags(const QString &path)
 
 bool FileAttributes::setTags(const QString &path, const QStringList &tags)
 {
-    const int fd = ::open(QFile::encodeName(path).constData(), O_RDONLY | O_CLOEXEC);
+    const int fd = ::open(FilePath::encode(path).constData(), O_RDONLY | O_CLOEXEC);
     if (fd < 0) {
         return false;
     }
@@ -93,7 +95,7 @@ bool FileAttributes::setTags(int fd, const QStringList &tags)
 QDateTime FileAttributes::creationDate(const QString &path)
 {
     struct statx stx = {};
-    if (::statx(AT_FDCWD, QFile::encodeName(path).constData(), 0, STATX_BTIME, &stx) == 0
+    if (::statx(AT_FDCWD, FilePath::encode(path).constData(), 0, STATX_BTIME, &stx) == 0
         && (stx.stx_mask & STATX_BTIME)) {
         const QDateTime birth = QDateTime::fromMSecsSinceEpoch(qint64(stx.stx_btime.tv_sec) * 1000
                                                                + stx.stx_btime.tv_nsec / 1000000);
@@ -134,7 +136,7 @@ void FileAttributes::setSharedRole(int fd, const QString &role)
 
 bool FileAttributes::setSharedRole(const QString &path, const QString &role)
 {
-    const int fd = ::open(QFile::encodeName(path).constData(), O_RDONLY | O_CLOEXEC);
+    const int fd = ::open(FilePath::encode(path).constData(), O_RDONLY | O_CLOEXEC);
     if (fd < 0) {
         return false;
     }

@@ -4,6 +4,7 @@
 #include "platform/drive/PromisePlaceholder.h"
 #include "platform/foundation/CancellationToken.h"
 #include "platform/foundation/DispatchQueue.h"
+#include "platform/foundation/FilePath.h"
 #include "platform/foundation/OperationQueue.h"
 
 #include <QDir>
@@ -63,13 +64,13 @@ FileCoordinationCenter::ItemState FileCoordinationCenter::stateOf(const QString 
 {
     ItemState state;
     struct stat st;
-    if (!path.isEmpty() && ::lstat(QFile::encodeName(path).constData(), &st) == 0) {
+    if (!path.isEmpty() && ::lstat(FilePath::encode(path).constData(), &st) == 0) {
         state.real = true;
         state.modifiedNs = qint64(st.st_mtim.tv_sec) * 1000000000 + st.st_mtim.tv_nsec;
         state.size = S_ISDIR(st.st_mode) ? -1 : qint64(st.st_size);
         return state;
     }
-    const QByteArray placeholder = QFile::encodeName(PromisePlaceholder::placeholderPathFor(path));
+    const QByteArray placeholder = FilePath::encode(PromisePlaceholder::placeholderPathFor(path));
     if (!path.isEmpty() && ::lstat(placeholder.constData(), &st) == 0) {
         state.promise = true;
         state.modifiedNs = qint64(st.st_mtim.tv_sec) * 1000000000 + st.st_mtim.tv_nsec;

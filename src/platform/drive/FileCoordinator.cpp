@@ -5,6 +5,7 @@
 #include "platform/drive/PromisePlaceholder.h"
 #include "platform/drive/PromiseStore.h"
 #include "platform/foundation/CancellationToken.h"
+#include "platform/foundation/FilePath.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -81,9 +82,8 @@ void FileCoordinator::coordinateReadingItemAtURL_options_error_byAccessor(
         return;
     }
     if (options & ReadingResolvesSymbolicLink) {
-        const QFileInfo info(path);
-        if (info.isSymLink()) {
-            path = QDir::cleanPath(info.symLinkTarget());
+        if (const std::optional<struct stat> st = FilePath::linkStatus(path); st && S_ISLNK(st->st_mode)) {
+            path = QDir::cleanPath(FilePath::linkTarget(path));
         }
     }
     const QList<FileCoordinationCenter::Claim> claims{{path, false}};

@@ -4,6 +4,7 @@
 #include "platform/drive/FileAttributes.h"
 #include "platform/drive/KDContainer.h"
 #include "platform/drive/PromisePlaceholder.h"
+#include "platform/foundation/FilePath.h"
 
 #include <QDir>
 #include <QFile>
@@ -36,11 +37,11 @@ QString resolvedFolderPath(const QString &path)
     const QFileInfo info(path);
     QString folder = info.absolutePath();
     QString rest = info.fileName();
-    while (!folder.isEmpty() && !QFileInfo::exists(folder)) {
+    while (!folder.isEmpty() && !FilePath::status(folder)) {
         rest = QFileInfo(folder).fileName() + QLatin1Char('/') + rest;
         folder = QFileInfo(folder).absolutePath();
     }
-    const QString canonical = QFileInfo(folder).canonicalFilePath();
+    const QString canonical = FilePath::canonicalPath(folder);
     return (canonical.isEmpty() ? folder : canonical) + QLatin1Char('/') + rest;
 }
 
@@ -56,7 +57,7 @@ bool hasLinkedFolderBelow(const QString &root, const QString &path)
             return false; // the last component may be a bookmark to anywhere
         }
         struct stat st;
-        if (::lstat(QFile::encodeName(path.left(slash)).constData(), &st) != 0) {
+        if (::lstat(FilePath::encode(path.left(slash)).constData(), &st) != 0) {
             return false; // what does not exist cannot lead anywhere
         }
         if (S_ISLNK(st.st_mode)) {
@@ -84,7 +85,7 @@ QString kd_pathRelativeToMobileDocuments(const QUrl &url)
         return QStringLiteral("");
     }
     if (hasLinkedFolderBelow(root, path)) {
-        const QString canonicalRoot = QFileInfo(root).canonicalFilePath();
+        const QString canonicalRoot = FilePath::canonicalPath(root);
         if (!canonicalRoot.isEmpty() && !isSameOrBelow(resolvedFolderPath(path), canonicalRoot)) {
             return {}; // a link among its folders leads out of the drive
         }
@@ -99,16 +100,15 @@ namespace {
 QString realPathOf(const QString &path, int linksLeft)
 {
     const QFileInfo info(path);
-    QString real = info.canonicalFilePath();
+    QString real = FilePath::canonicalPath(path);
     if (real.isEmpty()) {
-        struct stat st;
-        if (::lstat(QFile::encodeName(path).constData(), &st) == 0) {
-            if (!S_ISLNK(st.st_mode) || linksLeft == 0) {
+        if (const std::optional<struct stat> st = FilePath::linkStatus(path)) {
+            if (!S_ISLNK(st->st_mode) || linksLeft == 0) {
                 return {};
             }
-            return realPathOf(info.symLinkTarget(), linksLeft - 1);
+            return realPathOf(FilePath::linkTarget(path), linksLeft - 1);
         }
-        const QString folder = QFileInfo(info.absolutePath()).canonicalFilePath();
+        const QString folder = FilePath::canonicalPath(info.absolutePath());
         if (folder.isEmpty() || info.fileName().isEmpty() || info.fileName() == QLatin1String("..")
             || info.fileName() == QLatin1String(".")) {
             return {};
@@ -127,7 +127,7 @@ QString kd_resolvedPathInMobileDocuments(const QUrl &url)
     }
     // not cleaned first: "link/../x" is resolved as the kernel resolves it, through the link
     const QString real = realPathOf(url.toLocalFile(), 40);
-    const QString root = QFileInfo(DriveLayout::mobileDocumentsPath()).canonicalFilePath();
+    const QString root = FilePath::canonicalPath(DriveLayout::mobileDocumentsPath());
     if (root.isEmpty() || !isSameOrBelow(real, root)) {
         return {};
     }
@@ -173,9 +173,9 @@ bool kd_movePromisedItemAtURL_toURL_error(const QUrl &source, const QUrl &destin
     if (!kd_isInMobileDocuments(source) || !kd_isInMobileDocuments(destination)) {
         return fail(EACCES, kd_isInMobileDocuments(source) ? to : from);
     }
-    const QByteArray fromBytes = QFile::encodeName(from);
-    const QByteArray toBytes = QFile::encodeName(to);
-    const QByteArray toPlaceholder = QFile::encodeName(PromisePlaceholder::placeholderPathFor(to));
+    const QByteArray fromBytes = FilePath::encode(from);
+    const QByteArray toBytes = FilePath::encode(to);
+    const QByteArray toPlaceholder = FilePath::encode(PromisePlaceholder::placeholderPathFor(to));
     struct stat st;
     if (::lstat(toPlaceholder.constData(), &st) == 0 && ::lstat(toBytes.constData(), &st) != 0) {
         return fail(EEXIST, to); // a promised item already has that name
@@ -188,7 +188,7 @@ bool kd_movePromisedItemAtURL_toURL_error(const QUrl &source, const QUrl &destin
     }
     // a promised item moves as its placeholder, in one rename: its name is the placeholder's
     // own, so nothing inside has to follow and nothing is left half done
-    const QByteArray fromPlaceholder = QFile::encodeName(PromisePlaceholder::placeholderPathFor(from));
+    const QByteArray fromPlaceholder = FilePath::encode(PromisePlaceholder::placeholderPathFor(from));
     if (::lstat(fromPlaceholder.constData(), &st) != 0) {
         return fail(ENOENT, from);
     }
@@ -204,8 +204,7 @@ bool kd_movePromisedItemAtURL_toURL_error(const QUrl &source, const QUrl &destin
 QStringList kd_getTagNames_error(const QUrl &url, std::optional<Error> *error)
 {
     const QString path = cleanLocalPath(url);
-    const QFileInfo info(path);
-    if (info.exists()) {
+    if (FilePath::status(path)) {
         return FileAttributes::tags(path);
     }
     if (const auto placeholder = PromisePlaceholder::read(PromisePlaceholder::placeholderPathFor(path), error)) {
@@ -221,22 +220,22 @@ bool kd_isExternalDocumentReference(const QUrl &url)
 {
     const QString path = cleanLocalPath(url);
     struct stat st;
-    return !path.isEmpty() && ::lstat(QFile::encodeName(path).constData(), &st) == 0 && S_ISLNK(st.st_mode);
+    return !path.isEmpty() && ::lstat(FilePath::encode(path).constData(), &st) == 0 && S_ISLNK(st.st_mode);
 }
 
 QUrl kd_URLByResolvingExternalDocumentReferenceWithError(const QUrl &url, std::optional<Error> *error)
 {
     const QString path = cleanLocalPath(url);
-    const QString target = kd_isExternalDocumentReference(url) ? QFileInfo(path).symLinkTarget() : QString();
     // a bookmark stands only for an item of the drive: one that leads out of it resolves to
     // nothing, and nothing is read, listed or deleted through it
-    const bool resolves = !target.isEmpty() && !kd_resolvedPathInMobileDocuments(url).isNull()
-        && (QFileInfo::exists(target) || PromisePlaceholder::isPromisedItem(target));
+    const QString target = kd_isExternalDocumentReference(url) ? kd_resolvedPathInMobileDocuments(url) : QString();
+    const bool resolves = !target.isEmpty() && (FilePath::status(target) || PromisePlaceholder::isPromisedItem(target));
     if (!resolves) {
         if (error) {
             *error = Error::fileError(FileReadNoSuchFileError, {{QString::fromLatin1(ErrorKey::FilePath), path}});
         }
         return {};
     }
-    return QUrl::fromLocalFile(QDir::cleanPath(target));
+    // the path that was judged, every link on the way resolved, is the one opened
+    return QUrl::fromLocalFile(target);
 }

@@ -4,6 +4,7 @@
 #include "platform/drive/ServiceFile.h"
 
 #include "app/DRLogging.h"
+#include "platform/foundation/FilePath.h"
 
 #include <QDir>
 #include <QFile>
@@ -60,7 +61,7 @@ std::optional<PromisePlaceholder> parsePlaceholder(const QString &placeholderPat
 std::optional<PromisePlaceholder> PromisePlaceholder::read(const QString &placeholderPath, std::optional<Error> *error)
 {
     struct stat st;
-    const bool known = ::stat(QFile::encodeName(placeholderPath).constData(), &st) == 0;
+    const bool known = ::stat(FilePath::encode(placeholderPath).constData(), &st) == 0;
     if (known) {
         QMutexLocker lock(&g_cacheMutex);
         if (const auto found = g_cache.constFind(placeholderPath); found != g_cache.cend() && found->matches(st)) {
@@ -140,8 +141,8 @@ std::optional<Error> PromisePlaceholder::write(const QString &placeholderPath, b
     const QByteArray bytes = QJsonDocument(json).toJson(QJsonDocument::Compact);
 
     // written beside its final name, then renamed: no half-written placeholder is ever seen
-    const QByteArray finalPath = QFile::encodeName(placeholderPath);
-    QByteArray tempPath = QFile::encodeName(QFileInfo(placeholderPath).absolutePath()) + "/.promise-XXXXXX";
+    const QByteArray finalPath = FilePath::encode(placeholderPath);
+    QByteArray tempPath = FilePath::encode(QFileInfo(placeholderPath).absolutePath()) + "/.promise-XXXXXX";
     const int fd = ::mkostemp(tempPath.data(), O_CLOEXEC);
     if (fd < 0) {
         return Error::fromErrno(errno, placeholderPath);
@@ -218,9 +219,9 @@ QString PromisePlaceholder::logicalPathFor(const QString &placeholderPath)
 bool PromisePlaceholder::isPromisedItem(const QString &logicalPath)
 {
     struct stat st;
-    const QByteArray logical = QFile::encodeName(logicalPath);
+    const QByteArray logical = FilePath::encode(logicalPath);
     if (::lstat(logical.constData(), &st) == 0) {
         return false;
     }
-    return ::lstat(QFile::encodeName(placeholderPathFor(logicalPath)).constData(), &st) == 0;
+    return ::lstat(FilePath::encode(placeholderPathFor(logicalPath)).constData(), &st) == 0;
 }

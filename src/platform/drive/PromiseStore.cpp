@@ -9,9 +9,9 @@
 #include "platform/drive/ServiceFile.h"
 #include "platform/drive/Thumbnailer.h"
 #include "platform/foundation/CancellationToken.h"
+#include "platform/foundation/FilePath.h"
 
 #include <QDir>
-#include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
 #include <QMimeDatabase>
@@ -68,7 +68,7 @@ PendingFile openPendingFile(int dirFd, const QString &folder, const QString &nam
     if (pending.fd >= 0) {
         return pending;
     }
-    pending.namedPath = QFile::encodeName(folder + QStringLiteral("/.") + name) + ".download-XXXXXX";
+    pending.namedPath = FilePath::encode(folder + QStringLiteral("/.") + name) + ".download-XXXXXX";
     pending.fd = ::mkostemp(pending.namedPath.data(), O_CLOEXEC);
     if (pending.fd < 0) {
         pending.namedPath.clear();
@@ -165,22 +165,71 @@ void applyItemAttributes(int fd, const PromisePlaceholder &placeholder)
     }
 }
 
-std::optional<Error> copyIntoStore(const QString &sourcePath, const QString &storeKey)
+/// Copies what is left of `in` to `out`, in the kernel where it can.
+bool copyToEnd(int in, int out)
+{
+    bool kernelCopy = true;
+    QByteArray buffer;
+    while (true) {
+        ssize_t n = -1;
+        if (kernelCopy) {
+            n = ::copy_file_range(in, nullptr, out, nullptr, size_t(chunkSize), 0);
+            if (n < 0 && (errno == EXDEV || errno == EINVAL || errno == ENOSYS || errno == EOPNOTSUPP)) {
+                kernelCopy = false;
+                continue;
+            }
+        } else {
+            buffer.resize(qsizetype(1024 * 1024));
+            n = ::read(in, buffer.data(), size_t(buffer.size()));
+            if (n > 0 && ::write(out, buffer.constData(), size_t(n)) != n) {
+                n = -1;
+            }
+        }
+        if (n <= 0) {
+            return n == 0;
+        }
+    }
+}
+
+/// Gives the content of the open file `sourceFd` to the store under `storeKey`, whole or not at all.
+std::optional<Error> copyIntoStore(int sourceFd, const QString &sourcePath, const QString &storeKey)
 {
     QDir().mkpath(DriveLayout::storePath());
     const QString finalPath = PromisePlaceholder::storeFilePathForKey(storeKey);
-    const QString tempPath = finalPath + QStringLiteral(".upload");
-    QFile::remove(tempPath);
-    if (!QFile::copy(sourcePath, tempPath)) {
-        QFile::remove(tempPath);
-        return Error::fromErrno(errno ? errno : EIO, sourcePath, FileReadUnknownError);
+    const QByteArray tempPath = FilePath::encode(finalPath + QStringLiteral(".upload"));
+    ::unlink(tempPath.constData());
+    const Fd out(::open(tempPath.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
+    if (!out.isValid()) {
+        return Error::fromErrno(errno, finalPath);
     }
-    if (::rename(QFile::encodeName(tempPath).constData(), QFile::encodeName(finalPath).constData()) != 0) {
+    if (!copyToEnd(sourceFd, out.get())) {
+        const int copyErrno = errno ? errno : EIO;
+        ::unlink(tempPath.constData());
+        return Error::fromErrno(copyErrno, sourcePath, FileReadUnknownError);
+    }
+    if (::rename(tempPath.constData(), FilePath::encode(finalPath).constData()) != 0) {
         const int renameErrno = errno;
-        QFile::remove(tempPath);
+        ::unlink(tempPath.constData());
         return Error::fromErrno(renameErrno, finalPath);
     }
     return std::nullopt;
+}
+
+QDateTime modificationDateOf(const struct stat &st)
+{
+    return QDateTime::fromMSecsSinceEpoch(qint64(st.st_mtim.tv_sec) * 1000 + st.st_mtim.tv_nsec / 1000000);
+}
+
+/// The type of an open document, by its name and its first bytes.
+QString mimeTypeOfOpenFile(int fd, const QString &name)
+{
+    QFile file;
+    if (!file.open(fd, QIODevice::ReadOnly, QFileDevice::DontCloseHandle)) {
+        return QMimeDatabase().mimeTypeForFile(name, QMimeDatabase::MatchExtension).name();
+    }
+    const QString type = QMimeDatabase().mimeTypeForFileNameAndData(name, &file).name();
+    ::lseek(fd, 0, SEEK_SET);
+    return type;
 }
 
 } // namespace
@@ -199,7 +248,7 @@ std::optional<Error> PromiseStore::materialize(const QString &logicalPath, Cance
 {
     const QString placeholderPath = PromisePlaceholder::placeholderPathFor(logicalPath);
     struct stat st;
-    if (::lstat(QFile::encodeName(logicalPath).constData(), &st) == 0) {
+    if (::lstat(FilePath::encode(logicalPath).constData(), &st) == 0) {
         return std::nullopt; // already here
     }
     std::optional<Error> error;
@@ -210,14 +259,14 @@ std::optional<Error> PromiseStore::materialize(const QString &logicalPath, Cance
     if (!isStoreReachable()) {
         return Error::fileError(UbiquityServerNotAvailableError, {{QString::fromLatin1(ErrorKey::FilePath), logicalPath}});
     }
-    const Fd in(::open(QFile::encodeName(placeholder->storeFilePath()).constData(), O_RDONLY | O_CLOEXEC));
+    const Fd in(::open(FilePath::encode(placeholder->storeFilePath()).constData(), O_RDONLY | O_CLOEXEC));
     struct stat storeStat;
     if (!in.isValid() || ::fstat(in.get(), &storeStat) != 0) {
         return Error::fileError(UbiquityFileUnavailableError, {{QString::fromLatin1(ErrorKey::FilePath), logicalPath}});
     }
     const QFileInfo logical(logicalPath);
     const QString folder = logical.absolutePath();
-    const Fd dirFd(::open(QFile::encodeName(folder).constData(), O_DIRECTORY | O_RDONLY | O_CLOEXEC));
+    const Fd dirFd(::open(FilePath::encode(folder).constData(), O_DIRECTORY | O_RDONLY | O_CLOEXEC));
     if (!dirFd.isValid()) {
         return Error::fromErrno(errno, folder);
     }
@@ -236,13 +285,13 @@ std::optional<Error> PromiseStore::materialize(const QString &logicalPath, Cance
     error = copyContent(in.get(), pending.fd, qint64(storeStat.st_size), *progress, cancel, logicalPath);
     if (!error) {
         applyItemAttributes(pending.fd, *placeholder);
-        if (publishPendingFile(pending, dirFd.get(), QFile::encodeName(logical.fileName())) != 0) {
+        if (publishPendingFile(pending, dirFd.get(), FilePath::encode(logical.fileName())) != 0) {
             error = Error::fromErrno(errno, logicalPath);
         }
     }
     discardPendingFile(pending);
     if (!error) {
-        ::unlinkat(dirFd.get(), QFile::encodeName(QFileInfo(placeholderPath).fileName()).constData(), 0);
+        ::unlinkat(dirFd.get(), FilePath::encode(QFileInfo(placeholderPath).fileName()).constData(), 0);
         Thumbnailer::writeThumbnails(logicalPath); // best effort: a missing thumbnail shows the type's icon
     }
     progress->unpublish();
@@ -251,33 +300,41 @@ std::optional<Error> PromiseStore::materialize(const QString &logicalPath, Cance
 
 std::optional<Error> PromiseStore::evict(const QString &path)
 {
-    const QFileInfo info(path);
-    if (!info.exists() && !info.isSymLink()) {
+    // the item is reached by its own bytes, and read through the one descriptor that was checked
+    const std::optional<struct stat> linkStatus = FilePath::linkStatus(path);
+    if (!linkStatus) {
         if (PromisePlaceholder::isPromisedItem(path)) {
             return std::nullopt; // nothing downloaded to give back
         }
         return Error::fileError(FileNoSuchFileError, {{QString::fromLatin1(ErrorKey::FilePath), path}});
     }
-    if (info.isDir() && !info.isSymLink()) {
+    if (S_ISDIR(linkStatus->st_mode)) {
         std::optional<Error> firstError;
-        const QFileInfoList children = QDir(path).entryInfoList(QDir::AllEntries | QDir::NoDotAndDotDot);
-        for (const QFileInfo &child : children) {
-            if (auto error = evict(child.filePath()); error && !firstError) {
+        for (const FilePath::Entry &child : FilePath::entries(path)) {
+            if (child.name.startsWith(QLatin1Char('.'))) {
+                continue; // placeholders and hidden files have nothing downloaded to give back
+            }
+            if (auto error = evict(path + QLatin1Char('/') + child.name); error && !firstError) {
                 firstError = error;
             }
         }
         return firstError;
     }
-    if (!info.isFile() || info.isSymLink()) {
+    const Fd source(S_ISREG(linkStatus->st_mode)
+                        ? ::open(FilePath::encode(path).constData(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC)
+                        : -1);
+    struct stat st;
+    if (!source.isValid() || ::fstat(source.get(), &st) != 0 || !S_ISREG(st.st_mode)) {
         return Error::fileError(FeatureUnsupportedError, {{QString::fromLatin1(ErrorKey::FilePath), path}});
     }
 
+    const QString name = QFileInfo(path).fileName();
     PromisePlaceholder placeholder;
-    placeholder.name = info.fileName();
-    placeholder.size = info.size();
-    placeholder.modificationDate = info.lastModified();
+    placeholder.name = name;
+    placeholder.size = st.st_size;
+    placeholder.modificationDate = modificationDateOf(st);
     placeholder.creationDate = FileAttributes::creationDate(path);
-    placeholder.mimeType = QMimeDatabase().mimeTypeForFile(info).name();
+    placeholder.mimeType = mimeTypeOfOpenFile(source.get(), name);
     placeholder.tags = FileAttributes::tags(path);
     const QString role = FileAttributes::sharedRole(path);
     placeholder.shared = !role.isEmpty();
@@ -292,15 +349,16 @@ std::optional<Error> PromiseStore::evict(const QString &path)
     }
     placeholder.thumbnailPng = Thumbnailer::thumbnailPng(path);
     // the content reaches the store before anything here changes: an eviction never loses data
-    if (auto error = copyIntoStore(path, placeholder.storeKey)) {
+    if (auto error = copyIntoStore(source.get(), path, placeholder.storeKey)) {
         return error;
     }
     if (auto error = placeholder.write(PromisePlaceholder::placeholderPathFor(path), true)) {
         return error;
     }
-    if (!QFile::remove(path)) {
-        ::unlink(QFile::encodeName(PromisePlaceholder::placeholderPathFor(path)).constData());
-        return Error::fromErrno(errno ? errno : EACCES, path);
+    if (::unlink(FilePath::encode(path).constData()) != 0) {
+        const int unlinkErrno = errno;
+        ::unlink(FilePath::encode(PromisePlaceholder::placeholderPathFor(path)).constData());
+        return Error::fromErrno(unlinkErrno, path);
     }
     return std::nullopt;
 }
@@ -327,13 +385,13 @@ const QRegularExpression &besideDeletionName()
 /// pending folder when it is on the same file system, else under a hidden name beside it.
 std::optional<QString> takeOutOfSight(const QString &path, bool isPlaceholder, std::optional<Error> *error)
 {
-    const QByteArray from = QFile::encodeName(path);
+    const QByteArray from = FilePath::encode(path);
     QDir().mkpath(pendingDeletionsPath());
     const QString unique = QUuid::createUuid().toString(QUuid::Id128);
     // a placeholder keeps a placeholder's name in there, so that its content is found
     const QString pending = pendingDeletionsPath() + QLatin1Char('/')
         + (isPlaceholder ? PromisePlaceholder::placeholderPathFor(unique) : unique);
-    if (::renameat2(AT_FDCWD, from.constData(), AT_FDCWD, QFile::encodeName(pending).constData(), RENAME_NOREPLACE) == 0) {
+    if (::renameat2(AT_FDCWD, from.constData(), AT_FDCWD, FilePath::encode(pending).constData(), RENAME_NOREPLACE) == 0) {
         return pending;
     }
     if (errno != EXDEV) {
@@ -343,7 +401,7 @@ std::optional<QString> takeOutOfSight(const QString &path, bool isPlaceholder, s
     const QFileInfo info(path);
     const QString beside = info.absolutePath() + QStringLiteral("/.") + unique
         + (isPlaceholder ? QStringLiteral(".deleting-promise") : QStringLiteral(".deleting-item"));
-    if (::renameat2(AT_FDCWD, from.constData(), AT_FDCWD, QFile::encodeName(beside).constData(), RENAME_NOREPLACE) != 0) {
+    if (::renameat2(AT_FDCWD, from.constData(), AT_FDCWD, FilePath::encode(beside).constData(), RENAME_NOREPLACE) != 0) {
         *error = Error::fromErrno(errno, path);
         return std::nullopt;
     }
@@ -356,7 +414,7 @@ std::optional<QString> takeOutOfSight(const QString &path, bool isPlaceholder, s
 std::optional<Error> finishDeletion(const QString &pendingPath)
 {
     struct stat st;
-    const QByteArray bytes = QFile::encodeName(pendingPath);
+    const QByteArray bytes = FilePath::encode(pendingPath);
     if (::lstat(bytes.constData(), &st) != 0) {
         return std::nullopt; // finished by someone else meanwhile
     }
@@ -369,14 +427,12 @@ std::optional<Error> finishDeletion(const QString &pendingPath)
         }
     };
     if (S_ISDIR(st.st_mode)) {
-        QDirIterator it(pendingPath, QDir::Files | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
-                        QDirIterator::Subdirectories);
-        while (it.hasNext()) {
-            it.next();
-            if (PromisePlaceholder::isPlaceholderName(it.fileName())) {
-                forgetContent(it.filePath());
+        FilePath::walk(pendingPath, [&forgetContent](const QString &path, const FilePath::Entry &entry) {
+            if (entry.kind != FilePath::EntryKind::Folder && PromisePlaceholder::isPlaceholderName(entry.name)) {
+                forgetContent(path);
             }
-        }
+            return FilePath::WalkStep::Continue;
+        });
     } else if (const QString name = QFileInfo(pendingPath).fileName();
                PromisePlaceholder::isPlaceholderName(name) || name.endsWith(QLatin1String(".deleting-promise"))) {
         forgetContent(pendingPath); // a single promised item travels as its placeholder
@@ -409,9 +465,9 @@ std::optional<Error> PromiseStore::removeItem(const QString &path)
         return Error::fileError(FileWriteNoPermissionError, {{QString::fromLatin1(ErrorKey::FilePath), path}});
     }
     struct stat st;
-    const bool real = ::lstat(QFile::encodeName(path).constData(), &st) == 0;
+    const bool real = ::lstat(FilePath::encode(path).constData(), &st) == 0;
     const QString placeholderPath = PromisePlaceholder::placeholderPathFor(path);
-    if (!real && ::lstat(QFile::encodeName(placeholderPath).constData(), &st) != 0) {
+    if (!real && ::lstat(FilePath::encode(placeholderPath).constData(), &st) != 0) {
         return Error::fileError(FileNoSuchFileError, {{QString::fromLatin1(ErrorKey::FilePath), path}});
     }
     // a promised item is its placeholder; anything else is removed as itself, a link as a link
@@ -421,7 +477,7 @@ std::optional<Error> PromiseStore::removeItem(const QString &path)
         return error;
     }
     finishDeletion(*pending); // what cannot be removed now is removed at the next start
-    if (real && ::lstat(QFile::encodeName(placeholderPath).constData(), &st) == 0) {
+    if (real && ::lstat(FilePath::encode(placeholderPath).constData(), &st) == 0) {
         // a placeholder left beside its downloaded item by an interrupted download would
         // otherwise bring the deleted item back as a promise
         if (const std::optional<QString> stale = takeOutOfSight(placeholderPath, true, &error)) {
@@ -433,27 +489,27 @@ std::optional<Error> PromiseStore::removeItem(const QString &path)
 
 void PromiseStore::finishInterruptedWork(std::chrono::seconds leftOverAge)
 {
-    const QDir pendingFolder(pendingDeletionsPath());
-    for (const QString &name : pendingFolder.entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot)) {
-        finishDeletion(pendingFolder.filePath(name));
+    for (const FilePath::Entry &entry : FilePath::entries(pendingDeletionsPath())) {
+        finishDeletion(pendingDeletionsPath() + QLatin1Char('/') + entry.name);
     }
     // a file another process is writing right now is young: only old ones are left-overs
-    const QDateTime before = QDateTime::currentDateTimeUtc().addSecs(-leftOverAge.count());
+    const time_t before = time_t(QDateTime::currentSecsSinceEpoch() - leftOverAge.count());
     QStringList leftOvers;
-    QDirIterator it(DriveLayout::mobileDocumentsPath(), QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
-                    QDirIterator::Subdirectories);
-    while (it.hasNext()) {
-        it.next();
-        if (isLeftOverName(it.fileName()) && it.fileInfo().lastModified() <= before) {
-            leftOvers << it.filePath();
+    FilePath::walk(DriveLayout::mobileDocumentsPath(), [&](const QString &path, const FilePath::Entry &entry) {
+        if (!isLeftOverName(entry.name)) {
+            return FilePath::WalkStep::Continue;
         }
-    }
+        if (const std::optional<struct stat> st = FilePath::linkStatus(path); st && st->st_mtime <= before) {
+            leftOvers << path;
+        }
+        return FilePath::WalkStep::SkipChildren; // a left-over folder goes whole
+    });
     for (const QString &leftOver : std::as_const(leftOvers)) {
         const QString name = QFileInfo(leftOver).fileName();
         if (besideDeletionName().match(name).hasMatch()) {
             finishDeletion(leftOver);
         } else {
-            QFile::remove(leftOver);
+            ::unlink(FilePath::encode(leftOver).constData());
         }
     }
 }

@@ -1,5 +1,7 @@
 #include "platform/drive/Thumbnailer.h"
 
+#include "platform/foundation/FilePath.h"
+
 #include <QBuffer>
 #include <QCryptographicHash>
 #include <QDir>
@@ -103,6 +105,9 @@ QString Thumbnailer::cachePath(const QString &localPath, const QString &sizeFold
 
 QImage Thumbnailer::cachedThumbnail(const QString &localPath)
 {
+    if (FilePath::holdsUndecodableBytes(localPath)) {
+        return {}; // Qt's readers would look at another file: such a name shows its type's icon
+    }
     const QString mtime = mtimeText(localPath);
     for (const QString &folder : {LargestFolder, LargeFolder}) {
         const QString path = cachePath(localPath, folder);
@@ -126,6 +131,9 @@ bool Thumbnailer::canMakeThumbnail(const QString &mimeType)
 
 QImage Thumbnailer::render(const QString &localPath, int maxSide)
 {
+    if (FilePath::holdsUndecodableBytes(localPath)) {
+        return {};
+    }
     const QString mimeType = mimeTypeOf(localPath);
     if (!canMakeThumbnail(mimeType)) {
         return {};

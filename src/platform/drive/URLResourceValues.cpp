@@ -4,6 +4,7 @@
 #include "platform/drive/KDURL.h"
 #include "platform/drive/PromisePlaceholder.h"
 #include "platform/drive/Thumbnailer.h"
+#include "platform/foundation/FilePath.h"
 #include "platform/types/UniformType.h"
 
 #include <QDir>
@@ -14,28 +15,36 @@
 namespace {
 
 /// A folder whose extension names a known non-folder type is one document (a package).
-bool isPackageFolder(const QFileInfo &info)
+bool isPackageFolder(const QFileInfo &info, bool isDir)
 {
     const QString suffix = info.suffix();
-    return info.isDir() && !suffix.isEmpty() && !UniformType::preferredIdentifierForExtension(suffix).isEmpty();
+    return isDir && !suffix.isEmpty() && !UniformType::preferredIdentifierForExtension(suffix).isEmpty();
+}
+
+QDateTime modificationDateOf(const struct stat &st)
+{
+    return QDateTime::fromMSecsSinceEpoch(qint64(st.st_mtim.tv_sec) * 1000 + st.st_mtim.tv_nsec / 1000000);
 }
 
 /// The values of a real item; only the keys asked for are computed (extended attributes and
-/// type descriptions cost system calls and lookups).
-QVariantMap realValues(const QFileInfo &info, const QStringList &keys)
+/// type descriptions cost system calls and lookups). `info` gives the names only: the status
+/// `st` was taken through the path's own bytes, which Qt's file classes cannot reach for a name
+/// that is not UTF-8.
+QVariantMap realValues(const QFileInfo &info, const struct stat &st, const QStringList &keys)
 {
     const auto wants = [&keys](const QString &key) { return keys.contains(key); };
     const QString path = info.filePath();
+    const bool isDir = S_ISDIR(st.st_mode);
     QVariantMap values;
     if (wants(URLResourceKey::Name)) {
         values.insert(URLResourceKey::Name, info.fileName());
     }
     if (wants(URLResourceKey::LocalizedName)) {
-        values.insert(URLResourceKey::LocalizedName, info.fileName());
+        values.insert(URLResourceKey::LocalizedName, FilePath::displayName(info.fileName()));
     }
-    const bool package = isPackageFolder(info);
+    const bool package = isPackageFolder(info, isDir);
     if (wants(URLResourceKey::TypeIdentifier) || wants(URLResourceKey::LocalizedTypeDescription)) {
-        const QString type = info.isDir() && !package ? UniformType::Folder
+        const QString type = isDir && !package ? UniformType::Folder
                              : package ? UniformType::preferredIdentifierForExtension(info.suffix())
                                        : QMimeDatabase().mimeTypeForFile(info, QMimeDatabase::MatchExtension).name();
         if (wants(URLResourceKey::TypeIdentifier)) {
@@ -46,10 +55,10 @@ QVariantMap realValues(const QFileInfo &info, const QStringList &keys)
         }
     }
     if (wants(URLResourceKey::ContentModificationDate)) {
-        values.insert(URLResourceKey::ContentModificationDate, info.lastModified());
+        values.insert(URLResourceKey::ContentModificationDate, modificationDateOf(st));
     }
     if (wants(URLResourceKey::IsDirectory)) {
-        values.insert(URLResourceKey::IsDirectory, info.isDir());
+        values.insert(URLResourceKey::IsDirectory, isDir);
     }
     if (wants(URLResourceKey::IsPackage)) {
         values.insert(URLResourceKey::IsPackage, package);
@@ -60,8 +69,8 @@ QVariantMap realValues(const QFileInfo &info, const QStringList &keys)
     if (wants(URLResourceKey::ParentDirectoryURL)) {
         values.insert(URLResourceKey::ParentDirectoryURL, QUrl::fromLocalFile(info.absolutePath() + QLatin1Char('/')));
     }
-    if (wants(URLResourceKey::FileSize) && !info.isDir()) {
-        values.insert(URLResourceKey::FileSize, quint64(info.size()));
+    if (wants(URLResourceKey::FileSize) && !isDir) {
+        values.insert(URLResourceKey::FileSize, quint64(st.st_size));
     }
     if (wants(URLResourceKey::CreationDate)) {
         if (const QDateTime created = FileAttributes::creationDate(path); created.isValid()) {
@@ -86,7 +95,7 @@ QVariantMap documentValues(const QFileInfo &info, const QString &type)
 {
     return {
         {URLResourceKey::Name, info.fileName()},
-        {URLResourceKey::LocalizedName, info.fileName()},
+        {URLResourceKey::LocalizedName, FilePath::displayName(info.fileName())},
         {URLResourceKey::TypeIdentifier, type},
         {URLResourceKey::LocalizedTypeDescription, UniformType::localizedDescription(type)},
         {URLResourceKey::IsDirectory, false},
@@ -160,15 +169,17 @@ std::optional<QVariantMap> URLResourceValues::resourceValuesForKeys(const QUrl &
 {
     const QString path = QDir::cleanPath(url.toLocalFile());
     const QFileInfo info(path);
-    if (path.isEmpty() || !info.exists()) {
+    const std::optional<struct stat> linkStatus = FilePath::linkStatus(path);
+    const std::optional<struct stat> status = FilePath::status(path);
+    if (!linkStatus || !status) {
         setNoSuchFile(error, path);
         return std::nullopt;
     }
-    if (info.isSymLink() && kd_resolvedPathInMobileDocuments(QUrl::fromLocalFile(path)).isNull()) {
+    if (S_ISLNK(linkStatus->st_mode) && kd_resolvedPathInMobileDocuments(QUrl::fromLocalFile(path)).isNull()) {
         return only(unavailableLinkValues(info), keys);
     }
-    QVariantMap values = realValues(info, keys);
-    if (keys.contains(URLResourceKey::ThumbnailDictionary) && info.isFile()) {
+    QVariantMap values = realValues(info, *status, keys);
+    if (keys.contains(URLResourceKey::ThumbnailDictionary) && S_ISREG(status->st_mode)) {
         if (const QImage thumbnail = Thumbnailer::cachedThumbnail(path); !thumbnail.isNull()) {
             values.insert(URLResourceKey::ThumbnailDictionary, thumbnailDictionary(thumbnail));
         }
@@ -198,7 +209,7 @@ std::optional<QVariantMap> URLResourceValues::promisedItemResourceValuesForKeys(
 bool URLResourceValues::checkPromisedItemIsReachableAndReturnError(const QUrl &url, std::optional<Error> *error)
 {
     const QString path = QDir::cleanPath(url.toLocalFile());
-    if (!path.isEmpty() && (QFileInfo::exists(path) || PromisePlaceholder::isPromisedItem(path))) {
+    if (FilePath::status(path) || PromisePlaceholder::isPromisedItem(path)) {
         return true;
     }
     setNoSuchFile(error, path);

@@ -1,5 +1,7 @@
 #include "platform/foundation/RegularFileReader.h"
 
+#include "platform/foundation/FilePath.h"
+
 #include <QFile>
 
 #include <cerrno>
@@ -56,7 +58,7 @@ RegularFileReader::Status RegularFileReader::read(const QString &path, QByteArra
 {
     bytes->clear();
     // O_NONBLOCK: opening a FIFO without a writer returns at once instead of waiting for one
-    const int fd = ::open(QFile::encodeName(path).constData(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+    const int fd = ::open(FilePath::encode(path).constData(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
     if (fd < 0) {
         if (errno == ENOENT || errno == ENOTDIR) {
             return Status::Missing;
@@ -109,7 +111,7 @@ RegularFileReader::Status RegularFileReader::read(const QString &path, QByteArra
 RegularFileReader::Status RegularFileReader::check(const QString &path, QString *problem, qint64 limit)
 {
     struct stat st;
-    if (::stat(QFile::encodeName(path).constData(), &st) != 0) {
+    if (::stat(FilePath::encode(path).constData(), &st) != 0) {
         if (errno == ENOENT || errno == ENOTDIR) {
             return Status::Missing;
         }

@@ -6,6 +6,7 @@
 #include "platform/drive/KDContainer.h"
 #include "platform/drive/KDURL.h"
 #include "platform/foundation/DispatchQueue.h"
+#include "platform/foundation/FilePath.h"
 #include "platform/foundation/LocalizedString.h"
 #include "platform/lists/DocumentItemDelegate.h"
 #include "platform/lists/DocumentListControllerDelegate.h"
@@ -51,14 +52,14 @@ DocumentListController::DocumentListController(QObject *parent)
 
 DocumentListController::DocumentListController(const QUrl &folderURL, QObject *parent)
     : ViewController(parent)
-    , m_presentedURL(folderURL.adjusted(QUrl::StripTrailingSlash))
+    , m_presentedURL(QUrl::fromLocalFile(FilePath::localPath(folderURL)))
 {
     std::shared_ptr<KDContainer> container;
     if (kd_isDocumentsContainer(m_presentedURL)
         && (container = KDContainer::containerForItemAtURL_error(m_presentedURL, nullptr))) {
         setTitle(container->isDefaultContainer() ? driveRootTitle() : container->localizedName());
     } else {
-        setTitle(QFileInfo(m_presentedURL.toLocalFile()).fileName());
+        setTitle(FilePath::displayName(QFileInfo(m_presentedURL.toLocalFile()).fileName()));
     }
     setUp();
 }
@@ -109,7 +110,7 @@ void DocumentListController::watchFolder()
 QList<DocumentListController *> DocumentListController::listControllerHierarchyForURL(const QUrl &folderURL,
                                                                                      QObject *parent)
 {
-    const QUrl folder = folderURL.adjusted(QUrl::StripTrailingSlash | QUrl::NormalizePathSegments);
+    const QUrl folder = QUrl::fromLocalFile(QDir::cleanPath(FilePath::localPath(folderURL)));
     // a folder is walked into only where it really is in the drive: not through a link out
     if (!folder.isLocalFile() || kd_resolvedPathInMobileDocuments(folder).isNull()
         || !QFileInfo(folder.toLocalFile()).isDir()) {
@@ -405,7 +406,8 @@ void DocumentListController::showActionsForItemAtURL(const QUrl &url)
         {MoreActionBit, MoreAction, "More", AlertAction::Style::Default},
         {DeleteActionBit, DeleteAction, "Delete", AlertAction::Style::Destructive},
     };
-    auto *sheet = new AlertController(m_model->entries().at(row).name, QString(), AlertController::Style::ActionSheet);
+    auto *sheet = new AlertController(FilePath::displayName(m_model->entries().at(row).name), QString(),
+                                       AlertController::Style::ActionSheet);
     sheet->setObjectName(QStringLiteral("itemActions"));
     QWidget *anchor = anchorForRow(row);
     QPointer<DocumentListController> self(this);

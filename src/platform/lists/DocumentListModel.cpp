@@ -4,13 +4,14 @@
 #include "platform/drive/KDContainer.h"
 #include "platform/drive/KDURL.h"
 #include "platform/drive/PromisePlaceholder.h"
+#include "platform/foundation/FilePath.h"
 #include "platform/foundation/OperationQueue.h"
 #include "platform/types/IconForResourceProxy.h"
 #include "platform/types/UniformType.h"
 
 #include <QCollator>
 #include <QCoreApplication>
-#include <QDirIterator>
+#include <QFileInfo>
 #include <QIcon>
 #include <QMimeDatabase>
 #include <QPointer>
@@ -64,7 +65,7 @@ QVariant DocumentListModel::data(const QModelIndex &index, int role) const
     switch (role) {
     case Qt::DisplayRole:
     case Qt::AccessibleTextRole:
-        return entry.name;
+        return FilePath::displayName(entry.name);
     case UrlRole:
         return entry.url;
     case IsFolderRole:
@@ -206,11 +207,10 @@ QList<DocumentListEntry> DocumentListModel::entriesOfFolder(const QString &folde
     QList<DocumentListEntry> entries;
     QSet<QString> realNames;
     QStringList promisedNames;
-    QDirIterator it(folderPath, QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot);
     const QString base = folderPath.endsWith(QLatin1Char('/')) ? folderPath : folderPath + QLatin1Char('/');
-    while (it.hasNext()) {
-        it.next();
-        const QString name = it.fileName();
+    // read as the kernel names them: a name that is not UTF-8 is listed too, and reached by its bytes
+    for (const FilePath::Entry &found : FilePath::entries(folderPath)) {
+        const QString &name = found.name;
         if (name.startsWith(QLatin1Char('.'))) {
             // a placeholder stands for its promised item
             if (PromisePlaceholder::isPlaceholderName(name)) {
@@ -222,12 +222,7 @@ QList<DocumentListEntry> DocumentListModel::entriesOfFolder(const QString &folde
         DocumentListEntry entry;
         entry.name = name;
         entry.url = QUrl::fromLocalFile(base + name);
-        // a folder whose extension names a document type is one document (a package); a link
-        // is a folder only when it leads to one inside the drive, never out of it
-        entry.isFolder = it.fileInfo().isDir()
-            && (it.fileInfo().suffix().isEmpty()
-                || UniformType::preferredIdentifierForExtension(it.fileInfo().suffix()).isEmpty())
-            && (!it.fileInfo().isSymLink() || !kd_resolvedPathInMobileDocuments(entry.url).isEmpty());
+        entry.isFolder = isListedAsFolder(base + name, found.kind);
         entries.append(std::move(entry));
     }
     for (const QString &name : std::as_const(promisedNames)) {
@@ -242,6 +237,28 @@ QList<DocumentListEntry> DocumentListModel::entriesOfFolder(const QString &folde
     }
     sortEntries(entries);
     return entries;
+}
+
+bool DocumentListModel::isListedAsFolder(const QString &path, FilePath::EntryKind kind)
+{
+    bool isLink = kind == FilePath::EntryKind::Link;
+    bool isDir = kind == FilePath::EntryKind::Folder;
+    if (kind == FilePath::EntryKind::Unknown) {
+        const std::optional<struct stat> st = FilePath::linkStatus(path);
+        isLink = st && S_ISLNK(st->st_mode);
+        isDir = st && S_ISDIR(st->st_mode);
+    }
+    if (isLink) {
+        // a link is a folder only when it leads to one inside the drive, never out of it
+        const std::optional<struct stat> target = FilePath::status(path);
+        isDir = target && S_ISDIR(target->st_mode) && !kd_resolvedPathInMobileDocuments(QUrl::fromLocalFile(path)).isEmpty();
+    }
+    if (!isDir) {
+        return false;
+    }
+    // a folder whose extension names a document type is one document (a package)
+    const QString suffix = QFileInfo(path).suffix();
+    return suffix.isEmpty() || UniformType::preferredIdentifierForExtension(suffix).isEmpty();
 }
 
 QList<DocumentListEntry> DocumentListModel::entriesOfDriveRoot()

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/foundation/FilePath.h"
 #include "platform/lists/DocumentListEntry.h"
 
 #include <QAbstractListModel>
@@ -60,6 +61,10 @@ public:
     static constexpr int ThumbnailEdge = 128;
 
 private:
+    /// Whether the entry is walked into: a folder, or a link to a folder inside the drive, but
+    /// not a package (a folder whose extension names a document type).
+    static bool isListedAsFolder(const QString &path, FilePath::EntryKind kind);
+
     void requestThumbnail(int row) const;
 
     QList<DocumentListEntry> m_entries;

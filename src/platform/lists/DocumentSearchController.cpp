@@ -3,14 +3,13 @@
 #include "model/FileUtils.h"
 #include "platform/drive/DriveLayout.h"
 #include "platform/drive/PromisePlaceholder.h"
+#include "platform/foundation/FilePath.h"
 #include "platform/foundation/LocalizedString.h"
 #include "platform/lists/DocumentListController.h"
 #include "platform/lists/DocumentListControllerDelegate.h"
 #include "platform/ui/Font.h"
 #include "platform/ui/SystemColor.h"
 
-#include <QDirIterator>
-#include <QFileInfo>
 #include <QHBoxLayout>
 #include <QIcon>
 #include <QLineEdit>
@@ -91,29 +90,25 @@ QList<DocumentSearchController::Result> DocumentSearchController::searchDrive(co
         return results;
     }
     const QString needle = text.trimmed();
-    QDirIterator it(DriveLayout::mobileDocumentsPath(), QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot,
-                    QDirIterator::Subdirectories);
-    while (it.hasNext() && results.size() < limit) {
-        it.next();
-        QString name = it.fileName();
-        const QFileInfo info = it.fileInfo();
-        if (name.startsWith(QLatin1Char('.'))) {
-            if (!PromisePlaceholder::isPlaceholderName(name)) {
-                continue;
-            }
-            name = PromisePlaceholder::logicalPathFor(name);
+    const QString root = DriveLayout::mobileDocumentsPath();
+    // names as the kernel has them: one that is not UTF-8 is found too, and opened by its bytes
+    FilePath::walk(root, [&](const QString &path, const FilePath::Entry &entry) {
+        const bool hidden = entry.name.startsWith(QLatin1Char('.'));
+        if (hidden && !PromisePlaceholder::isPlaceholderName(entry.name)) {
+            // hidden folders are no items: deletions waiting to finish lie there, for one
+            return FilePath::WalkStep::SkipChildren;
         }
-        if (!name.contains(needle, Qt::CaseInsensitive)) {
-            continue;
-        }
+        const QString name = hidden ? PromisePlaceholder::logicalPathFor(entry.name) : entry.name;
+        const QString folder = path.left(path.size() - entry.name.size() - 1);
         // a container's own folders are not items of the drive
-        const QUrl url = QUrl::fromLocalFile(info.path() + QLatin1Char('/') + name);
-        if (info.path() == DriveLayout::mobileDocumentsPath()) {
-            continue;
+        if (folder == root || !FilePath::displayName(name).contains(needle, Qt::CaseInsensitive)) {
+            return FilePath::WalkStep::Continue;
         }
-        results.append({name, url, !it.fileName().startsWith(QLatin1Char('.')) && info.isDir(),
-                        FileUtils::displayableLocationForURL(QUrl::fromLocalFile(info.path()))});
-    }
+        const std::optional<struct stat> st = hidden ? std::nullopt : FilePath::status(path);
+        results.append({FilePath::displayName(name), QUrl::fromLocalFile(folder + QLatin1Char('/') + name),
+                        st && S_ISDIR(st->st_mode), FileUtils::displayableLocationForURL(QUrl::fromLocalFile(folder))});
+        return results.size() < limit ? FilePath::WalkStep::Continue : FilePath::WalkStep::Stop;
+    });
     return results;
 }
 

@@ -1,6 +1,7 @@
 #include "platform/lists/DocumentTargetFolderListController.h"
 
 #include "platform/drive/URLResourceValues.h"
+#include "platform/foundation/FilePath.h"
 #include "platform/foundation/LocalizedString.h"
 #include "platform/lists/DocumentItemDelegate.h"
 #include "platform/lists/DocumentListModel.h"
@@ -33,11 +34,11 @@ DocumentTargetFolderListController::DocumentTargetFolderListController(const QUr
                                                                        const QSet<QString> &movedPaths,
                                                                        QObject *parent)
     : ViewController(parent)
-    , m_folderURL(folderURL.adjusted(QUrl::StripTrailingSlash))
+    , m_folderURL(QUrl::fromLocalFile(FilePath::localPath(folderURL)))
     , m_movedPaths(movedPaths)
     , m_model(new QStandardItemModel(this))
 {
-    setTitle(QFileInfo(m_folderURL.toLocalFile()).fileName());
+    setTitle(FilePath::displayName(QFileInfo(m_folderURL.toLocalFile()).fileName()));
     readFolders();
 }
 

@@ -2,6 +2,7 @@
 
 #include "platform/drive/KDURL.h"
 #include "platform/drive/URLResourceValues.h"
+#include "platform/foundation/FilePath.h"
 #include "platform/foundation/LocalizedString.h"
 #include "platform/quicklook/PreviewControllerDataSource.h"
 #include "platform/quicklook/PreviewText.h"
@@ -49,7 +50,7 @@ QString mimeTypeOf(const QString &path)
 bool isRegularFile(const QString &path)
 {
     struct stat st;
-    return ::stat(QFile::encodeName(path).constData(), &st) == 0 && S_ISREG(st.st_mode);
+    return ::stat(FilePath::encode(path).constData(), &st) == 0 && S_ISREG(st.st_mode);
 }
 
 /// The kind shown for an item that is not read: a link out of the drive is a link; anything
@@ -123,6 +124,9 @@ PreviewController::~PreviewController() = default;
 
 bool PreviewController::canPreviewItem(const QUrl &url)
 {
+    if (FilePath::holdsUndecodableBytes(url.toLocalFile())) {
+        return false; // the viewers open files through Qt, which cannot reach a name that is not UTF-8
+    }
     std::optional<Error> error;
     const auto values = URLResourceValues::promisedItemResourceValuesForKeys(
         url, {URLResourceKey::TypeIdentifier, URLResourceKey::IsDirectory}, &error);
@@ -237,7 +241,7 @@ void PreviewController::showDocument(const QUrl &url)
     const QString resolved = kd_resolvedPathInMobileDocuments(url);
     const bool readable = !resolved.isNull() && isRegularFile(resolved);
     const QString path = readable ? resolved : url.toLocalFile();
-    setTitle(QFileInfo(url.toLocalFile()).fileName());
+    setTitle(FilePath::displayName(QFileInfo(url.toLocalFile()).fileName()));
     m_renderer = readable ? rendererForFile(path) : Renderer::Generic;
     QWidget *widget = nullptr;
     switch (m_renderer) {
@@ -353,7 +357,7 @@ void PreviewController::showDocument(const QUrl &url)
             DocumentProxy::documentProxyForName_type_MIMEType(QFileInfo(path).fileName(), type, QString()),
             IconFormat::Large).scaled(128, 128, Qt::KeepAspectRatio, Qt::SmoothTransformation)));
         icon->setAlignment(Qt::AlignCenter);
-        auto *name = new QLabel(QFileInfo(url.toLocalFile()).fileName(), card);
+        auto *name = new QLabel(FilePath::displayName(QFileInfo(url.toLocalFile()).fileName()), card);
         name->setObjectName(QStringLiteral("genericName"));
         name->setFont(Font::preferredFontForTextStyle(Font::TextStyle::Title2));
         name->setAlignment(Qt::AlignCenter);

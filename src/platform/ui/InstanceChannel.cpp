@@ -1,6 +1,7 @@
 #include "platform/ui/InstanceChannel.h"
 
 #include "platform/foundation/AerovaHome.h"
+#include "platform/foundation/FilePath.h"
 #include "platform/syslog/SystemLog.h"
 
 #include <QCryptographicHash>
@@ -25,7 +26,7 @@ constexpr qint64 MaximumMessageBytes = 64 * 1024;
 bool isPrivateFolder(const QString &path)
 {
     struct stat st;
-    return ::lstat(QFile::encodeName(path).constData(), &st) == 0 && S_ISDIR(st.st_mode) && st.st_uid == ::getuid()
+    return ::lstat(FilePath::encode(path).constData(), &st) == 0 && S_ISDIR(st.st_mode) && st.st_uid == ::getuid()
         && (st.st_mode & 077) == 0;
 }
 
@@ -45,7 +46,7 @@ QString InstanceChannel::runtimeFolder()
     // no session runtime folder: one of our own in the temporary folder, made private, and
     // refused if someone else made it first
     const QString own = QDir::tempPath() + QStringLiteral("/aerovadrive-") + QString::number(::getuid());
-    ::mkdir(QFile::encodeName(own).constData(), 0700);
+    ::mkdir(FilePath::encode(own).constData(), 0700);
     return isPrivateFolder(own) ? own : QString();
 }
 

@@ -1,0 +1,69 @@
+#pragma once
+
+#include <QByteArray>
+#include <QByteArrayView>
+#include <QList>
+#include <QString>
+#include <QStringView>
+#include <QUrl>
+
+#include <functional>
+#include <optional>
+
+#include <sys/stat.h>
+
+/// A path as the kernel knows it: bytes, which need not be UTF-8. Another program may well
+/// create `bad\xff\xfename.txt` in the drive; it must be listed, moved and deleted like any
+/// other item, and an operation on it must reach exactly that file, never one whose name only
+/// looks the same.
+///
+/// In a QString, each byte that is not part of valid UTF-8 is kept as the lone surrogate
+/// U+DC80–U+DCFF (a code unit that valid text never holds alone), so `decode` and `encode` are
+/// exact inverses and QUrl carries such a path unchanged. Qt's own file classes would write a
+/// lone surrogate as U+FFFD and so name another file: every path that reaches the kernel goes
+/// through `encode`, and what is shown to a person through `displayName`.
+class FilePath final
+{
+public:
+    FilePath() = delete;
+
+    /// The local path of a file URL without a trailing slash (a folder's URL may end in one and
+    /// names the same item); undecodable bytes kept, which `QUrl::adjusted` would lose. Empty
+    /// for a URL that is not a local file.
+    static QString localPath(const QUrl &url);
+    /// The bytes of `path` for a system call. O(n). A path holding a NUL names no item: it
+    /// encodes to nothing, which every system call refuses (the kernel would stop at the NUL
+    /// and reach another item).
+    static QByteArray encode(const QString &path);
+    /// The path or name the kernel gave, undecodable bytes kept. O(n).
+    static QString decode(QByteArrayView bytes);
+    /// What a person sees of a name: an undecodable byte as U+FFFD.
+    static QString displayName(const QString &name);
+    /// Whether the path holds bytes that are not UTF-8 (Qt's file classes cannot reach it).
+    static bool holdsUndecodableBytes(QStringView path);
+
+    /// The item's status, the item itself when it is a link (`lstat`).
+    static std::optional<struct stat> linkStatus(const QString &path);
+    /// The status of what the path leads to, links followed (`stat`).
+    static std::optional<struct stat> status(const QString &path);
+    /// Whether anything, a dangling link included, has this path.
+    static bool exists(const QString &path);
+    /// The path with every link resolved, empty when it does not lead to an existing item.
+    static QString canonicalPath(const QString &path);
+    /// The target a link holds, as written in the link; empty when the path is no link.
+    static QString linkTarget(const QString &path);
+    /// What a folder's listing says of an entry without a further look: a link is not followed.
+    enum class EntryKind { Folder, Link, Other, Unknown };
+    struct Entry {
+        QString name;
+        EntryKind kind = EntryKind::Unknown;
+    };
+    /// The entries of a folder (hidden ones too, without "." and ".."), in the folder's order;
+    /// one pass over the folder, no status call per entry where the file system tells the kind.
+    static QList<Entry> entries(const QString &folder);
+    /// What a walk does after an entry.
+    enum class WalkStep { Continue, SkipChildren, Stop };
+    /// Visits every entry below `folder`, depth first; walks into folders, never through links.
+    /// Returns false when `visit` stopped it.
+    static bool walk(const QString &folder, const std::function<WalkStep(const QString &path, const Entry &entry)> &visit);
+};
