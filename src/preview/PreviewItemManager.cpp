@@ -8,6 +8,7 @@
 #include "platform/drive/FileCoordinator.h"
 #include "platform/drive/URLResourceValues.h"
 #include "platform/foundation/DispatchQueue.h"
+#include "platform/foundation/FilePath.h"
 #include "platform/foundation/LocalizedString.h"
 #include "platform/foundation/NotificationCenter.h"
 #include "platform/foundation/OperationQueue.h"
@@ -146,7 +147,7 @@ ViewController *PreviewItemManager::prepareToPreviewItem(const std::shared_ptr<D
     }
     m_modifiedDate = item->contentModificationDate();
     registerAsFilePresenter();
-    const bool exists = QFileInfo::exists(item->resolvedURL().toLocalFile());
+    const bool exists = FilePath::status(item->resolvedURL().toLocalFile()).has_value();
     m_downloadViewController.clear();
     m_detailsViewController.clear();
     ViewController *screen = nullptr;

@@ -110,6 +110,13 @@ private slots:
         DocumentListController list(QUrl::fromLocalFile(folder), nullptr);
         DocumentListModel *model = list.model();
         QCOMPARE(model->rowCount(), 3);
+        // sorted by the names people see: both "bad��name.txt" rows lie between apple and cherry
+        QVERIFY(TestDrive::writeFile(folder + QStringLiteral("/cherry.txt"), "c"));
+        QVERIFY(TestDrive::writeFile(folder + QStringLiteral("/apple.txt"), "a"));
+        list.reloadContents();
+        QCOMPARE(model->rowCount(), 5);
+        QCOMPARE(model->data(model->index(1), Qt::DisplayRole).toString(), QStringLiteral("apple.txt"));
+        QCOMPARE(model->data(model->index(4), Qt::DisplayRole).toString(), QStringLiteral("cherry.txt"));
         QCOMPARE(model->data(model->index(0), Qt::DisplayRole).toString(), QStringLiteral("odd\uFFFD"));
         QVERIFY(model->data(model->index(0), DocumentListModel::IsFolderRole).toBool());
         int rawRow = -1;

@@ -3,6 +3,7 @@
 #include "platform/quicklook/PreviewControllerDataSource.h"
 
 #include "platform/drive/DriveSetup.h"
+#include "platform/foundation/FilePath.h"
 #include "support/TestDrive.h"
 
 #include <QDir>
@@ -18,6 +19,9 @@
 #include <QTextBlock>
 #include <QTextDocument>
 #include <QTextBrowser>
+
+#include <fcntl.h>
+#include <unistd.h>
 
 namespace {
 /// Offers the viewer one document.
@@ -121,6 +125,25 @@ private slots:
         const PreviewText small = PreviewText::fromUtf8("short\nlines\n", false);
         QVERIFY(!small.isShortened());
         QCOMPARE(small.text(), QStringLiteral("short\nlines\n"));
+    }
+
+    // A text whose name is not UTF-8 shows its name, and never the text of a look-alike whose
+    // name only shows the same (Qt's readers would open that one).
+    void nameThatIsNotUtf8ShowsItsNameAndNoLookAlike()
+    {
+        const QString folder = m_drive.freshFolder(QStringLiteral("bytes"));
+        QVERIFY(TestDrive::writeFile(folder + QStringLiteral("/bad\uFFFD.txt"), "look-alike"));
+        const QString raw = folder + QLatin1Char('/') + FilePath::decode("bad\xff.txt");
+        const int fd = ::open(FilePath::encode(raw).constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644);
+        QVERIFY(fd >= 0);
+        ::close(fd);
+        const auto shown = show(raw);
+        PreviewController &viewer = shown->viewer;
+        QCOMPARE(viewer.currentRenderer(), PreviewController::Renderer::Generic);
+        QCOMPARE(viewer.rendererWidget()->findChild<QLabel *>(QStringLiteral("genericName"))->text(),
+                 QStringLiteral("bad\uFFFD.txt"));
+        QVERIFY(!viewer.rendererWidget()->findChild<QPlainTextEdit *>());
+        QVERIFY(!PreviewController::canPreviewItem(shown->source.url));
     }
 
     // A link out of the drive shows its name and nothing of what it leads to.

@@ -9,6 +9,7 @@
 #include "platform/drive/DriveSetup.h"
 #include "platform/drive/FileCoordinator.h"
 #include "platform/drive/PromisePlaceholder.h"
+#include "platform/foundation/FilePath.h"
 #include "platform/foundation/ManualDispatchClock.h"
 #include "platform/foundation/StringFormat.h"
 #include "platform/lists/DocumentListController.h"
@@ -30,6 +31,9 @@
 #include <QPlainTextEdit>
 #include <QProcess>
 #include <QTest>
+
+#include <fcntl.h>
+#include <unistd.h>
 
 using namespace std::chrono_literals;
 
@@ -257,6 +261,23 @@ private Q_SLOTS:
         QVERIFY(!QFileInfo::exists(path));
         QVERIFY(!navigation->presentedViewController());
         QVERIFY(!navigation->topViewController()->presentedViewController());
+        manager->unregisterAsFilePresenter();
+    }
+
+    // A downloaded document whose name is not UTF-8 is on the device: a tap shows it as such
+    // (its name, no offer to download what is already here), never the download screen.
+    void aDocumentNamedInBytesThatAreNotUtf8IsNotOfferedForDownload()
+    {
+        const QString folder = m_drive.freshFolder(QStringLiteral("bytes"));
+        const QString path = folder + QLatin1Char('/') + FilePath::decode("bad\xff.txt");
+        const int fd = ::open(FilePath::encode(path).constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644);
+        QVERIFY(fd >= 0);
+        ::close(fd);
+        Window window(QRect(0, 0, 390, 844));
+        NavigationController *navigation = stage(window);
+        auto manager = previewIn(navigation, path);
+        QCOMPARE(navigation->topViewController(), QuickLookItemController::defaultController());
+        QVERIFY(!qobject_cast<PreviewDownloadViewController *>(navigation->topViewController()));
         manager->unregisterAsFilePresenter();
     }
 

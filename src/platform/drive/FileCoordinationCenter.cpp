@@ -270,7 +270,7 @@ void FileCoordinationCenter::rewatch()
         }
         QStringList added;
         for (const QString &path : wanted) {
-            if (!current.contains(path) && QFileInfo::exists(path)) {
+            if (!current.contains(path) && FilePath::status(path)) {
                 added << path;
             }
         }

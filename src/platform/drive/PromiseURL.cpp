@@ -1,6 +1,7 @@
 #include "platform/drive/PromiseURL.h"
 
 #include "platform/drive/PromisePlaceholder.h"
+#include "platform/foundation/FilePath.h"
 
 #include <QFileInfo>
 
@@ -8,7 +9,7 @@ bool IsItemPromiseAtURL(const QUrl &url)
 {
     const QString path = url.toLocalFile();
     if (PromisePlaceholder::isPlaceholderName(QFileInfo(path).fileName())) {
-        return QFileInfo::exists(path) && !QFileInfo::exists(PromisePlaceholder::logicalPathFor(path));
+        return FilePath::exists(path) && !FilePath::exists(PromisePlaceholder::logicalPathFor(path));
     }
     return PromisePlaceholder::isPromisedItem(path);
 }

@@ -113,7 +113,7 @@ QList<DocumentListController *> DocumentListController::listControllerHierarchyF
     const QUrl folder = QUrl::fromLocalFile(QDir::cleanPath(FilePath::localPath(folderURL)));
     // a folder is walked into only where it really is in the drive: not through a link out
     if (!folder.isLocalFile() || kd_resolvedPathInMobileDocuments(folder).isNull()
-        || !QFileInfo(folder.toLocalFile()).isDir()) {
+        || !FileUtils::isDir(folder)) {
         return {};
     }
     QList<DocumentListController *> chain{new DocumentListController(parent)};

@@ -298,7 +298,9 @@ void DocumentListModel::sortEntries(QList<DocumentListEntry> &entries)
     std::vector<Keyed> keyed;
     keyed.reserve(entries.size());
     for (qsizetype i = 0; i < entries.size(); ++i) {
-        keyed.push_back({collator.sortKey(entries.at(i).name), entries.at(i).isFolder || entries.at(i).isAppContainer, i});
+        // sorted as shown: a byte that is no text sorts as the replacement character it shows as
+        keyed.push_back({collator.sortKey(FilePath::displayName(entries.at(i).name)),
+                         entries.at(i).isFolder || entries.at(i).isAppContainer, i});
     }
     std::stable_sort(keyed.begin(), keyed.end(), [](const Keyed &a, const Keyed &b) {
         if (a.isFolder != b.isFolder) {

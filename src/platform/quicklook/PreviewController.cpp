@@ -57,7 +57,7 @@ bool isRegularFile(const QString &path)
 /// else is known by its name.
 QString unreadableType(const QString &path)
 {
-    if (QFileInfo(path).isSymLink()) {
+    if (const std::optional<struct stat> st = FilePath::linkStatus(path); st && S_ISLNK(st->st_mode)) {
         return UniformType::SymbolicLink;
     }
     static const QMimeDatabase database;
@@ -237,9 +237,10 @@ void PreviewController::showDocument(const QUrl &url)
         return;
     }
     // only what really lies in the drive is read, and exactly the path that was checked: a
-    // link out of the drive, or "link/../x", shows the item's name and nothing of its target
+    // link out of the drive, or "link/../x", shows the item's name and nothing of its target;
+    // so does a name that is not UTF-8, which the renderers (Qt's file classes) cannot reach
     const QString resolved = kd_resolvedPathInMobileDocuments(url);
-    const bool readable = !resolved.isNull() && isRegularFile(resolved);
+    const bool readable = !resolved.isNull() && isRegularFile(resolved) && !FilePath::holdsUndecodableBytes(resolved);
     const QString path = readable ? resolved : url.toLocalFile();
     setTitle(FilePath::displayName(QFileInfo(url.toLocalFile()).fileName()));
     m_renderer = readable ? rendererForFile(path) : Renderer::Generic;
