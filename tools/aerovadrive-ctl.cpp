@@ -11,8 +11,8 @@
 #include "platform/drive/PromisePlaceholder.h"
 #include "platform/drive/UbiquitousKeyValueStore.h"
 #include "platform/foundation/AerovaHome.h"
+#include "platform/foundation/FilePath.h"
 
-#include <QFileInfo>
 #include <QGuiApplication>
 #include <QStringList>
 #include <QTextStream>
@@ -113,7 +113,7 @@ int forEachFile(const QStringList &files, std::optional<Error> (*action)(const Q
     int status = 0;
     for (const QString &file : files) {
         // every file is attempted: one failure must not strand the rest
-        status = std::max(status, report(action(QFileInfo(file).absoluteFilePath()), file));
+        status = std::max(status, report(action(FilePath::absolutePath(file)), file));
     }
     return status;
 }
@@ -123,18 +123,18 @@ int download(const QStringList &args)
     if (args.size() != 1) {
         return usage(QStringLiteral("download takes one file"));
     }
-    const QString path = QFileInfo(args.first()).absoluteFilePath();
+    const QString path = FilePath::absolutePath(args.first());
     const QUrl url = QUrl::fromLocalFile(path);
     if (!PromisePlaceholder::isPromisedItem(path)) {
         // only a promise has anything to download: say what is there instead
-        const QFileInfo info(path);
-        if (info.isFile()) {
+        const QUrl item = QUrl::fromLocalFile(path);
+        if (FileUtils::isFile(item)) {
             QTextStream(stdout) << "already downloaded " << path << Qt::endl;
             return 0;
         }
-        const QString what = info.isDir() ? QStringLiteral("is a folder, not a document only on the drive")
-            : info.exists()              ? QStringLiteral("is not a document only on the drive")
-                                         : QStringLiteral("no such item in the drive");
+        const QString what = FileUtils::isDir(item) ? QStringLiteral("is a folder, not a document only on the drive")
+            : FilePath::exists(path)               ? QStringLiteral("is not a document only on the drive")
+                                                   : QStringLiteral("no such item in the drive");
         QTextStream(stderr) << "aerovadrive-ctl: " << args.first() << ": " << what << '\n';
         return 1;
     }
@@ -150,7 +150,7 @@ int download(const QStringList &args)
     coordinator.coordinateReadingItemAtURL_options_error_byAccessor(
         url, FileCoordinator::ReadingWithoutChanges, &error, [&downloaded](const QUrl &newURL) {
             const QString local = newURL.toLocalFile();
-            downloaded = QFileInfo(local).isFile() && !PromisePlaceholder::isPromisedItem(local);
+            downloaded = FileUtils::isFile(newURL) && !PromisePlaceholder::isPromisedItem(local);
             if (downloaded) {
                 QTextStream(stdout) << "downloaded " << local << Qt::endl;
             }
@@ -255,7 +255,7 @@ int tags(QStringList args)
         return report(DriveSetup::defineTags(definitions), QStringLiteral("tags"));
     }
     if (action == QLatin1String("set") && !args.isEmpty()) {
-        const QString file = QFileInfo(args.takeFirst()).absoluteFilePath();
+        const QString file = FilePath::absolutePath(args.takeFirst());
         return report(DriveSetup::setItemTags(file, args), file);
     }
     return usage(QStringLiteral("unknown tags action: %1").arg(action));
@@ -271,7 +271,11 @@ int main(int argc, char *argv[])
     }
     QGuiApplication app(argc, argv);
     QGuiApplication::setApplicationName(QStringLiteral("aerovadrive-ctl"));
-    QStringList args = QGuiApplication::arguments().mid(1);
+    // file names as the shell gave them: one that is not UTF-8 names that file and no other
+    QStringList args;
+    for (int i = 1; i < argc; ++i) {
+        args << FilePath::decode(argv[i]);
+    }
     if (args.isEmpty()) {
         return usage(QStringLiteral("no command given"));
     }

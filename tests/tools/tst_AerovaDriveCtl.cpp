@@ -1,14 +1,17 @@
 #include "platform/drive/FileAttributes.h"
-#include <QJsonDocument>
-#include <QJsonObject>
+#include "platform/foundation/FilePath.h"
 #include "support/TestDrive.h"
 
 #include <QDir>
 #include <QFileInfo>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QProcess>
 #include <QTest>
 
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 class tst_AerovaDriveCtl : public QObject
 {
@@ -216,6 +219,28 @@ private slots:
         QVERIFY(!output.contains("downloaded"));
         QVERIFY2(errors.contains("is a folder, not a document only on the drive"), errors.constData());
         QVERIFY(QDir().rmdir(path));
+    }
+
+    // A file named in bytes that are not UTF-8 is removed by those bytes from the command line,
+    // and its look-alike stays.
+    void removeTakesTheNameAsTheShellGaveIt()
+    {
+        const QString folder = m_drive.freshFolder(QStringLiteral("bytes"));
+        QVERIFY(TestDrive::writeFile(folder + QStringLiteral("/bad\uFFFD.txt"), "look-alike"));
+        const QString raw = folder + QLatin1Char('/') + FilePath::decode("bad\xff.txt");
+        const int fd = ::open(FilePath::encode(raw).constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644);
+        QVERIFY(fd >= 0);
+        ::close(fd);
+        QProcess process;
+        process.setWorkingDirectory(folder);
+        // the shell hands the byte 0xff over as it is, which QProcess's own arguments cannot
+        process.start(QStringLiteral("/bin/sh"),
+                      {QStringLiteral("-c"), QStringLiteral("exec \"$0\" remove \"$(printf 'bad\\377.txt')\""),
+                       QStringLiteral(AEROVA_CTL_PATH)});
+        QVERIFY(process.waitForFinished(60000));
+        QCOMPARE(process.exitCode(), 0);
+        QVERIFY(!FilePath::exists(raw));
+        QVERIFY(QFileInfo::exists(folder + QStringLiteral("/bad\uFFFD.txt")));
     }
 };
 

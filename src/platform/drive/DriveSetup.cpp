@@ -11,6 +11,7 @@
 #include "platform/drive/Thumbnailer.h"
 #include "platform/drive/UbiquitousKeyValueStore.h"
 #include "platform/foundation/ByteCountFormatter.h"
+#include "platform/foundation/FilePath.h"
 
 #include <QBuffer>
 #include <QDir>
@@ -220,7 +221,7 @@ std::optional<Error> DriveSetup::setStoreRate(qint64 bytesPerSecond)
 
 std::optional<Error> DriveSetup::promise(const QString &path)
 {
-    return PromiseStore::evict(QFileInfo(path).absoluteFilePath());
+    return PromiseStore::evict(FilePath::absolutePath(path));
 }
 
 std::optional<Error> DriveSetup::defineTags(const QList<TagDefinition> &tags, int version)

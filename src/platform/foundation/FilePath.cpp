@@ -1,5 +1,7 @@
 #include "platform/foundation/FilePath.h"
 
+#include <QDir>
+
 #include <cerrno>
 #include <climits>
 #include <cstdlib>
@@ -60,6 +62,11 @@ QString FilePath::localPath(const QUrl &url)
         path.chop(1);
     }
     return path;
+}
+
+QString FilePath::absolutePath(const QString &path)
+{
+    return QDir::cleanPath(QDir::current().absoluteFilePath(path));
 }
 
 QByteArray FilePath::encode(const QString &path)

@@ -31,6 +31,9 @@ public:
     /// names the same item); undecodable bytes kept, which `QUrl::adjusted` would lose. Empty
     /// for a URL that is not a local file.
     static QString localPath(const QUrl &url);
+    /// `path` made absolute against the current folder and cleaned, undecodable bytes kept
+    /// (`QFileInfo::absoluteFilePath` turns them into U+FFFD, naming another file).
+    static QString absolutePath(const QString &path);
     /// The bytes of `path` for a system call. O(n). A path holding a NUL names no item: it
     /// encodes to nothing, which every system call refuses (the kernel would stop at the NUL
     /// and reach another item).
