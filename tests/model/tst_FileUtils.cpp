@@ -15,8 +15,6 @@
 #include <QTemporaryDir>
 #include <QTest>
 
-#include <fcntl.h>
-#include <unistd.h>
 
 class tst_FileUtils : public QObject
 {
@@ -37,16 +35,6 @@ private:
     {
         QFile f(path);
         return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
-    }
-    /// Writes a file by the exact bytes of its name, as another program would.
-    static bool writeRaw(const QString &path, const QByteArray &content)
-    {
-        const int fd = ::open(FilePath::encode(path).constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644);
-        const bool written = fd >= 0 && ::write(fd, content.constData(), size_t(content.size())) == content.size();
-        if (fd >= 0) {
-            ::close(fd);
-        }
-        return written;
     }
     static int keptAboveDebug()
     {
@@ -234,7 +222,7 @@ private slots:
     {
         const QString raw = m_folder + QLatin1Char('/') + FilePath::decode("bad\xff\xfename.txt");
         const QString lookAlike = file(QStringLiteral("bad\uFFFD\uFFFDname.txt"), "look-alike");
-        QVERIFY(writeRaw(raw, "raw bytes"));
+        QVERIFY(TestDrive::writeFile(raw, "raw bytes"));
         QVERIFY(FileUtils::exists(url(raw)));
         QVERIFY(FileUtils::isFile(url(raw)));
         QCOMPARE(FileUtils::stringByUniquingPathInsideDirectory_forBasename(m_folder, FilePath::decode("bad\xff\xfename.txt")),
@@ -253,7 +241,7 @@ private slots:
         QCOMPARE(read(renamed.toLocalFile()), QByteArray("raw bytes"));
 
         const QString second = m_folder + QLatin1Char('/') + FilePath::decode("gone\xff.txt");
-        QVERIFY(writeRaw(second, "second"));
+        QVERIFY(TestDrive::writeFile(second, "second"));
         QVERIFY(!FileUtils::remove(url(second)));
         QVERIFY(!FilePath::exists(second));
         QCOMPARE(read(lookAlike), QByteArray("look-alike"));

@@ -13,8 +13,6 @@
 #include <QTimer>
 #include <QTest>
 
-#include <fcntl.h>
-#include <unistd.h>
 
 class tst_DocumentListController : public QObject
 {
@@ -100,10 +98,7 @@ private slots:
     {
         const QString folder = m_drive.freshFolder(QStringLiteral("Bytes"));
         const QByteArray raw = FilePath::encode(folder) + "/bad\xff\xfename.txt";
-        const int fd = ::open(raw.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644);
-        QVERIFY(fd >= 0);
-        QCOMPARE(::write(fd, "raw", 3), ssize_t(3));
-        ::close(fd);
+        QVERIFY(TestDrive::writeFile(FilePath::decode(raw), "raw"));
         QVERIFY(TestDrive::writeFile(folder + QStringLiteral("/bad\uFFFD\uFFFDname.txt"), "look-alike"));
         QVERIFY(::mkdir(QByteArray(FilePath::encode(folder) + "/odd\xfe").constData(), 0755) == 0);
 

@@ -20,8 +20,6 @@
 #include <QTextDocument>
 #include <QTextBrowser>
 
-#include <fcntl.h>
-#include <unistd.h>
 
 namespace {
 /// Offers the viewer one document.
@@ -134,9 +132,7 @@ private slots:
         const QString folder = m_drive.freshFolder(QStringLiteral("bytes"));
         QVERIFY(TestDrive::writeFile(folder + QStringLiteral("/bad\uFFFD.txt"), "look-alike"));
         const QString raw = folder + QLatin1Char('/') + FilePath::decode("bad\xff.txt");
-        const int fd = ::open(FilePath::encode(raw).constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644);
-        QVERIFY(fd >= 0);
-        ::close(fd);
+        QVERIFY(TestDrive::writeFile(raw, ""));
         const auto shown = show(raw);
         PreviewController &viewer = shown->viewer;
         QCOMPARE(viewer.currentRenderer(), PreviewController::Renderer::Generic);

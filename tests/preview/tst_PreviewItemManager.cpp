@@ -32,8 +32,6 @@
 #include <QProcess>
 #include <QTest>
 
-#include <fcntl.h>
-#include <unistd.h>
 
 using namespace std::chrono_literals;
 
@@ -270,9 +268,7 @@ private Q_SLOTS:
     {
         const QString folder = m_drive.freshFolder(QStringLiteral("bytes"));
         const QString path = folder + QLatin1Char('/') + FilePath::decode("bad\xff.txt");
-        const int fd = ::open(FilePath::encode(path).constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644);
-        QVERIFY(fd >= 0);
-        ::close(fd);
+        QVERIFY(TestDrive::writeFile(path, ""));
         Window window(QRect(0, 0, 390, 844));
         NavigationController *navigation = stage(window);
         auto manager = previewIn(navigation, path);

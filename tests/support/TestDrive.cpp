@@ -5,6 +5,7 @@
 #include "watchers/NetworkWatcher.h"
 #include "platform/drive/DriveSetup.h"
 #include "platform/drive/KDContainer.h"
+#include "platform/foundation/FilePath.h"
 
 #include <QBuffer>
 #include <QDir>
@@ -13,6 +14,10 @@
 #include <QDeadlineTimer>
 #include <QFileInfo>
 #include <QCoreApplication>
+
+#include <filesystem>
+#include <fcntl.h>
+#include <unistd.h>
 
 TestDrive::TestDrive()
 {
@@ -54,9 +59,35 @@ QString TestDrive::freshFolder(const QString &name)
 
 bool TestDrive::writeFile(const QString &path, const QByteArray &content)
 {
-    QDir().mkpath(QFileInfo(path).absolutePath());
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(content) == content.size();
+    // by the path's own bytes, as another program would: a name that is not UTF-8 too
+    std::error_code ec;
+    std::filesystem::create_directories(FilePath::encode(QFileInfo(path).path()).toStdString(), ec);
+    const int fd = ::open(FilePath::encode(path).constData(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+    if (fd < 0) {
+        return false;
+    }
+    qsizetype written = 0;
+    while (written < content.size()) {
+        const ssize_t n = ::write(fd, content.constData() + written, size_t(content.size() - written));
+        if (n <= 0) {
+            break;
+        }
+        written += n;
+    }
+    return ::close(fd) == 0 && written == content.size();
+}
+
+QByteArray TestDrive::readFile(const QString &path)
+{
+    QFile file;
+    const int fd = ::open(FilePath::encode(path).constData(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0 || !file.open(fd, QIODevice::ReadOnly, QFileDevice::AutoCloseHandle)) {
+        if (fd >= 0) {
+            ::close(fd);
+        }
+        return {};
+    }
+    return file.readAll();
 }
 
 QByteArray TestDrive::png(int width, int height)

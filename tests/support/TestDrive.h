@@ -20,7 +20,11 @@ public:
     /// A new empty folder in the default container, for one test function.
     QString freshFolder(const QString &name);
 
+    /// Writes a file (and the folders to it) by the path's own bytes (FilePath), so a name
+    /// that is not UTF-8 is written as another program would write it.
     static bool writeFile(const QString &path, const QByteArray &content);
+    /// The whole content of a file, read by the path's own bytes; empty when it cannot be read.
+    static QByteArray readFile(const QString &path);
     /// Makes the drive service report `state` ("wifi", "cellular", "offline") and waits until the
     /// app's network watcher sees `expected` (a NetworkState value).
     static bool useNetwork(const QString &state, quint64 expected);

@@ -9,9 +9,7 @@
 #include <QProcess>
 #include <QTest>
 
-#include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 class tst_AerovaDriveCtl : public QObject
 {
@@ -228,9 +226,7 @@ private slots:
         const QString folder = m_drive.freshFolder(QStringLiteral("bytes"));
         QVERIFY(TestDrive::writeFile(folder + QStringLiteral("/bad\uFFFD.txt"), "look-alike"));
         const QString raw = folder + QLatin1Char('/') + FilePath::decode("bad\xff.txt");
-        const int fd = ::open(FilePath::encode(raw).constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644);
-        QVERIFY(fd >= 0);
-        ::close(fd);
+        QVERIFY(TestDrive::writeFile(raw, ""));
         QProcess process;
         process.setWorkingDirectory(folder);
         // the shell hands the byte 0xff over as it is, which QProcess's own arguments cannot
