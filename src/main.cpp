@@ -41,7 +41,8 @@ int main(int argc, char *argv[])
     DRLog(LOG_INFO, "Running %s", argv[0]);
     // the build's date and time, fixed when this file is compiled: "Built (main) on Feb 19 2016 @ 17:21:14"
     DRLog(LOG_INFO, "Built (main) on %s @ %s", __DATE__, __TIME__);
-    FileUtils::logFileAttributes(QString::fromLocal8Bit(argv[0]));
+    // the program file itself: argv[0] is a bare name when the launcher found it on PATH
+    FileUtils::logFileAttributes(QCoreApplication::applicationFilePath());
 
     QCommandLineParser parser;
     parser.setApplicationDescription(QStringLiteral("Aerova Drive: browse the cloud drive kept on this device."));

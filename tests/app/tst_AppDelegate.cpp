@@ -144,6 +144,29 @@ private Q_SLOTS:
         QVERIFY(output.indexOf(QStringLiteral("Running ")) < output.indexOf(QStringLiteral("Built (main) on ")));
     }
 
+    // Started as the launcher starts it, by a bare name found on PATH, the program still tells
+    // the dates and size of its own file instead of failing to find "aerovadrive".
+    void processEntryLogsTheProgramFileWhenFoundOnPath()
+    {
+        LogSpy::keepDebugLines();
+        const QFileInfo program(QStringLiteral(AEROVA_APP_PATH));
+        QProcess app;
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+        environment.insert(QStringLiteral("AEROVA_SYSLOG"), QStringLiteral("memory"));
+        environment.insert(QStringLiteral("PATH"), program.absolutePath() + QStringLiteral(":/usr/bin:/bin"));
+        app.setProcessEnvironment(environment);
+        // through a shell, so that argv[0] is the bare name a PATH lookup leaves
+        app.start(QStringLiteral("/bin/sh"), {QStringLiteral("-c"), QStringLiteral("exec aerovadrive --idiom watch")});
+        QVERIFY(app.waitForFinished(30000));
+        QCOMPARE(app.exitCode(), 2);
+        const QString output = QString::fromLocal8Bit(app.readAllStandardError());
+        QVERIFY2(output.contains(QStringLiteral("Running aerovadrive")), qPrintable(output));
+        QVERIFY2(!output.contains(QStringLiteral("Cannot get attributes of")), qPrintable(output));
+        QVERIFY2(output.contains(QStringLiteral("Size: %1 bytes").arg(program.size())), qPrintable(output));
+        QVERIFY2(output.contains(QStringLiteral("Date Modified: ")), qPrintable(output));
+    }
+
     // FIFOs and a link to /dev/zero in place of the service files and the defaults: the app
     // still starts, says which file is wrong, and does not grow without end.
     void serviceFilesThatAreFifosOrDevicesNeitherHangNorBloatTheApp()
