@@ -114,7 +114,10 @@ bool DRItem::cacheValues()
         m_isBookmark = false;
         m_resolvedURL = m_url;
     }
-    m_promiseURL = PromiseCopyPhysicalURL(m_resolvedURL);
+    // the platform hands back the very URL it was given for an item that is no promise: such an
+    // item has no promise URL
+    const QUrl physical = PromiseCopyPhysicalURL(m_resolvedURL);
+    m_promiseURL = isSameURLObject(physical, m_resolvedURL) ? QUrl() : physical;
     const bool accessStarted = startAccessingSecurityScopedResource(m_resolvedURL);
 
     // a coordination failure keeps the reader from running: the record is still made, with the

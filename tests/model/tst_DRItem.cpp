@@ -159,7 +159,7 @@ private slots:
     {
         const auto item = DRItem::initWithURL(QUrl::fromLocalFile(writeFile(QStringLiteral("Id.txt"), "id")));
         QVERIFY(!item->isPromise());
-        QVERIFY(!item->promiseURL().isEmpty()); // the physical URL of a real item is the item's own URL
+        QVERIFY(item->promiseURL().isEmpty()); // an item that is no promise has no promise URL
         item->setPromiseURL(item->resolvedURL());
         QVERIFY(!item->isPromise());
         item->setPromiseURL(QUrl(item->resolvedURL().toString()));

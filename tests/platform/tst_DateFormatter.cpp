@@ -33,6 +33,20 @@ private slots:
         QCOMPARE(QString(result).replace(QChar(0x202F), QLatin1Char(' ')), text);
     }
 
+    // The short time is hours and minutes in every locale, the C locale (whose own short form
+    // has seconds) too; the medium time adds the seconds once.
+    void shortTimeHasNoSecondsInTheCLocale()
+    {
+        const QDateTime date(QDate(2016, 2, 19), QTime(17, 21, 14));
+        const QString shortTime = DateFormatter::localizedString(date, DateFormatter::Style::None,
+                                                                 DateFormatter::Style::Short, QLocale::c());
+        QCOMPARE(shortTime, QStringLiteral("17:21"));
+        QCOMPARE(DateFormatter::localizedString(date, DateFormatter::Style::None, DateFormatter::Style::Medium, QLocale::c()),
+                 QStringLiteral("17:21:14"));
+        QVERIFY(!DateFormatter::localizedString(date, DateFormatter::Style::Medium, DateFormatter::Style::Short, QLocale::c())
+                     .contains(QStringLiteral("17:21:14")));
+    }
+
     // No date, no text.
     void invalidDateIsEmpty()
     {

@@ -16,15 +16,23 @@ QString shortMonth(QString pattern)
     return pattern.replace(QStringLiteral("MMMM"), QStringLiteral("MMM"));
 }
 
+/// The short time shows hours and minutes alone, also where the locale's own short form has
+/// seconds (the C locale's "HH:mm:ss").
+QString withoutSeconds(QString pattern)
+{
+    static const QRegularExpression seconds(QStringLiteral("[:.]s{1,2}(?:[.,]z{1,3})?"));
+    return pattern.remove(seconds);
+}
+
 QString timePattern(DateFormatter::Style timeStyle, const QLocale &locale)
 {
     switch (timeStyle) {
     case DateFormatter::Style::None:
         return {};
     case DateFormatter::Style::Short:
-        return locale.timeFormat(QLocale::ShortFormat);
+        return withoutSeconds(locale.timeFormat(QLocale::ShortFormat));
     case DateFormatter::Style::Medium:
-        return locale.timeFormat(QLocale::ShortFormat).replace(QStringLiteral("mm"), QStringLiteral("mm:ss"));
+        return withoutSeconds(locale.timeFormat(QLocale::ShortFormat)).replace(QStringLiteral("mm"), QStringLiteral("mm:ss"));
     case DateFormatter::Style::Long:
     case DateFormatter::Style::Full:
         return locale.timeFormat(QLocale::LongFormat);
