@@ -72,7 +72,7 @@ void FilenamePrompt::initWithTitle_message_placeholder_filename_doneButtonText_c
                 textFieldShouldReturn(field);
             }
         });
-        field->setFixedHeight(qCeil(1.2 * Font::lineHeight(field->font())) + 8);
+        field->setFixedHeight(qCeil(1.2 * Font::lineHeight(field->font())));
     });
     addCancelAction();
     addDefaultAction(doneButtonText);

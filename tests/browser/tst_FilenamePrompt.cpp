@@ -9,11 +9,13 @@
 #include "support/LogSpy.h"
 #include "support/TestDrive.h"
 
+#include <QFontMetricsF>
 #include <QLabel>
 #include <QLayout>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QSignalSpy>
+#include <QtMath>
 #include <QTest>
 
 class tst_FilenamePrompt : public QObject
@@ -95,6 +97,16 @@ private Q_SLOTS:
         QCOMPARE(folder->textField()->text(), QString());
         QCOMPARE(folder->defaultAction()->title(), QStringLiteral("Create"));
         QVERIFY(folder->alert()->actionWithTitle(QStringLiteral("Cancel")));
+    }
+
+    // The name field is as tall as one line of its text and a fifth more, no taller.
+    void nameFieldIsOneAndAFifthLinesTall()
+    {
+        auto rename = RenamePrompt::newWithFilename_completion(QStringLiteral("Report.pdf"), {});
+        QLineEdit *field = rename->textField();
+        const int expected = qCeil(1.2 * QFontMetricsF(field->font()).lineSpacing());
+        QCOMPARE(field->minimumHeight(), expected);
+        QCOMPARE(field->maximumHeight(), expected);
     }
 
     // "  Summary  " is what people type by accident; the item must be named Summary
