@@ -73,8 +73,9 @@ int main(int argc, char *argv[])
         return Tour::run(parser.value(tourOption));
     }
 
-    const QUrl url = parser.positionalArguments().isEmpty() ? QUrl()
-                                                            : QUrl(parser.positionalArguments().constFirst());
+    const QUrl url = parser.positionalArguments().isEmpty()
+        ? QUrl()
+        : AppDelegate::launchURLFromText(parser.positionalArguments().constFirst());
     const QString sourceApplication = parser.value(sourceOption);
     // one app per drive: a later invocation hands its URL over and leaves
     if (InstanceChannel::sendToRunningInstance(url, sourceApplication)) {

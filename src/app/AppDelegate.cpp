@@ -100,6 +100,15 @@ bool AppDelegate::fileURLAndModeForURL(const QUrl &url, QUrl *fileURL, PreviewMo
     return true;
 }
 
+QUrl AppDelegate::launchURLFromText(const QString &text)
+{
+    const QString writtenScheme = text.section(QLatin1Char(':'), 0, 0);
+    if (writtenScheme != URLScheme && writtenScheme.compare(URLScheme, Qt::CaseInsensitive) == 0) {
+        return {};
+    }
+    return QUrl(text);
+}
+
 bool AppDelegate::application_openURL_options(Application *application, const QUrl &url, const QVariantMap &options)
 {
     DRLog(LOG_INFO, "openURL: %@, options %@, app %@", url, options,

@@ -23,6 +23,11 @@ public:
     static inline const QStringList AcceptedSourceApplications{QStringLiteral("com.quillmere.GuiTest"),
                                                                QStringLiteral("com.quillmere.tramplin")};
 
+    /// The URL a launcher's text names. The scheme is compared as the caller wrote it: a text
+    /// such as "AerovaDriveApp:…" names no URL of this app (empty), though URL parsing would
+    /// lower-case its scheme into this app's.
+    static QUrl launchURLFromText(const QString &text);
+
     explicit AppDelegate(QObject *parent = nullptr);
     ~AppDelegate() override;
 

@@ -89,6 +89,28 @@ private Q_SLOTS:
         }
     }
 
+    // The scheme is the app's only as written in lower case: URL parsing would lower-case
+    // "AerovaDriveApp:" into the app's scheme, so the launcher's text is judged before it.
+    void schemeIsComparedAsTheCallerWroteIt_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<bool>("accepted");
+        QTest::newRow("as written") << QStringLiteral("aerovadriveapp:///Work/Plan.txt") << true;
+        QTest::newRow("capitals") << QStringLiteral("AerovaDriveApp:///Work/Plan.txt") << false;
+        QTest::newRow("all capitals") << QStringLiteral("AEROVADRIVEAPP:/Work/Plan.txt") << false;
+        QTest::newRow("another scheme") << QStringLiteral("https://example.org/") << true; // refused later, silently
+    }
+    void schemeIsComparedAsTheCallerWroteIt()
+    {
+        QFETCH(QString, text);
+        QFETCH(bool, accepted);
+        const QUrl url = AppDelegate::launchURLFromText(text);
+        QCOMPARE(!url.isEmpty(), accepted);
+        if (accepted) {
+            QCOMPARE(url, QUrl(text));
+        }
+    }
+
     // "info" and "details" both mean the details screen; anything unknown the document
     void modeVerbs_data()
     {
