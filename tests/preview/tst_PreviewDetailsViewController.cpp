@@ -19,6 +19,7 @@
 
 #include <QLabel>
 #include <QLayout>
+#include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTextBlock>
@@ -158,6 +159,33 @@ private Q_SLOTS:
         QCOMPARE(names(&view).last(), QStringLiteral("Tags"));
         item->setTags(QStringList{});
         QVERIFY(!FileInfoStackView::buildTagsWithImagesString_font(item, FileInfoCell::font()));
+    }
+
+    // Another program renames the document (mv a.txt b.txt): the open details screen stays and
+    // follows it to its new name, as it follows a move made in the app, instead of closing as
+    // if the document were deleted.
+    void renameByAnotherProgramIsFollowed()
+    {
+        Device::setForcedIdiom(Device::Idiom::Phone);
+        Window window(QRect(0, 0, 390, 844));
+        auto *navigation = new NavigationController;
+        auto manager = PreviewItemManager::create();
+        manager->setMode(PreviewModeDetails);
+        manager->setNavigationController(navigation);
+        navigation->setViewControllers({new ViewController}, false);
+        window.setRootViewController(navigation);
+        window.show();
+        manager->previewItem(documentItem(QStringLiteral("Renamed/a.txt")));
+        auto *screen = qobject_cast<PreviewDetailsViewController *>(navigation->topViewController());
+        QVERIFY(screen);
+        QCOMPARE(screen->filenameTextField()->text(), QStringLiteral("a.txt"));
+        QCOMPARE(QProcess::execute(QStringLiteral("/bin/mv"), {m_drive.path(QStringLiteral("Renamed/a.txt")),
+                                                                m_drive.path(QStringLiteral("Renamed/b.txt"))}),
+                 0);
+        QTRY_COMPARE(manager->item()->url(), QUrl::fromLocalFile(m_drive.path(QStringLiteral("Renamed/b.txt"))));
+        QTRY_COMPARE(screen->filenameTextField()->text(), QStringLiteral("b.txt"));
+        QCOMPARE(navigation->topViewController(), screen);
+        manager->unregisterAsFilePresenter();
     }
 
     // on its side the screen puts the thumbnail and the details in equal halves

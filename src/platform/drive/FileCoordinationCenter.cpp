@@ -68,6 +68,8 @@ FileCoordinationCenter::ItemState FileCoordinationCenter::stateOf(const QString 
         state.real = true;
         state.modifiedNs = qint64(st.st_mtim.tv_sec) * 1000000000 + st.st_mtim.tv_nsec;
         state.size = S_ISDIR(st.st_mode) ? -1 : qint64(st.st_size);
+        state.device = st.st_dev;
+        state.inode = st.st_ino;
         return state;
     }
     const QByteArray placeholder = FilePath::encode(PromisePlaceholder::placeholderPathFor(path));
@@ -75,8 +77,31 @@ FileCoordinationCenter::ItemState FileCoordinationCenter::stateOf(const QString 
         state.promise = true;
         state.modifiedNs = qint64(st.st_mtim.tv_sec) * 1000000000 + st.st_mtim.tv_nsec;
         state.size = qint64(st.st_size);
+        state.device = st.st_dev;
+        state.inode = st.st_ino;
     }
     return state;
+}
+
+QString FileCoordinationCenter::renamedItemPath(const QString &path, const ItemState &before)
+{
+    if (!before.exists() || before.inode == 0) {
+        return {};
+    }
+    const QString folder = QFileInfo(path).absolutePath();
+    for (const FilePath::Entry &entry : FilePath::entries(folder)) {
+        // a real item keeps its visible name's file; a promise travels as its placeholder
+        const bool placeholder = PromisePlaceholder::isPlaceholderName(entry.name);
+        if (placeholder != before.promise) {
+            continue;
+        }
+        const QString candidate = folder + QLatin1Char('/') + entry.name;
+        const std::optional<struct stat> st = FilePath::linkStatus(candidate);
+        if (st && quint64(st->st_dev) == before.device && quint64(st->st_ino) == before.inode) {
+            return placeholder ? PromisePlaceholder::logicalPathFor(candidate) : candidate;
+        }
+    }
+    return {};
 }
 
 bool FileCoordinationCenter::conflicts(quint64 owner, const QList<Claim> &claims) const
@@ -289,6 +314,7 @@ void FileCoordinationCenter::onFileSystemEvent(const QString &eventPath)
     struct Message {
         std::shared_ptr<FilePresenter> presenter;
         bool deleted;
+        QString movedTo; // set when another process renamed the item
     };
     std::vector<Message> messages;
     {
@@ -307,18 +333,34 @@ void FileCoordinationCenter::onFileSystemEvent(const QString &eventPath)
             if (now == record.state) {
                 continue;
             }
-            const bool deleted = record.state.exists() && !now.exists();
+            const bool gone = record.state.exists() && !now.exists();
+            const QString movedTo = gone ? renamedItemPath(record.path, record.state) : QString();
+            if (!movedTo.isEmpty()) {
+                // renamed by another process: followed as a move in the app is
+                record.path = movedTo;
+                record.state = stateOf(movedTo);
+                record.told = false;
+                if (auto presenter = record.presenter.lock()) {
+                    messages.push_back(Message{presenter, false, movedTo});
+                }
+                continue;
+            }
+            const bool deleted = gone;
             record.state = now;
             auto presenter = record.presenter.lock();
             if (!presenter || (deleted && record.told) || (!deleted && !now.exists())) {
                 continue;
             }
             record.told = deleted;
-            messages.push_back(Message{presenter, deleted});
+            messages.push_back(Message{presenter, deleted, QString()});
         }
     }
     for (const Message &message : messages) {
-        if (message.deleted) {
+        if (!message.movedTo.isEmpty()) {
+            deliver(message.presenter, [newURL = QUrl::fromLocalFile(message.movedTo)](FilePresenter &p) {
+                p.presentedItemDidMoveToURL(newURL);
+            });
+        } else if (message.deleted) {
             deliver(message.presenter, [](FilePresenter &p) {
                 p.accommodatePresentedItemDeletionWithCompletionHandler([](std::optional<Error>) { });
             });

@@ -37,6 +37,9 @@ public:
         bool promise = false;
         qint64 modifiedNs = 0;
         qint64 size = -1;
+        // which file it is (the placeholder's, for a promise): a rename keeps it
+        quint64 device = 0;
+        quint64 inode = 0;
         bool operator==(const ItemState &other) const = default;
         bool exists() const { return real || promise; }
     };
@@ -92,6 +95,11 @@ private:
     bool conflicts(quint64 owner, const QList<Claim> &claims) const;
     void rewatch();
     void onFileSystemEvent(const QString &path);
+    /// Where an item that left `path` went when another process renamed it in its folder:
+    /// the entry there that is the same file (a rename keeps the file, so the change
+    /// notifications of its two names pair up). Empty when it is gone. O(entries of the folder),
+    /// paid only when a presented item disappears.
+    static QString renamedItemPath(const QString &path, const ItemState &before);
 
     QMutex m_mutex;
     QWaitCondition m_released;
