@@ -13,6 +13,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -159,6 +160,29 @@ private slots:
         QVERIFY(LaunchUtils::openInDefaultApp_viewController_requireOpenIn(url, nullptr, true));
         QTRY_COMPARE(opened(), QStringList{path});
         QCOMPARE(QFile(path).size(), qint64(15));
+    }
+
+    // Offline, a promised document cannot be downloaded for an app: no app gets it, the answer
+    // says so at once (the browser then shows its own download screen), and the placeholder
+    // stays as it was.
+    void offlinePromisedDocumentGoesToNoApp()
+    {
+        const QString path = m_drive.path(QStringLiteral("Unreachable.txt"));
+        QVERIFY(TestDrive::writeFile(path, "in the store\n"));
+        QVERIFY(!DriveSetup::promise(path));
+        QVERIFY(!DriveSetup::setNetwork(QStringLiteral("offline")));
+        const QUrl url = QUrl::fromLocalFile(path);
+        LogSpy::clear();
+        const bool handedOver = LaunchUtils::openInDefaultApp_viewController_requireOpenIn(url, nullptr, true);
+        QVERIFY(!DriveSetup::setNetwork({}));
+        QVERIFY(!handedOver);
+        QVERIFY(opened().isEmpty());
+        QVERIFY(PromisePlaceholder::isPromisedItem(path));
+        QVERIFY(!QFileInfo::exists(path));
+        const QString failure = StringFormat::format(
+            "Could not download %@ to open it: %@", url,
+            Error::fileError(UbiquityServerNotAvailableError, {{QString::fromLatin1(ErrorKey::FilePath), path}}).description());
+        QCOMPARE(LogSpy::levelOf(failure), LOG_ERR);
     }
 
     // The details screen names the app that would open the document.

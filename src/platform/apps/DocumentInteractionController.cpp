@@ -4,6 +4,7 @@
 #include "platform/apps/ApplicationProxy.h"
 #include "platform/drive/FileCoordinator.h"
 #include "platform/drive/PromisePlaceholder.h"
+#include "platform/drive/PromiseStore.h"
 #include "platform/drive/URLResourceValues.h"
 #include "platform/foundation/DispatchQueue.h"
 #include "platform/foundation/FilePath.h"
@@ -70,7 +71,14 @@ bool DocumentInteractionController::openDocumentWithApplication(const std::share
         launch(app, url);
         return true;
     }
-    // the other app needs the content: download it first, away from the caller's thread
+    // the other app needs the content: what stops a download before it starts (offline, content
+    // gone from the store) is known now, and then no app gets the document and the caller
+    // shows its own preview instead
+    if (const std::optional<Error> blocked = PromiseStore::checkDownloadable(url.toLocalFile())) {
+        DRLog(LOG_ERR, "Could not download %@ to open it: %@", url, blocked->description());
+        return false;
+    }
+    // the download itself runs away from the caller's thread
     QThreadPool::globalInstance()->start([app, url] {
         FileCoordinator coordinator;
         std::optional<Error> error;

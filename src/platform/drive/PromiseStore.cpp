@@ -234,6 +234,42 @@ QString mimeTypeOfOpenFile(int fd, const QString &name)
 
 } // namespace
 
+namespace {
+
+/// Opens the store's content of the promised item at `logicalPath`, as a download starts: the
+/// descriptor, or -1 with `error` saying why it cannot start.
+int openStoreContent(const QString &logicalPath, std::optional<PromisePlaceholder> *placeholder,
+                     std::optional<Error> *error)
+{
+    const auto fail = [&](qint64 code) {
+        *error = Error::fileError(code, {{QString::fromLatin1(ErrorKey::FilePath), logicalPath}});
+        return -1;
+    };
+    std::optional<Error> readError;
+    *placeholder = PromisePlaceholder::read(PromisePlaceholder::placeholderPathFor(logicalPath), &readError);
+    if (!*placeholder) {
+        return fail(FileReadNoSuchFileError);
+    }
+    if (!PromiseStore::isStoreReachable()) {
+        return fail(UbiquityServerNotAvailableError);
+    }
+    const int fd = ::open(FilePath::encode((*placeholder)->storeFilePath()).constData(), O_RDONLY | O_CLOEXEC);
+    return fd >= 0 ? fd : fail(UbiquityFileUnavailableError);
+}
+
+} // namespace
+
+std::optional<Error> PromiseStore::checkDownloadable(const QString &logicalPath)
+{
+    std::optional<PromisePlaceholder> placeholder;
+    std::optional<Error> error;
+    const int fd = openStoreContent(logicalPath, &placeholder, &error);
+    if (fd >= 0) {
+        ::close(fd);
+    }
+    return error;
+}
+
 qint64 PromiseStore::storeRate()
 {
     return std::max<qint64>(0, ServiceFile::read(DriveLayout::storeRateFile()).value_or(QByteArray()).trimmed().toLongLong());
@@ -252,16 +288,14 @@ std::optional<Error> PromiseStore::materialize(const QString &logicalPath, Cance
         return std::nullopt; // already here
     }
     std::optional<Error> error;
-    const std::optional<PromisePlaceholder> placeholder = PromisePlaceholder::read(placeholderPath, &error);
-    if (!placeholder) {
-        return Error::fileError(FileReadNoSuchFileError, {{QString::fromLatin1(ErrorKey::FilePath), logicalPath}});
+    std::optional<PromisePlaceholder> placeholder;
+    const int storeFd = openStoreContent(logicalPath, &placeholder, &error);
+    if (storeFd < 0) {
+        return error;
     }
-    if (!isStoreReachable()) {
-        return Error::fileError(UbiquityServerNotAvailableError, {{QString::fromLatin1(ErrorKey::FilePath), logicalPath}});
-    }
-    const Fd in(::open(FilePath::encode(placeholder->storeFilePath()).constData(), O_RDONLY | O_CLOEXEC));
+    const Fd in(storeFd);
     struct stat storeStat;
-    if (!in.isValid() || ::fstat(in.get(), &storeStat) != 0) {
+    if (::fstat(in.get(), &storeStat) != 0) {
         return Error::fileError(UbiquityFileUnavailableError, {{QString::fromLatin1(ErrorKey::FilePath), logicalPath}});
     }
     const QFileInfo logical(logicalPath);

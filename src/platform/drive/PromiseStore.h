@@ -27,6 +27,10 @@ public:
 
     /// Downloads the promised item at `logicalPath`. `cancel` may stop it (error 3072).
     static std::optional<Error> materialize(const QString &logicalPath, CancellationToken *cancel);
+    /// Why a download of the promised item at `logicalPath` would fail before it starts: no
+    /// placeholder (4), the store out of reach (4355), its content not in the store (4354).
+    /// Nothing when it can start. Reads the placeholder and looks at the store; copies nothing.
+    static std::optional<Error> checkDownloadable(const QString &logicalPath);
     /// Turns the real file at `path` back into a promised item. A promise is left as it is.
     static std::optional<Error> evict(const QString &path);
     /// Deletes an item, real or promised, and with it the store's content of every promised
