@@ -97,6 +97,26 @@ int publishPendingFile(const PendingFile &pending, int dirFd, const QByteArray &
 }
 
 /// Copies `total` bytes, reporting progress and honouring the store's speed and a cancel.
+/// Copies up to `want` bytes from `in` to `out`: in the kernel while it can, else through
+/// `buffer` (`kernelCopy` turns false for good once the file systems refuse). The bytes
+/// copied, 0 at the end of `in`, -1 on an error (errno set).
+ssize_t copyStep(int in, int out, size_t want, bool *kernelCopy, QByteArray *buffer)
+{
+    if (*kernelCopy) {
+        const ssize_t n = ::copy_file_range(in, nullptr, out, nullptr, want, 0);
+        if (n >= 0 || !(errno == EXDEV || errno == EINVAL || errno == ENOSYS || errno == EOPNOTSUPP)) {
+            return n;
+        }
+        *kernelCopy = false;
+    }
+    buffer->resize(qsizetype(want));
+    const ssize_t n = ::read(in, buffer->data(), want);
+    if (n > 0 && ::write(out, buffer->constData(), size_t(n)) != n) {
+        return -1;
+    }
+    return n;
+}
+
 std::optional<Error> copyContent(int in, int out, qint64 total, Progress &progress, CancellationToken *cancel,
                                  const QString &path)
 {
@@ -112,20 +132,7 @@ std::optional<Error> copyContent(int in, int out, qint64 total, Progress &progre
             return Error::fileError(UserCancelledError, {{QString::fromLatin1(ErrorKey::FilePath), path}});
         }
         const size_t want = size_t(std::min(step, total - copied));
-        ssize_t n = -1;
-        if (kernelCopy) {
-            n = ::copy_file_range(in, nullptr, out, nullptr, want, 0);
-            if (n < 0 && (errno == EXDEV || errno == EINVAL || errno == ENOSYS || errno == EOPNOTSUPP)) {
-                kernelCopy = false;
-            }
-        }
-        if (!kernelCopy) {
-            buffer.resize(qsizetype(want));
-            n = ::read(in, buffer.data(), want);
-            if (n > 0 && ::write(out, buffer.constData(), size_t(n)) != n) {
-                n = -1;
-            }
-        }
+        const ssize_t n = copyStep(in, out, want, &kernelCopy, &buffer);
         if (n < 0) {
             return Error::fromErrno(errno, path, FileReadUnknownError);
         }
@@ -170,25 +177,11 @@ bool copyToEnd(int in, int out)
 {
     bool kernelCopy = true;
     QByteArray buffer;
-    while (true) {
-        ssize_t n = -1;
-        if (kernelCopy) {
-            n = ::copy_file_range(in, nullptr, out, nullptr, size_t(chunkSize), 0);
-            if (n < 0 && (errno == EXDEV || errno == EINVAL || errno == ENOSYS || errno == EOPNOTSUPP)) {
-                kernelCopy = false;
-                continue;
-            }
-        } else {
-            buffer.resize(qsizetype(1024 * 1024));
-            n = ::read(in, buffer.data(), size_t(buffer.size()));
-            if (n > 0 && ::write(out, buffer.constData(), size_t(n)) != n) {
-                n = -1;
-            }
-        }
-        if (n <= 0) {
-            return n == 0;
-        }
-    }
+    ssize_t n = 0;
+    do {
+        n = copyStep(in, out, size_t(chunkSize), &kernelCopy, &buffer);
+    } while (n > 0);
+    return n == 0;
 }
 
 /// Gives the content of the open file `sourceFd` to the store under `storeKey`, whole or not at all.
@@ -213,11 +206,6 @@ std::optional<Error> copyIntoStore(int sourceFd, const QString &sourcePath, cons
         return Error::fromErrno(renameErrno, finalPath);
     }
     return std::nullopt;
-}
-
-QDateTime modificationDateOf(const struct stat &st)
-{
-    return QDateTime::fromMSecsSinceEpoch(qint64(st.st_mtim.tv_sec) * 1000 + st.st_mtim.tv_nsec / 1000000);
 }
 
 /// The type of an open document, by its name and its first bytes.
@@ -366,7 +354,7 @@ std::optional<Error> PromiseStore::evict(const QString &path)
     PromisePlaceholder placeholder;
     placeholder.name = name;
     placeholder.size = st.st_size;
-    placeholder.modificationDate = modificationDateOf(st);
+    placeholder.modificationDate = FilePath::modificationDate(st);
     placeholder.creationDate = FileAttributes::creationDate(path);
     placeholder.mimeType = mimeTypeOfOpenFile(source.get(), name);
     placeholder.tags = FileAttributes::tags(path);

@@ -21,11 +21,6 @@ bool isPackageFolder(const QFileInfo &info, bool isDir)
     return isDir && !suffix.isEmpty() && !UniformType::preferredIdentifierForExtension(suffix).isEmpty();
 }
 
-QDateTime modificationDateOf(const struct stat &st)
-{
-    return QDateTime::fromMSecsSinceEpoch(qint64(st.st_mtim.tv_sec) * 1000 + st.st_mtim.tv_nsec / 1000000);
-}
-
 /// The values of a real item; only the keys asked for are computed (extended attributes and
 /// type descriptions cost system calls and lookups). `info` gives the names only: the status
 /// `st` was taken through the path's own bytes, which Qt's file classes cannot reach for a name
@@ -55,7 +50,7 @@ QVariantMap realValues(const QFileInfo &info, const struct stat &st, const QStri
         }
     }
     if (wants(URLResourceKey::ContentModificationDate)) {
-        values.insert(URLResourceKey::ContentModificationDate, modificationDateOf(st));
+        values.insert(URLResourceKey::ContentModificationDate, FilePath::modificationDate(st));
     }
     if (wants(URLResourceKey::IsDirectory)) {
         values.insert(URLResourceKey::IsDirectory, isDir);

@@ -157,6 +157,11 @@ std::optional<struct stat> FilePath::status(const QString &path)
     return st;
 }
 
+QDateTime FilePath::modificationDate(const struct stat &st)
+{
+    return QDateTime::fromMSecsSinceEpoch(qint64(st.st_mtim.tv_sec) * 1000 + st.st_mtim.tv_nsec / 1000000);
+}
+
 bool FilePath::exists(const QString &path)
 {
     return linkStatus(path).has_value();

@@ -2,6 +2,7 @@
 
 #include <QByteArray>
 #include <QByteArrayView>
+#include <QDateTime>
 #include <QList>
 #include <QString>
 #include <QStringView>
@@ -49,6 +50,8 @@ public:
     static std::optional<struct stat> linkStatus(const QString &path);
     /// The status of what the path leads to, links followed (`stat`).
     static std::optional<struct stat> status(const QString &path);
+    /// The modification date a status holds, to the millisecond.
+    static QDateTime modificationDate(const struct stat &st);
     /// Whether anything, a dangling link included, has this path.
     static bool exists(const QString &path);
     /// The path with every link resolved, empty when it does not lead to an existing item.
