@@ -89,10 +89,11 @@ QString FileCoordinationCenter::renamedItemPath(const QString &path, const ItemS
         return {};
     }
     const QString folder = QFileInfo(path).absolutePath();
+    // the folder read names each entry's file: only the one with the item's number is looked at
     for (const FilePath::Entry &entry : FilePath::entries(folder)) {
         // a real item keeps its visible name's file; a promise travels as its placeholder
         const bool placeholder = PromisePlaceholder::isPlaceholderName(entry.name);
-        if (placeholder != before.promise) {
+        if (entry.inode != before.inode || placeholder != before.promise) {
             continue;
         }
         const QString candidate = folder + QLatin1Char('/') + entry.name;

@@ -97,7 +97,7 @@ private:
     void onFileSystemEvent(const QString &path);
     /// Where an item that left `path` went when another process renamed it in its folder:
     /// the entry there that is the same file (a rename keeps the file, so the change
-    /// notifications of its two names pair up). Empty when it is gone. O(entries of the folder),
+    /// notifications of its two names pair up). Empty when it is gone. One read of the folder,
     /// paid only when a presented item disappears.
     static QString renamedItemPath(const QString &path, const ItemState &before);
 

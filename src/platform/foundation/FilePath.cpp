@@ -213,7 +213,7 @@ QList<FilePath::Entry> FilePath::entries(const QString &folder)
             : entry->d_type == DT_LNK                  ? EntryKind::Link
             : entry->d_type == DT_UNKNOWN              ? EntryKind::Unknown
                                                        : EntryKind::Other;
-        found.append({decode(name), kind});
+        found.append({decode(name), kind, quint64(entry->d_ino)});
     }
     ::closedir(dir);
     return found;

@@ -63,6 +63,7 @@ public:
     struct Entry {
         QString name;
         EntryKind kind = EntryKind::Unknown;
+        quint64 inode = 0; // the file's number in its file system, as the folder gives it
     };
     /// The entries of a folder (hidden ones too, without "." and ".."), in the folder's order;
     /// one pass over the folder, no status call per entry where the file system tells the kind.
