@@ -35,6 +35,19 @@ private:
     TestDrive m_drive;
     QTemporaryDir m_xdg;
 
+    /// A phone window whose navigation shows what `manager` previews, on the details screen.
+    static NavigationController *stageDetails(Window &window, const std::shared_ptr<PreviewItemManager> &manager)
+    {
+        Device::setForcedIdiom(Device::Idiom::Phone);
+        auto *navigation = new NavigationController;
+        manager->setMode(PreviewModeDetails);
+        manager->setNavigationController(navigation);
+        navigation->setViewControllers({new ViewController}, false);
+        window.setRootViewController(navigation);
+        window.show();
+        return navigation;
+    }
+
     std::shared_ptr<DRItem> documentItem(const QString &relative)
     {
         const QString path = m_drive.path(relative);
@@ -166,15 +179,9 @@ private Q_SLOTS:
     // if the document were deleted.
     void renameByAnotherProgramIsFollowed()
     {
-        Device::setForcedIdiom(Device::Idiom::Phone);
         Window window(QRect(0, 0, 390, 844));
-        auto *navigation = new NavigationController;
         auto manager = PreviewItemManager::create();
-        manager->setMode(PreviewModeDetails);
-        manager->setNavigationController(navigation);
-        navigation->setViewControllers({new ViewController}, false);
-        window.setRootViewController(navigation);
-        window.show();
+        NavigationController *navigation = stageDetails(window, manager);
         manager->previewItem(documentItem(QStringLiteral("Renamed/a.txt")));
         auto *screen = qobject_cast<PreviewDetailsViewController *>(navigation->topViewController());
         QVERIFY(screen);
@@ -191,15 +198,9 @@ private Q_SLOTS:
     // on its side the screen puts the thumbnail and the details in equal halves
     void landscapeSideBySide()
     {
-        Device::setForcedIdiom(Device::Idiom::Phone);
         Window window(QRect(0, 0, 390, 844));
-        auto *navigation = new NavigationController;
         auto manager = PreviewItemManager::create();
-        manager->setMode(PreviewModeDetails);
-        manager->setNavigationController(navigation);
-        navigation->setViewControllers({new ViewController}, false);
-        window.setRootViewController(navigation);
-        window.show();
+        NavigationController *navigation = stageDetails(window, manager);
         manager->previewItem(documentItem(QStringLiteral("Turn.txt")));
         auto *screen = qobject_cast<PreviewDetailsViewController *>(navigation->topViewController());
         QVERIFY(screen);
