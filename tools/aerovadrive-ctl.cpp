@@ -7,19 +7,31 @@
 #include "platform/drive/DriveLayout.h"
 #include "platform/drive/DriveSetup.h"
 #include "platform/drive/FileCoordinator.h"
+#include "platform/drive/KDContainer.h"
 #include "platform/drive/Progress.h"
 #include "platform/drive/PromisePlaceholder.h"
+#include "platform/drive/RemoteAccount.h"
+#include "platform/drive/ServiceFile.h"
+#include "platform/drive/SyncServiceClient.h"
 #include "platform/drive/UbiquitousKeyValueStore.h"
 #include "platform/foundation/AerovaHome.h"
 #include "platform/foundation/FilePath.h"
+#include "credentials/Credentials.h"
+#include "sync/DavClient.h"
 
+#include <QDir>
+#include <QFile>
 #include <QGuiApplication>
+#include <QJsonArray>
 #include <QStringList>
+#include <QThread>
 #include <QTextStream>
 
 #include <cerrno>
 #include <cstring>
 #include <optional>
+#include <termios.h>
+#include <unistd.h>
 
 namespace {
 
@@ -29,8 +41,14 @@ The drive lives in $AEROVA_HOME (default: $XDG_DATA_HOME/AerovaDrive).
 
 commands:
   init [--demo]                 make the drive (with --demo: a drive to explore)
-  sign-in [ACCOUNT]             sign in (default account: user@example.com)
+  sign-in [ACCOUNT]             sign in to the local store (default account: user@example.com)
+  sign-in --server URL --user NAME [--store-password-in-file]
+                                sign in to a WebDAV server: asks for the password (read from
+                                standard input when it is not a terminal), checks it with the
+                                server and keeps it in the desktop's secret service (or, with
+                                --store-password-in-file, in Service/credentials, mode 0600)
   sign-out                      sign out: the drive is disabled
+  sync                          ask the sync service for a sync run now
   network wifi|cellular|offline|clear
                                 override the network the app sees
   store-rate BYTES_PER_SECOND   slow downloads from the store down (0: full speed)
@@ -48,7 +66,8 @@ commands:
   quota fail-next [MESSAGE]     make the app's next quota fetch fail
   offer LEVEL [TITLE]           set the storage-upgrade offer (0 none, 1 filling up, 2 nearly full, 3 full)
   offer clear                   remove the offer
-  status                        print the drive's tree; promised items are marked with ☁
+  status                        print the drive's tree (promised items are marked with ☁) and,
+                                with a server, the server, the user and the last sync
 )";
 
 int usage(const QString &problem = {})
@@ -261,6 +280,162 @@ int tags(QStringList args)
     return usage(QStringLiteral("unknown tags action: %1").arg(action));
 }
 
+/// Reads the password: from the terminal without echo, else one line of standard input.
+QString readPassword()
+{
+    const bool terminal = ::isatty(STDIN_FILENO);
+    termios saved{};
+    if (terminal) {
+        QTextStream(stderr) << "Password: " << Qt::flush;
+        ::tcgetattr(STDIN_FILENO, &saved);
+        termios quiet = saved;
+        quiet.c_lflag &= ~tcflag_t(ECHO);
+        ::tcsetattr(STDIN_FILENO, TCSANOW, &quiet);
+    }
+    QFile in;
+    in.open(stdin, QIODevice::ReadOnly);
+    QByteArray line = in.readLine(4096);
+    if (terminal) {
+        ::tcsetattr(STDIN_FILENO, TCSANOW, &saved);
+        QTextStream(stderr) << '\n';
+    }
+    while (line.endsWith('\n') || line.endsWith('\r')) {
+        line.chop(1);
+    }
+    return QString::fromUtf8(line);
+}
+
+/// Stops the running sync service, so that the next one starts with the new account.
+void stopSyncService()
+{
+    QString error;
+    if (const auto service = SyncServiceClient::connect(&error, false)) {
+        service->post(QJsonObject{{QStringLiteral("op"), QStringLiteral("quit")}});
+        for (int i = 0; i < 50 && SyncServiceClient::connect(&error, false); ++i) {
+            QThread::msleep(100);
+        }
+    }
+}
+
+int signInToServer(const QStringList &args)
+{
+    RemoteAccount account;
+    bool inFile = false;
+    for (qsizetype i = 0; i < args.size(); ++i) {
+        if (args.at(i) == QLatin1String("--server") && i + 1 < args.size()) {
+            account.server = QUrl(args.at(++i), QUrl::StrictMode);
+        } else if (args.at(i) == QLatin1String("--user") && i + 1 < args.size()) {
+            account.user = args.at(++i);
+        } else if (args.at(i) == QLatin1String("--store-password-in-file")) {
+            inFile = true;
+        } else {
+            return usage(QStringLiteral("sign-in: unknown argument %1").arg(args.at(i)));
+        }
+    }
+    if (!account.server.isValid() || (account.server.scheme() != QLatin1String("https") && account.server.scheme() != QLatin1String("http"))
+        || account.server.host().isEmpty()) {
+        return usage(QStringLiteral("sign-in: --server needs an http:// or https:// address"));
+    }
+    if (account.user.isEmpty()) {
+        return usage(QStringLiteral("sign-in: --user needs a user name"));
+    }
+    QTextStream err(stderr);
+    if (!DavClient::maySendPassword(account.server)) {
+        err << "aerovadrive-ctl: sign-in: " << DavError{DavError::Kind::InsecureConnection, 0, {}}.description() << '\n';
+        return 1;
+    }
+    const QString password = readPassword();
+    DavClient client(account.server, account.user, password);
+    if (const DavError error = client.checkFolder()) {
+        err << "aerovadrive-ctl: sign-in: " << account.server.toDisplayString() << ": " << error.description() << '\n';
+        return 1;
+    }
+    stopSyncService();
+    const std::optional<RemoteAccount> previous = RemoteAccount::current();
+    if (!previous || previous->identity() != account.identity()) {
+        // another account: what the journal knew of the last one means nothing now
+        for (const QString &suffix : {QString(), QStringLiteral("-wal"), QStringLiteral("-shm")}) {
+            QFile::remove(DriveLayout::syncJournalFile() + suffix);
+        }
+    }
+    QDir().mkpath(DriveLayout::mobileDocumentsPath() + QLatin1Char('/') + KDUbiquitousDefaultContainerID);
+    if (!account.signIn()) {
+        err << "aerovadrive-ctl: sign-in: cannot write " << DriveLayout::accountFile() << '\n';
+        return 1;
+    }
+    QString keepError;
+    const bool kept = Credentials::store(account, password, inFile ? Credentials::Storage::File : Credentials::Storage::SecretService,
+                                         &keepError);
+    QString error;
+    const auto service = SyncServiceClient::connect(&error);
+    if (!kept) {
+        err << "aerovadrive-ctl: sign-in: the password cannot be kept (" << keepError
+            << "): the sync service keeps it in memory until it stops; sign in again after that, or use "
+               "--store-password-in-file\n";
+        if (service) {
+            service->request(QJsonObject{{QStringLiteral("op"), QStringLiteral("password")},
+                                         {QStringLiteral("password"), password}},
+                             &error);
+        }
+    }
+    if (!service) {
+        err << "aerovadrive-ctl: sign-in: " << error << '\n';
+        return 1;
+    }
+    QTextStream(stdout) << "Signed in to " << account.server.toDisplayString() << " as " << account.user << '\n';
+    return 0;
+}
+
+int requestSync()
+{
+    QString error;
+    const auto service = SyncServiceClient::connect(&error);
+    const auto answer = service ? service->request(QJsonObject{{QStringLiteral("op"), QStringLiteral("sync")}}, &error)
+                                : std::nullopt;
+    if (!answer) {
+        QTextStream(stderr) << "aerovadrive-ctl: sync: " << error << '\n';
+        return 1;
+    }
+    return 0;
+}
+
+void printSyncStatus(QTextStream &out)
+{
+    const std::optional<RemoteAccount> account = RemoteAccount::current();
+    if (!account) {
+        return;
+    }
+    out << "server: " << account->server.toDisplayString() << '\n' << "user: " << account->user << '\n';
+    QString error;
+    std::optional<QJsonObject> status;
+    if (const auto service = SyncServiceClient::connect(&error, false)) {
+        status = service->request(QJsonObject{{QStringLiteral("op"), QStringLiteral("status")}}, &error);
+        out << "sync service: running\n";
+    } else {
+        out << "sync service: not running\n";
+        status = ServiceFile::readObject(DriveLayout::syncStatusFile());
+    }
+    if (!status) {
+        out << "last sync: none yet\n";
+        return;
+    }
+    const QString when = status->value(QStringLiteral("lastSync")).toString();
+    out << "last sync: " << (when.isEmpty() ? QStringLiteral("none yet") : when);
+    if (const QString result = status->value(QStringLiteral("result")).toString(); !result.isEmpty()) {
+        out << " (" << result << ')';
+    }
+    out << '\n';
+    for (const char *list : {"failures", "refused"}) {
+        const QJsonArray items = status->value(QString::fromLatin1(list)).toArray();
+        if (!items.isEmpty()) {
+            out << (qstrcmp(list, "failures") == 0 ? "failed:\n" : "refused from the server:\n");
+        }
+        for (const QJsonValue &item : items) {
+            out << "  " << item.toString() << '\n';
+        }
+    }
+}
+
 } // namespace
 
 int main(int argc, char *argv[])
@@ -297,7 +472,14 @@ int main(int argc, char *argv[])
         }
         return usage(QStringLiteral("init takes only --demo"));
     }
+    if (command == QLatin1String("sign-in") && args.value(0).startsWith(QLatin1String("--"))) {
+        return signInToServer(args);
+    }
+    if (command == QLatin1String("sync") && args.isEmpty()) {
+        return requestSync();
+    }
     if (command == QLatin1String("sign-in") && args.size() <= 1) {
+        stopSyncService();
         if (!DriveFileManager::signIn(args.value(0, QStringLiteral("user@example.com")))) {
             QTextStream(stderr) << "aerovadrive-ctl: sign-in: cannot write " << DriveLayout::accountFile() << ": "
                                 << QString::fromLocal8Bit(std::strerror(errno)) << '\n';
@@ -306,6 +488,10 @@ int main(int argc, char *argv[])
         return 0;
     }
     if (command == QLatin1String("sign-out") && args.isEmpty()) {
+        if (const std::optional<RemoteAccount> account = RemoteAccount::current()) {
+            Credentials::forget(*account);
+        }
+        stopSyncService();
         if (!DriveFileManager::signOut()) {
             QTextStream(stderr) << "aerovadrive-ctl: sign-out: cannot remove " << DriveLayout::accountFile() << ": "
                                 << QString::fromLocal8Bit(std::strerror(errno)) << '\n';
@@ -358,6 +544,7 @@ int main(int argc, char *argv[])
     if (command == QLatin1String("status") && args.isEmpty()) {
         QTextStream out(stdout);
         DriveSetup::printStatus(out);
+        printSyncStatus(out);
         return 0;
     }
     return usage(QStringLiteral("unknown command or arguments: %1").arg(command));

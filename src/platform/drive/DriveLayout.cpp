@@ -61,3 +61,33 @@ QString DriveLayout::appContainerPath()
 {
     return AerovaHome::filePath(QStringLiteral("App"));
 }
+
+QString DriveLayout::syncJournalFile()
+{
+    return servicePath() + QStringLiteral("/sync.db");
+}
+
+QString DriveLayout::syncStatusFile()
+{
+    return servicePath() + QStringLiteral("/sync-status.json");
+}
+
+QString DriveLayout::syncSocketPath()
+{
+    return servicePath() + QStringLiteral("/syncd.sock");
+}
+
+QString DriveLayout::syncLockFile()
+{
+    return servicePath() + QStringLiteral("/syncd.lock");
+}
+
+QString DriveLayout::partialDownloadsPath()
+{
+    return servicePath() + QStringLiteral("/partial");
+}
+
+QString DriveLayout::credentialsFile()
+{
+    return servicePath() + QStringLiteral("/credentials");
+}

@@ -3,7 +3,9 @@
 #include "platform/drive/DriveFileManager.h"
 #include "platform/drive/DriveLayout.h"
 #include "platform/drive/PromiseStore.h"
+#include "platform/drive/RemoteAccount.h"
 #include "platform/drive/ServiceFile.h"
+#include "platform/drive/SyncServiceClient.h"
 
 #include <QFile>
 #include <QJsonDocument>
@@ -44,6 +46,28 @@ std::optional<QJsonObject> takeQuota(std::optional<Error> *error)
     return quota;
 }
 
+/// The free space of a server account (RFC 4331), asked of the sync service; a server that
+/// does not report it is a failed fetch.
+std::optional<quint64> fetchServerQuota(std::optional<Error> *error)
+{
+    QString failure;
+    std::optional<QJsonObject> answer;
+    if (const auto service = SyncServiceClient::connect(&failure)) {
+        answer = service->request(QJsonObject{{QStringLiteral("op"), QStringLiteral("quota")}}, &failure);
+    }
+    if (answer && answer->contains(QStringLiteral("failed"))) {
+        failure = answer->value(QStringLiteral("failed")).toString();
+    }
+    const std::optional<qint64> available = answer ? ServiceFile::wholeNumber(answer->value(QStringLiteral("available")))
+                                                   : std::nullopt;
+    if (!available) {
+        *error = cloudError(CloudServiceUnavailableError,
+                            failure.isEmpty() ? QStringLiteral("The server's free space is unknown.") : failure);
+        return std::nullopt;
+    }
+    return quint64(*available);
+}
+
 } // namespace
 
 FetchUserQuotaOperation::FetchUserQuotaOperation()
@@ -64,6 +88,8 @@ void FetchUserQuotaOperation::main()
         error = cloudError(CloudNotAuthenticatedError, QStringLiteral("No account is signed in."));
     } else if (!PromiseStore::isStoreReachable()) {
         error = cloudError(CloudNetworkUnavailableError, QStringLiteral("The drive service cannot be reached."));
+    } else if (RemoteAccount::current()) {
+        remaining = fetchServerQuota(&error).value_or(0);
     } else if (const auto quota = takeQuota(&error)) {
         const std::optional<qint64> plan = ServiceFile::wholeNumber(quota->value(QStringLiteral("plan")));
         const QJsonValue usedValue = quota->value(QStringLiteral("used"));

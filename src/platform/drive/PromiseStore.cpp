@@ -6,7 +6,9 @@
 #include "platform/drive/KDURL.h"
 #include "platform/drive/Progress.h"
 #include "platform/drive/PromisePlaceholder.h"
+#include "platform/drive/RemoteAccount.h"
 #include "platform/drive/ServiceFile.h"
+#include "platform/drive/SyncServiceClient.h"
 #include "platform/drive/Thumbnailer.h"
 #include "platform/foundation/CancellationToken.h"
 #include "platform/foundation/FilePath.h"
@@ -245,10 +247,102 @@ int openStoreContent(const QString &logicalPath, std::optional<PromisePlaceholde
     return fd >= 0 ? fd : fail(UbiquityFileUnavailableError);
 }
 
+Error fileError(qint64 code, const QString &path, const QString &description = {})
+{
+    QVariantMap info{{QString::fromLatin1(ErrorKey::FilePath), path}};
+    if (!description.isEmpty()) {
+        info.insert(QString::fromLatin1(ErrorKey::LocalizedFailureReason), description);
+    }
+    return Error::fileError(code, info);
+}
+
+/// Gives the complete download `file` the item's name in the drive, as the local store's copy
+/// would: attributes first, then one link under the name that never replaces anything, and
+/// only while the placeholder is still the one the download was for.
+std::optional<Error> publishDownload(const QString &file, const QString &logicalPath, const PromisePlaceholder &placeholder)
+{
+    const QString placeholderPath = PromisePlaceholder::placeholderPathFor(logicalPath);
+    const Fd fd(::open(FilePath::encode(file).constData(), O_RDWR | O_NOFOLLOW | O_CLOEXEC));
+    if (!fd.isValid()) {
+        return Error::fromErrno(errno, file);
+    }
+    applyItemAttributes(fd.get(), placeholder);
+    std::optional<Error> readError;
+    const auto current = PromisePlaceholder::read(placeholderPath, &readError);
+    if (!current || current->storeKey != placeholder.storeKey) {
+        // moved, deleted or replaced meanwhile: the download is not this item's anymore
+        return fileError(FileReadNoSuchFileError, logicalPath);
+    }
+    if (::renameat2(AT_FDCWD, FilePath::encode(file).constData(), AT_FDCWD, FilePath::encode(logicalPath).constData(),
+                    RENAME_NOREPLACE)
+        != 0) {
+        return Error::fromErrno(errno, logicalPath);
+    }
+    ::unlink(FilePath::encode(placeholderPath).constData());
+    return std::nullopt;
+}
+
+/// Downloads a promised item of a server account through the sync service, which owns the
+/// network: it receives the content into its partial folder, reporting progress; the item is
+/// then published here.
+std::optional<Error> materializeFromService(const QString &logicalPath, CancellationToken *cancel)
+{
+    std::optional<Error> readError;
+    const auto placeholder = PromisePlaceholder::read(PromisePlaceholder::placeholderPathFor(logicalPath), &readError);
+    if (!placeholder) {
+        return fileError(FileReadNoSuchFileError, logicalPath);
+    }
+    if (!PromiseStore::isStoreReachable()) {
+        return fileError(UbiquityServerNotAvailableError, logicalPath);
+    }
+    QString error;
+    const std::unique_ptr<SyncServiceClient> service = SyncServiceClient::connect(&error);
+    if (!service) {
+        DRLog(LOG_ERR, "Cannot download %@: %@", logicalPath, error);
+        return fileError(UbiquityServerNotAvailableError, logicalPath, error);
+    }
+    auto progress = std::make_shared<Progress>(std::max<qint64>(0, placeholder->size));
+    progress->setKind(QString::fromLatin1(Progress::KindFile));
+    progress->setFileURL(QUrl::fromLocalFile(logicalPath));
+    progress->publish();
+    const auto answer = service->materialize(
+        placeholder->storeKey,
+        [&progress](qint64 done, qint64 total) {
+            if (total > 0 && total != progress->totalUnitCount()) {
+                progress->setTotalUnitCount(total);
+            }
+            progress->setCompletedUnitCount(done);
+        },
+        cancel, &error);
+    std::optional<Error> result;
+    if (!answer) {
+        DRLog(LOG_ERR, "Cannot download %@: %@", logicalPath, error);
+        result = fileError(UbiquityServerNotAvailableError, logicalPath, error);
+    } else if (answer->contains(QStringLiteral("failed"))) {
+        const qint64 code = answer->value(QStringLiteral("code")).toInteger(UbiquityServerNotAvailableError);
+        result = fileError(code, logicalPath, answer->value(QStringLiteral("failed")).toString());
+    } else {
+        result = publishDownload(answer->value(QStringLiteral("file")).toString(), logicalPath, *placeholder);
+        if (!result) {
+            progress->setCompletedUnitCount(progress->totalUnitCount());
+            Thumbnailer::writeThumbnails(logicalPath); // best effort: a missing thumbnail shows the type's icon
+        }
+    }
+    progress->unpublish();
+    return result;
+}
+
 } // namespace
 
 std::optional<Error> PromiseStore::checkDownloadable(const QString &logicalPath)
 {
+    if (RemoteAccount::current()) {
+        // the content is on the server: only the sync service can tell more, once asked
+        if (!PromisePlaceholder::isPromisedItem(logicalPath)) {
+            return fileError(FileReadNoSuchFileError, logicalPath);
+        }
+        return isStoreReachable() ? std::nullopt : std::optional(fileError(UbiquityServerNotAvailableError, logicalPath));
+    }
     std::optional<PromisePlaceholder> placeholder;
     std::optional<Error> error;
     const int fd = openStoreContent(logicalPath, &placeholder, &error);
@@ -274,6 +368,9 @@ std::optional<Error> PromiseStore::materialize(const QString &logicalPath, Cance
     struct stat st;
     if (::lstat(FilePath::encode(logicalPath).constData(), &st) == 0) {
         return std::nullopt; // already here
+    }
+    if (RemoteAccount::current()) {
+        return materializeFromService(logicalPath, cancel);
     }
     std::optional<Error> error;
     std::optional<PromisePlaceholder> placeholder;

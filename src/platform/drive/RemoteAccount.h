@@ -1,0 +1,24 @@
+#pragma once
+
+#include <QString>
+#include <QUrl>
+
+#include <optional>
+
+/// The server account the drive is signed in to, as `Service/account.json` names it: the server
+/// folder and the user name, never the password. A drive signed in without a server (the local
+/// store of demos and tests) has none.
+class RemoteAccount final
+{
+public:
+    QUrl server;
+    QString user;
+
+    /// The signed-in server account; none when signed out or signed in without a server.
+    static std::optional<RemoteAccount> current();
+    /// Writes `account.json` for this account. The identity the app sees is made of the server
+    /// and the user, so it changes when either does.
+    bool signIn() const;
+    /// The identity written to `account.json`.
+    QString identity() const;
+};

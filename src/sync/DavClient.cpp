@@ -1,0 +1,261 @@
+#include "sync/DavClient.h"
+
+#include "platform/foundation/FilePath.h"
+#include "sync/MultistatusParser.h"
+
+#include <QEventLoop>
+#include <QHostAddress>
+#include <QNetworkAccessManager>
+#include <QNetworkReply>
+#include <QNetworkRequest>
+#include <QPointer>
+
+namespace {
+
+const QByteArray propfindBody = R"(<?xml version="1.0" encoding="utf-8"?>
+<d:propfind xmlns:d="DAV:" xmlns:a="urn:x-aerova:"><d:prop>
+<d:resourcetype/><d:getetag/><d:getcontentlength/><d:getlastmodified/><d:getcontenttype/><a:tags/>
+</d:prop></d:propfind>
+)";
+
+const QByteArray quotaBody = R"(<?xml version="1.0" encoding="utf-8"?>
+<d:propfind xmlns:d="DAV:"><d:prop><d:quota-available-bytes/><d:quota-used-bytes/></d:prop></d:propfind>
+)";
+
+/// A request that gets no answer for this long has failed; the server is taken as unreachable.
+constexpr int transferTimeoutMs = 30000;
+
+const char tooLargeProperty[] = "aerova.tooLarge";
+
+} // namespace
+
+DavClient::DavClient(const QUrl &folder, const QString &user, const QString &password, QObject *parent)
+    : QObject(parent)
+    , m_folder(folder)
+    , m_user(user)
+    , m_network(new QNetworkAccessManager(this))
+{
+    QString path = m_folder.path();
+    if (!path.endsWith(QLatin1Char('/'))) {
+        m_folder.setPath(path + QLatin1Char('/'));
+    }
+    if (!user.isEmpty()) {
+        m_authorization = "Basic " + (user + QLatin1Char(':') + password).toUtf8().toBase64();
+    }
+    m_network->setRedirectPolicy(QNetworkRequest::ManualRedirectPolicy);
+    m_network->setAutoDeleteReplies(false);
+}
+
+DavClient::~DavClient() = default;
+
+bool DavClient::maySendPassword(const QUrl &folder)
+{
+    if (folder.scheme() == QLatin1String("https")) {
+        return true;
+    }
+    if (folder.host().compare(QLatin1String("localhost"), Qt::CaseInsensitive) == 0) {
+        return true;
+    }
+    return QHostAddress(folder.host()).isLoopback();
+}
+
+QUrl DavClient::urlFor(const QString &path, bool collection) const
+{
+    QByteArray encoded = m_folder.toEncoded(QUrl::RemoveQuery | QUrl::RemoveFragment);
+    for (const QString &name : path.split(QLatin1Char('/'), Qt::SkipEmptyParts)) {
+        encoded += FilePath::encode(name).toPercentEncoding() + '/';
+    }
+    if (!collection && !path.isEmpty()) {
+        encoded.chop(1);
+    }
+    return QUrl::fromEncoded(encoded, QUrl::StrictMode);
+}
+
+QNetworkRequest DavClient::request(const QUrl &url) const
+{
+    QNetworkRequest request(url);
+    request.setTransferTimeout(transferTimeoutMs);
+    request.setAttribute(QNetworkRequest::CacheLoadControlAttribute, QNetworkRequest::AlwaysNetwork);
+    // the password goes with the first request (no round trip for a challenge), never in clear
+    if (!m_authorization.isEmpty() && maySendPassword(url)) {
+        request.setRawHeader("Authorization", m_authorization);
+    }
+    request.setRawHeader("User-Agent", "AerovaDrive/1");
+    return request;
+}
+
+QNetworkReply *DavClient::send(const QByteArray &verb, QNetworkRequest request, const QByteArray &body)
+{
+    return m_network->sendCustomRequest(request, verb, body);
+}
+
+void DavClient::limitListing(QNetworkReply *reply)
+{
+    const auto check = [reply] {
+        const QVariant length = reply->header(QNetworkRequest::ContentLengthHeader);
+        if ((length.isValid() && length.toLongLong() > maximumListingSize) || reply->bytesAvailable() > maximumListingSize) {
+            reply->setProperty(tooLargeProperty, true);
+            reply->abort();
+        }
+    };
+    connect(reply, &QNetworkReply::metaDataChanged, reply, check);
+    connect(reply, &QNetworkReply::readyRead, reply, check);
+}
+
+QNetworkReply *DavClient::propfind(const QString &path, int depth)
+{
+    QNetworkRequest request = this->request(urlFor(path, true));
+    request.setRawHeader("Depth", QByteArray::number(depth));
+    request.setHeader(QNetworkRequest::ContentTypeHeader, QByteArrayLiteral("application/xml; charset=utf-8"));
+    QNetworkReply *reply = send("PROPFIND", request, propfindBody);
+    limitListing(reply);
+    return reply;
+}
+
+QNetworkReply *DavClient::propfindQuota()
+{
+    QNetworkRequest request = this->request(m_folder);
+    request.setRawHeader("Depth", "0");
+    request.setHeader(QNetworkRequest::ContentTypeHeader, QByteArrayLiteral("application/xml; charset=utf-8"));
+    QNetworkReply *reply = send("PROPFIND", request, quotaBody);
+    limitListing(reply);
+    return reply;
+}
+
+QNetworkReply *DavClient::get(const QString &path, qint64 offset, const QString &ifRange)
+{
+    QNetworkRequest request = this->request(urlFor(path));
+    if (offset > 0) {
+        request.setRawHeader("Range", "bytes=" + QByteArray::number(offset) + '-');
+        if (!ifRange.isEmpty()) {
+            request.setRawHeader("If-Range", '"' + ifRange.toUtf8() + '"');
+        }
+    }
+    // the content is stored as it is sent: no transparent decompression to confuse sizes
+    request.setRawHeader("Accept-Encoding", "identity");
+    return m_network->get(request);
+}
+
+QNetworkReply *DavClient::options(const QString &path)
+{
+    return send("OPTIONS", request(urlFor(path, true)));
+}
+
+QNetworkReply *DavClient::put(const QString &path, const QByteArray &content)
+{
+    QNetworkRequest request = this->request(urlFor(path));
+    request.setHeader(QNetworkRequest::ContentTypeHeader, QByteArrayLiteral("application/octet-stream"));
+    return m_network->put(request, content);
+}
+
+QNetworkReply *DavClient::mkcol(const QString &path)
+{
+    return send("MKCOL", request(urlFor(path, true)));
+}
+
+QNetworkReply *DavClient::move(const QString &from, const QString &to, bool isCollection)
+{
+    QNetworkRequest request = this->request(urlFor(from, isCollection));
+    request.setRawHeader("Destination", urlFor(to, isCollection).toEncoded());
+    request.setRawHeader("Overwrite", "F");
+    return send("MOVE", request);
+}
+
+QNetworkReply *DavClient::remove(const QString &path, bool isCollection)
+{
+    return send("DELETE", request(urlFor(path, isCollection)));
+}
+
+DavError DavClient::errorOf(QNetworkReply *reply)
+{
+    DavError error;
+    const int status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
+    error.httpStatus = status;
+    if (reply->property(tooLargeProperty).toBool()) {
+        error.kind = DavError::Kind::TooLarge;
+        error.message = QStringLiteral("(over %1 MiB)").arg(maximumListingSize / (1024 * 1024));
+        return error;
+    }
+    if (status >= 200 && status < 300) {
+        return error;
+    }
+    const QString details = status ? QStringLiteral("(HTTP %1 %2)").arg(status).arg(
+                                         reply->attribute(QNetworkRequest::HttpReasonPhraseAttribute).toString())
+                                   : QStringLiteral("(%1)").arg(reply->errorString());
+    error.message = details;
+    if (status == 401) {
+        error.kind = DavError::Kind::Unauthorized;
+    } else if (status == 404 || status == 410) {
+        error.kind = DavError::Kind::NotFound;
+    } else if (status == 405 || status == 501 || (status >= 300 && status < 400)) {
+        error.kind = DavError::Kind::NotWebDav;
+    } else if (status >= 500) {
+        error.kind = DavError::Kind::ServerError;
+    } else if (status >= 400) {
+        error.kind = DavError::Kind::Refused;
+    } else if (reply->error() == QNetworkReply::SslHandshakeFailedError) {
+        error.kind = DavError::Kind::Certificate;
+    } else if (reply->error() == QNetworkReply::OperationCanceledError) {
+        error.kind = DavError::Kind::Cancelled;
+    } else {
+        error.kind = DavError::Kind::Unreachable;
+    }
+    return error;
+}
+
+std::optional<QList<DavResource>> DavClient::readListing(QNetworkReply *reply, DavError *error, QStringList *refused)
+{
+    *error = errorOf(reply);
+    if (*error) {
+        return std::nullopt;
+    }
+    if (reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt() != 207) {
+        error->kind = DavError::Kind::NotWebDav;
+        error->message = QStringLiteral("(HTTP %1 where a multistatus was expected)")
+                             .arg(reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt());
+        return std::nullopt;
+    }
+    QString parseError;
+    auto resources = MultistatusParser::parse(reply->readAll(), m_folder, reply->url(), &parseError, refused);
+    if (!resources) {
+        error->kind = DavError::Kind::BadAnswer;
+        error->message = QStringLiteral("(%1)").arg(parseError);
+    }
+    return resources;
+}
+
+void DavClient::waitFor(QNetworkReply *reply)
+{
+    if (reply->isFinished()) {
+        return;
+    }
+    QEventLoop loop;
+    connect(reply, &QNetworkReply::finished, &loop, &QEventLoop::quit);
+    loop.exec(QEventLoop::ExcludeUserInputEvents);
+}
+
+std::optional<QList<DavResource>> DavClient::list(const QString &path, int depth, DavError *error, QStringList *refused)
+{
+    std::unique_ptr<QNetworkReply> reply(propfind(path, depth));
+    waitFor(reply.get());
+    return readListing(reply.get(), error, refused);
+}
+
+DavError DavClient::checkFolder()
+{
+    if (!m_authorization.isEmpty() && !maySendPassword(m_folder)) {
+        return DavError{DavError::Kind::InsecureConnection, 0, {}};
+    }
+    DavError error;
+    const auto resources = list({}, 0, &error);
+    if (error) {
+        return error;
+    }
+    const bool isFolder = std::any_of(resources->cbegin(), resources->cend(), [](const DavResource &resource) {
+        return resource.path.isEmpty() && resource.isCollection;
+    });
+    if (!isFolder) {
+        return DavError{DavError::Kind::NotWebDav, 207, QStringLiteral("(the address names a file, not a folder)")};
+    }
+    return {};
+}

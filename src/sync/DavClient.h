@@ -1,0 +1,71 @@
+#pragma once
+
+#include "sync/DavError.h"
+#include "sync/DavResource.h"
+
+#include <QByteArray>
+#include <QList>
+#include <QObject>
+#include <QUrl>
+
+#include <optional>
+
+class QNetworkAccessManager;
+class QNetworkReply;
+class QNetworkRequest;
+
+/// A WebDAV client for one account: the server folder named at sign-in and its credentials.
+/// Requests are asynchronous replies of one QNetworkAccessManager, owned by the client's thread;
+/// the blocking helpers run a local event loop for code on a worker thread. Basic
+/// authentication is sent only over HTTPS, or to a server on this machine.
+class DavClient final : public QObject
+{
+    Q_OBJECT
+public:
+    /// The largest PROPFIND answer read: 64 MiB, about 160,000 resources. A larger answer is
+    /// refused (`DavError::Kind::TooLarge`) rather than held in memory.
+    static constexpr qint64 maximumListingSize = 64LL * 1024 * 1024;
+
+    DavClient(const QUrl &folder, const QString &user, const QString &password, QObject *parent = nullptr);
+    ~DavClient() override;
+
+    /// The signed-in folder, its path ending in '/'.
+    QUrl folder() const { return m_folder; }
+    QString user() const { return m_user; }
+    /// The URL of the resource at `path` below the folder (names joined by '/', unencoded).
+    QUrl urlFor(const QString &path, bool collection = false) const;
+    /// Whether the password may be sent to this server: over HTTPS, or to a loopback address.
+    static bool maySendPassword(const QUrl &folder);
+
+    QNetworkReply *propfind(const QString &path, int depth);
+    QNetworkReply *propfindQuota();
+    /// GET from `offset` on; with `ifRange` set, a resource changed since gives all of it again.
+    QNetworkReply *get(const QString &path, qint64 offset = 0, const QString &ifRange = {});
+    QNetworkReply *options(const QString &path = {});
+    QNetworkReply *put(const QString &path, const QByteArray &content);
+    QNetworkReply *mkcol(const QString &path);
+    QNetworkReply *move(const QString &from, const QString &to, bool isCollection = false);
+    QNetworkReply *remove(const QString &path, bool isCollection = false);
+
+    /// The error of a finished reply, none for a 2xx answer.
+    static DavError errorOf(QNetworkReply *reply);
+    /// Reads a finished PROPFIND reply; `refused` gets the resources refused one by one.
+    std::optional<QList<DavResource>> readListing(QNetworkReply *reply, DavError *error, QStringList *refused = nullptr);
+
+    /// Blocking: waits until the reply has finished.
+    static void waitFor(QNetworkReply *reply);
+    /// Blocking: lists `path` with depth 0 or 1.
+    std::optional<QList<DavResource>> list(const QString &path, int depth, DavError *error, QStringList *refused = nullptr);
+    /// Blocking: checks that the folder is a WebDAV folder the credentials open.
+    DavError checkFolder();
+
+private:
+    QNetworkRequest request(const QUrl &url) const;
+    QNetworkReply *send(const QByteArray &verb, QNetworkRequest request, const QByteArray &body = {});
+    void limitListing(QNetworkReply *reply);
+
+    QUrl m_folder;
+    QString m_user;
+    QByteArray m_authorization;
+    QNetworkAccessManager *m_network;
+};

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <QtGlobal>
+
+/// What the device holds at an item's place, as a sync run sees it.
+struct LocalItem {
+    enum class Kind {
+        Absent,
+        /// A promised item: only its placeholder.
+        Placeholder,
+        /// A real document (downloaded, or written on the device).
+        File,
+        Folder,
+        /// A link, a FIFO, a device: never touched.
+        Other,
+    };
+    Kind kind = Kind::Absent;
+    /// For a file: its size and modification date, to tell a downloaded copy from an edited one.
+    qint64 size = -1;
+    qint64 modifiedMs = 0;
+};

@@ -1,0 +1,187 @@
+#include "sync/SyncJournal.h"
+
+#include <QAtomicInt>
+#include <QSqlDatabase>
+#include <QSqlError>
+#include <QSqlQuery>
+#include <QVariant>
+
+namespace {
+
+QAtomicInt g_connections;
+
+SyncRecord recordFrom(const QSqlQuery &query)
+{
+    SyncRecord record;
+    record.storeKey = query.value(0).toString();
+    record.path = query.value(1).toString();
+    record.isFolder = query.value(2).toBool();
+    record.version = query.value(3).toString();
+    record.size = query.value(4).toLongLong();
+    record.modifiedMs = query.value(5).toLongLong();
+    record.contentType = query.value(6).toString();
+    return record;
+}
+
+/// An empty text, never SQL's NULL (which a null QString binds to).
+QString notNull(const QString &text)
+{
+    return text.isNull() ? QStringLiteral("") : text;
+}
+
+const char selectColumns[] = "SELECT storeKey, path, isFolder, version, size, modifiedMs, contentType FROM items";
+
+} // namespace
+
+SyncJournal::SyncJournal(const QString &file)
+    : m_file(file)
+    , m_connection(QStringLiteral("aerova-sync-%1").arg(g_connections.fetchAndAddRelaxed(1)))
+{
+}
+
+SyncJournal::~SyncJournal()
+{
+    {
+        QSqlDatabase db = QSqlDatabase::database(m_connection, false);
+        if (db.isOpen()) {
+            db.close();
+        }
+    }
+    QSqlDatabase::removeDatabase(m_connection);
+}
+
+bool SyncJournal::open(QString *error)
+{
+    QSqlDatabase db = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), m_connection);
+    db.setDatabaseName(m_file);
+    db.setConnectOptions(QStringLiteral("QSQLITE_BUSY_TIMEOUT=10000"));
+    if (!db.open()) {
+        *error = db.lastError().text();
+        return false;
+    }
+    const bool made = exec(QStringLiteral("PRAGMA journal_mode=WAL"))
+        && exec(QStringLiteral("PRAGMA synchronous=NORMAL"))
+        && exec(QStringLiteral("CREATE TABLE IF NOT EXISTS items (storeKey TEXT PRIMARY KEY, path TEXT NOT NULL UNIQUE, "
+                               "isFolder INTEGER NOT NULL, version TEXT NOT NULL, size INTEGER NOT NULL, "
+                               "modifiedMs INTEGER NOT NULL, contentType TEXT NOT NULL)"))
+        && exec(QStringLiteral("CREATE TABLE IF NOT EXISTS named (name TEXT PRIMARY KEY, value TEXT NOT NULL)"))
+        && exec(QStringLiteral("CREATE TABLE IF NOT EXISTS partials (storeKey TEXT PRIMARY KEY, version TEXT NOT NULL)"));
+    if (!made) {
+        *error = m_lastError;
+    }
+    return made;
+}
+
+bool SyncJournal::exec(const QString &statement, const QVariantList &values)
+{
+    QSqlQuery query(QSqlDatabase::database(m_connection, false));
+    if (!query.prepare(statement)) {
+        m_lastError = query.lastError().text();
+        return false;
+    }
+    for (const QVariant &value : values) {
+        query.addBindValue(value);
+    }
+    if (!query.exec()) {
+        m_lastError = query.lastError().text();
+        return false;
+    }
+    return true;
+}
+
+QHash<QString, SyncRecord> SyncJournal::records() const
+{
+    QHash<QString, SyncRecord> records;
+    QSqlQuery query(QSqlDatabase::database(m_connection, false));
+    query.setForwardOnly(true);
+    if (!query.exec(QString::fromLatin1(selectColumns))) {
+        m_lastError = query.lastError().text();
+        return records;
+    }
+    while (query.next()) {
+        SyncRecord record = recordFrom(query);
+        records.insert(record.path, record);
+    }
+    return records;
+}
+
+std::optional<SyncRecord> SyncJournal::recordForKey(const QString &storeKey) const
+{
+    QSqlQuery query(QSqlDatabase::database(m_connection, false));
+    query.prepare(QString::fromLatin1(selectColumns) + QStringLiteral(" WHERE storeKey = ?"));
+    query.addBindValue(storeKey);
+    if (!query.exec() || !query.next()) {
+        return std::nullopt;
+    }
+    return recordFrom(query);
+}
+
+bool SyncJournal::begin()
+{
+    return QSqlDatabase::database(m_connection, false).transaction();
+}
+
+bool SyncJournal::commit()
+{
+    QSqlDatabase db = QSqlDatabase::database(m_connection, false);
+    if (!db.commit()) {
+        m_lastError = db.lastError().text();
+        return false;
+    }
+    return true;
+}
+
+void SyncJournal::rollback()
+{
+    QSqlDatabase::database(m_connection, false).rollback();
+}
+
+bool SyncJournal::put(const SyncRecord &record)
+{
+    // a path is one item's: an older record under the same path (a key replaced) gives way
+    return exec(QStringLiteral("DELETE FROM items WHERE path = ? AND storeKey != ?"), {record.path, record.storeKey})
+        && exec(QStringLiteral("INSERT OR REPLACE INTO items VALUES (?, ?, ?, ?, ?, ?, ?)"),
+                {record.storeKey, record.path, record.isFolder ? 1 : 0, notNull(record.version), record.size,
+                 record.modifiedMs, notNull(record.contentType)});
+}
+
+bool SyncJournal::remove(const QString &storeKey)
+{
+    return exec(QStringLiteral("DELETE FROM items WHERE storeKey = ?"), {storeKey});
+}
+
+bool SyncJournal::clear()
+{
+    return exec(QStringLiteral("DELETE FROM items")) && exec(QStringLiteral("DELETE FROM partials"));
+}
+
+QString SyncJournal::value(const QString &name) const
+{
+    QSqlQuery query(QSqlDatabase::database(m_connection, false));
+    query.prepare(QStringLiteral("SELECT value FROM named WHERE name = ?"));
+    query.addBindValue(name);
+    return query.exec() && query.next() ? query.value(0).toString() : QString();
+}
+
+bool SyncJournal::setValue(const QString &name, const QString &value)
+{
+    return exec(QStringLiteral("INSERT OR REPLACE INTO named VALUES (?, ?)"), {name, value});
+}
+
+QString SyncJournal::partialVersion(const QString &storeKey) const
+{
+    QSqlQuery query(QSqlDatabase::database(m_connection, false));
+    query.prepare(QStringLiteral("SELECT version FROM partials WHERE storeKey = ?"));
+    query.addBindValue(storeKey);
+    return query.exec() && query.next() ? query.value(0).toString() : QString();
+}
+
+bool SyncJournal::setPartialVersion(const QString &storeKey, const QString &version)
+{
+    return exec(QStringLiteral("INSERT OR REPLACE INTO partials VALUES (?, ?)"), {storeKey, version});
+}
+
+bool SyncJournal::removePartial(const QString &storeKey)
+{
+    return exec(QStringLiteral("DELETE FROM partials WHERE storeKey = ?"), {storeKey});
+}

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <QDateTime>
+#include <QMetaType>
+#include <QString>
+#include <QStringList>
+
+/// How a sync run ended.
+struct SyncOutcome {
+    bool succeeded = false;
+    QDateTime ended;
+    /// Why the run failed; empty when it succeeded.
+    QString error;
+    /// The kind of failure (DavError::kindName()); "unauthorized" means sign in again.
+    QString errorKind;
+    /// Changes made on the device.
+    int changes = 0;
+    /// Items left as they were, each with the reason.
+    QStringList failures;
+    /// Items of the server the drive refused, each with the reason.
+    QStringList refused;
+};
+
+Q_DECLARE_METATYPE(SyncOutcome)

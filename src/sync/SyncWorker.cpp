@@ -1,0 +1,38 @@
+#include "sync/SyncWorker.h"
+
+#include "app/DRLogging.h"
+#include "platform/drive/DriveLayout.h"
+#include "sync/DavClient.h"
+#include "sync/SyncEngine.h"
+#include "sync/SyncJournal.h"
+
+SyncWorker::SyncWorker(const QUrl &folder, const QString &user, const QString &password)
+    : m_folder(folder)
+    , m_user(user)
+    , m_password(password)
+{
+}
+
+SyncWorker::~SyncWorker() = default;
+
+void SyncWorker::runSync()
+{
+    // made on first use, on the worker's own thread, which owns them
+    if (!m_client) {
+        m_client = std::make_unique<DavClient>(m_folder, m_user, m_password);
+        m_journal = std::make_unique<SyncJournal>(DriveLayout::syncJournalFile());
+        QString error;
+        m_journalOpen = m_journal->open(&error);
+        if (!m_journalOpen) {
+            DRLog(LOG_ERR, "Cannot open the sync journal %@: %@", DriveLayout::syncJournalFile(), error);
+        }
+    }
+    if (!m_journalOpen) {
+        SyncOutcome outcome;
+        outcome.error = QStringLiteral("The sync journal %1 cannot be opened.").arg(DriveLayout::syncJournalFile());
+        outcome.ended = QDateTime::currentDateTimeUtc();
+        emit syncFinished(outcome);
+        return;
+    }
+    emit syncFinished(SyncEngine(m_client.get(), m_journal.get()).run());
+}

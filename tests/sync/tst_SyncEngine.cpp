@@ -1,0 +1,250 @@
+#include "platform/drive/DriveLayout.h"
+#include "platform/drive/FileAttributes.h"
+#include "platform/drive/PromisePlaceholder.h"
+#include "platform/foundation/FilePath.h"
+#include "support/LogSpy.h"
+#include "support/TestDrive.h"
+#include "support/WebDavTestServer.h"
+#include "sync/DavClient.h"
+#include "sync/SyncEngine.h"
+#include "sync/SyncJournal.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTest>
+
+#include <memory>
+
+Q_DECLARE_METATYPE(WebDavTestServer::Kind)
+
+/// The sync engine against real servers: what the server holds arrives on the device as
+/// placeholders and folders, and follows the server's changes.
+class tst_SyncEngine : public QObject
+{
+    Q_OBJECT
+
+private:
+    TestDrive m_drive;
+    std::unique_ptr<WebDavTestServer> m_apache;
+    std::unique_ptr<WebDavTestServer> m_sabre;
+
+    WebDavTestServer *server(WebDavTestServer::Kind kind) const
+    {
+        return kind == WebDavTestServer::Kind::Apache ? m_apache.get() : m_sabre.get();
+    }
+
+    /// One sync run of a fresh drive folder against `server`'s folder `remoteFolder`.
+    SyncOutcome sync(WebDavTestServer *server, const QString &remoteFolder)
+    {
+        DavClient client(server->url(remoteFolder + QLatin1Char('/')), server->user(), server->password());
+        SyncJournal journal(DriveLayout::syncJournalFile());
+        QString error;
+        if (!journal.open(&error)) {
+            qWarning() << error;
+            return {};
+        }
+        return SyncEngine(&client, &journal).run();
+    }
+
+    /// Starts from an empty drive and an empty journal, and a fresh server folder.
+    QString freshStart(WebDavTestServer *server, const char *name)
+    {
+        const QString folder = WebDavTestServer::kindName(server->kind()) + QLatin1Char('-') + QString::fromLatin1(name);
+        server->mkcol(folder);
+        QDir(m_drive.root()).removeRecursively();
+        QDir().mkpath(m_drive.root());
+        for (const QString &suffix : {QString(), QStringLiteral("-wal"), QStringLiteral("-shm")}) {
+            QFile::remove(DriveLayout::syncJournalFile() + suffix);
+        }
+        return folder;
+    }
+
+    /// A record at `level` whose message holds `text`.
+    static bool logged(int level, const QString &text)
+    {
+        const auto records = LogSpy::records();
+        return std::any_of(records.cbegin(), records.cend(), [&](const SystemLogMessage &record) {
+            return record.value(QStringLiteral("Level")).toInt() == level
+                && record.value(QStringLiteral("Message")).contains(text);
+        });
+    }
+
+    static std::optional<PromisePlaceholder> placeholderAt(const QString &path)
+    {
+        std::optional<Error> error;
+        return PromisePlaceholder::read(PromisePlaceholder::placeholderPathFor(path), &error);
+    }
+
+private slots:
+    void initTestCase()
+    {
+        QString error;
+        m_apache = std::make_unique<WebDavTestServer>(WebDavTestServer::Kind::Apache);
+        QVERIFY2(m_apache->start(&error), qPrintable(error));
+        m_sabre = std::make_unique<WebDavTestServer>(WebDavTestServer::Kind::Sabre);
+        QVERIFY2(m_sabre->start(&error), qPrintable(error));
+    }
+
+    void servers_data()
+    {
+        QTest::addColumn<WebDavTestServer::Kind>("kind");
+        QTest::newRow("apache") << WebDavTestServer::Kind::Apache;
+        QTest::newRow("sabre") << WebDavTestServer::Kind::Sabre;
+    }
+
+    void theServersTreeArrivesAsPlaceholdersAndFolders_data() { servers_data(); }
+    void theServersTreeArrivesAsPlaceholdersAndFolders()
+    {
+        QFETCH(WebDavTestServer::Kind, kind);
+        WebDavTestServer *dav = server(kind);
+        const QString top = freshStart(dav, "tree");
+        QCOMPARE(dav->mkcol(top + QStringLiteral("/Q Docs")), 201);
+        QCOMPARE(dav->mkcol(top + QStringLiteral("/Q Docs/Ünïcødé 文件")), 201);
+        QCOMPARE(dav->mkcol(top + QStringLiteral("/Q Docs/Ünïcødé 文件/Deep")), 201);
+        QCOMPARE(dav->put(top + QStringLiteral("/Q Docs/Ünïcødé 文件/Deep/100% #1.txt"), "hello"), 201);
+        QCOMPARE(dav->put(top + QStringLiteral("/Q Docs/Résumé.pdf"), QByteArray(1234, 'p')), 201);
+        QCOMPARE(dav->put(top + QStringLiteral("/Empty.txt"), QByteArray()), 201);
+
+        const SyncOutcome outcome = sync(dav, top);
+        QVERIFY2(outcome.succeeded, qPrintable(outcome.error));
+        QCOMPARE(outcome.changes, 6);
+        QVERIFY(outcome.failures.isEmpty());
+
+        QVERIFY(QFileInfo(m_drive.path(QStringLiteral("Q Docs/Ünïcødé 文件/Deep"))).isDir());
+        const auto deep = placeholderAt(m_drive.path(QStringLiteral("Q Docs/Ünïcødé 文件/Deep/100% #1.txt")));
+        QVERIFY(deep);
+        QCOMPARE(deep->size, 5);
+        QCOMPARE(deep->mimeType, QStringLiteral("text/plain"));
+        QVERIFY(PromisePlaceholder::isStoreKey(deep->storeKey));
+        const auto resume = placeholderAt(m_drive.path(QStringLiteral("Q Docs/Résumé.pdf")));
+        QVERIFY(resume);
+        QCOMPARE(resume->size, 1234);
+        QCOMPARE(resume->mimeType, QStringLiteral("application/pdf"));
+        QVERIFY(resume->modificationDate.isValid());
+        QCOMPARE(placeholderAt(m_drive.path(QStringLiteral("Empty.txt")))->size, 0);
+        // nothing but placeholders: no content was fetched
+        QVERIFY(!QFileInfo::exists(m_drive.path(QStringLiteral("Q Docs/Résumé.pdf"))));
+
+        // a second run with nothing changed changes nothing
+        const SyncOutcome again = sync(dav, top);
+        QVERIFY(again.succeeded);
+        QCOMPARE(again.changes, 0);
+    }
+
+    void remoteChangesAreFollowed_data() { servers_data(); }
+    void remoteChangesAreFollowed()
+    {
+        QFETCH(WebDavTestServer::Kind, kind);
+        WebDavTestServer *dav = server(kind);
+        const QString top = freshStart(dav, "changes");
+        QCOMPARE(dav->put(top + QStringLiteral("/Keep.txt"), "1"), 201);
+        QCOMPARE(dav->put(top + QStringLiteral("/Change.txt"), "short"), 201);
+        QCOMPARE(dav->put(top + QStringLiteral("/Rename.txt"), "rename me"), 201);
+        QCOMPARE(dav->put(top + QStringLiteral("/Delete.txt"), "delete me"), 201);
+        QCOMPARE(dav->mkcol(top + QStringLiteral("/Gone")), 201);
+        QCOMPARE(dav->put(top + QStringLiteral("/Gone/Inside.txt"), "x"), 201);
+        QVERIFY(sync(dav, top).succeeded);
+        const QString renamedKey = placeholderAt(m_drive.path(QStringLiteral("Rename.txt")))->storeKey;
+
+        QTest::qWait(1100); // a new second: servers date changes to the second
+        QCOMPARE(dav->put(top + QStringLiteral("/Added.txt"), "new"), 201);
+        QVERIFY(dav->put(top + QStringLiteral("/Change.txt"), "a longer text") / 100 == 2);
+        QCOMPARE(dav->move(top + QStringLiteral("/Rename.txt"), top + QStringLiteral("/Renamed.txt")), 201);
+        QCOMPARE(dav->remove(top + QStringLiteral("/Delete.txt")), 204);
+        QCOMPARE(dav->remove(top + QStringLiteral("/Gone")), 204);
+
+        const SyncOutcome outcome = sync(dav, top);
+        QVERIFY2(outcome.succeeded, qPrintable(outcome.error));
+        QVERIFY2(outcome.failures.isEmpty(), qPrintable(outcome.failures.join(QLatin1Char('\n'))));
+        QVERIFY(placeholderAt(m_drive.path(QStringLiteral("Added.txt"))));
+        QCOMPARE(placeholderAt(m_drive.path(QStringLiteral("Change.txt")))->size, 13);
+        QVERIFY(!PromisePlaceholder::isPromisedItem(m_drive.path(QStringLiteral("Rename.txt"))));
+        const auto renamed = placeholderAt(m_drive.path(QStringLiteral("Renamed.txt")));
+        QVERIFY(renamed);
+        QCOMPARE(renamed->storeKey, renamedKey); // moved, not deleted and made again
+        QVERIFY(!PromisePlaceholder::isPromisedItem(m_drive.path(QStringLiteral("Delete.txt"))));
+        QVERIFY(!QFileInfo::exists(m_drive.path(QStringLiteral("Gone"))));
+        QVERIFY(PromisePlaceholder::isPromisedItem(m_drive.path(QStringLiteral("Keep.txt"))));
+    }
+
+    void aDocumentOfTheDeviceIsNeverReplacedOrRemoved()
+    {
+        WebDavTestServer *dav = m_apache.get();
+        const QString top = freshStart(dav, "own");
+        QCOMPARE(dav->put(top + QStringLiteral("/Mine.txt"), "server's"), 201);
+        QVERIFY(TestDrive::writeFile(m_drive.path(QStringLiteral("Mine.txt")), "the device's own"));
+        LogSpy::clear();
+        const SyncOutcome outcome = sync(dav, top);
+        QVERIFY(outcome.succeeded);
+        QCOMPARE(TestDrive::readFile(m_drive.path(QStringLiteral("Mine.txt"))), QByteArray("the device's own"));
+        QVERIFY(!QFileInfo::exists(PromisePlaceholder::placeholderPathFor(m_drive.path(QStringLiteral("Mine.txt")))));
+        QVERIFY(logged(LOG_NOTICE, QStringLiteral("Leaving \"Mine.txt\" as it is on the device: the device has its own document of that name")));
+    }
+
+    void namesTheDriveCannotHoldAreRefusedWithALogRecord()
+    {
+        WebDavTestServer *dav = m_apache.get();
+        const QString top = freshStart(dav, "refused");
+        QCOMPARE(dav->put(top + QStringLiteral("/.Fake.txt.promise"), "{}"), 201);
+        QCOMPARE(dav->put(top + QStringLiteral("/") + QString(250, QLatin1Char('n')), "long"), 201);
+        QCOMPARE(dav->put(top + QStringLiteral("/Fine.txt"), "ok"), 201);
+        LogSpy::clear();
+        const SyncOutcome outcome = sync(dav, top);
+        QVERIFY(outcome.succeeded);
+        QCOMPARE(outcome.refused.size(), 2);
+        QVERIFY(logged(LOG_WARNING, QStringLiteral("its name looks like a placeholder of the drive")));
+        QVERIFY(logged(LOG_WARNING, QStringLiteral("its name is too long to be promised on this device")));
+        QCOMPARE(QDir(m_drive.root()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
+                 QStringList{QStringLiteral(".Fine.txt.promise")});
+    }
+
+    void appContainersLiveInTheHiddenFolder()
+    {
+        WebDavTestServer *dav = m_apache.get();
+        const QString top = freshStart(dav, "containers");
+        QCOMPARE(dav->mkcol(top + QStringLiteral("/.aerova")), 201);
+        QCOMPARE(dav->mkcol(top + QStringLiteral("/.aerova/com.example.Writer")), 201);
+        QCOMPARE(dav->mkcol(top + QStringLiteral("/.aerova/com.example.Writer/Documents")), 201);
+        QCOMPARE(dav->put(top + QStringLiteral("/.aerova/com.example.Writer/Documents/Draft.txt"), "draft"), 201);
+        QVERIFY(sync(dav, top).succeeded);
+        const QString draft = DriveLayout::mobileDocumentsPath() + QStringLiteral("/com.example.Writer/Documents/Draft.txt");
+        QVERIFY(PromisePlaceholder::isPromisedItem(draft));
+        QVERIFY(!QFileInfo::exists(m_drive.path(QStringLiteral(".aerova"))));
+    }
+
+    void aFolderThatCannotBeListedConcludesNothing()
+    {
+        WebDavTestServer *dav = m_apache.get();
+        const QString top = freshStart(dav, "unauthorized");
+        QCOMPARE(dav->put(top + QStringLiteral("/A.txt"), "a"), 201);
+        QVERIFY(sync(dav, top).succeeded);
+        DavClient wrong(dav->url(top + QLatin1Char('/')), dav->user(), QStringLiteral("wrong"));
+        SyncJournal journal(DriveLayout::syncJournalFile());
+        QString error;
+        QVERIFY(journal.open(&error));
+        LogSpy::clear();
+        const SyncOutcome outcome = SyncEngine(&wrong, &journal).run();
+        QVERIFY(!outcome.succeeded);
+        QCOMPARE(outcome.errorKind, QStringLiteral("unauthorized"));
+        QVERIFY(logged(LOG_ERR, QStringLiteral("The server did not accept the user name and password.")));
+        QVERIFY(PromisePlaceholder::isPromisedItem(m_drive.path(QStringLiteral("A.txt"))));
+    }
+
+    void aServerThatIsDownConcludesNothing()
+    {
+        WebDavTestServer down(WebDavTestServer::Kind::Apache);
+        QString error;
+        QVERIFY(down.start(&error));
+        QCOMPARE(down.put(QStringLiteral("B.txt"), "b"), 201);
+        freshStart(&down, "down");
+        QVERIFY(sync(&down, {}).succeeded);
+        down.stop();
+        const SyncOutcome outcome = sync(&down, {});
+        QVERIFY(!outcome.succeeded);
+        QCOMPARE(outcome.errorKind, QStringLiteral("unreachable"));
+        QVERIFY(PromisePlaceholder::isPromisedItem(m_drive.path(QStringLiteral("B.txt"))));
+    }
+};
+
+QTEST_GUILESS_MAIN(tst_SyncEngine)
+#include "tst_SyncEngine.moc"

@@ -1,0 +1,224 @@
+#include "credentials/Credentials.h"
+#include "platform/drive/DriveLayout.h"
+#include "platform/drive/FetchUserQuotaOperation.h"
+#include "platform/drive/Progress.h"
+#include "platform/drive/PromisePlaceholder.h"
+#include "platform/drive/PromiseStore.h"
+#include "platform/drive/RemoteAccount.h"
+#include "platform/drive/SyncServiceClient.h"
+#include "platform/foundation/CancellationToken.h"
+#include "platform/foundation/FilePath.h"
+#include "support/TestDrive.h"
+#include "support/WebDavTestServer.h"
+
+#include <QCryptographicHash>
+#include <QDeadlineTimer>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QProcess>
+#include <QTest>
+#include <QThread>
+
+#include <thread>
+
+/// The sync service as the app and the control program use it: a real service process, a real
+/// server, downloads through the socket.
+class tst_SyncService : public QObject
+{
+    Q_OBJECT
+
+private:
+    TestDrive m_drive;
+    WebDavTestServer m_server{WebDavTestServer::Kind::Apache};
+    std::unique_ptr<QProcess> m_service;
+
+    bool startService()
+    {
+        m_service = std::make_unique<QProcess>();
+        m_service->setProcessChannelMode(QProcess::ForwardedChannels);
+        m_service->start(QStringLiteral(AEROVA_SYNCD_PATH), {});
+        if (!m_service->waitForStarted(5000)) {
+            return false;
+        }
+        QDeadlineTimer deadline(10000);
+        QString error;
+        while (!deadline.hasExpired()) {
+            if (SyncServiceClient::connect(&error, false)) {
+                return true;
+            }
+            QThread::msleep(50);
+        }
+        return false;
+    }
+
+    void stopService()
+    {
+        if (m_service) {
+            m_service->terminate();
+            m_service->waitForFinished(5000);
+            m_service.reset();
+        }
+    }
+
+    /// Asks the running service for a sync run and waits until it has ended.
+    bool syncNow()
+    {
+        QString error;
+        const auto client = SyncServiceClient::connect(&error, false);
+        if (!client) {
+            return false;
+        }
+        const QString before = client->request(QJsonObject{{QStringLiteral("op"), QStringLiteral("status")}}, &error)
+                                   ->value(QStringLiteral("lastSync")).toString();
+        QThread::msleep(1100); // the end of the next run is a later second
+        client->request(QJsonObject{{QStringLiteral("op"), QStringLiteral("sync")}}, &error);
+        QDeadlineTimer deadline(20000);
+        while (!deadline.hasExpired()) {
+            const auto status = client->request(QJsonObject{{QStringLiteral("op"), QStringLiteral("status")}}, &error);
+            if (status && !status->value(QStringLiteral("running")).toBool()
+                && status->value(QStringLiteral("lastSync")).toString() != before) {
+                return true;
+            }
+            QThread::msleep(50);
+        }
+        return false;
+    }
+
+    static QByteArray sha(const QByteArray &bytes) { return QCryptographicHash::hash(bytes, QCryptographicHash::Sha256); }
+
+private slots:
+    void initTestCase()
+    {
+        QString error;
+        QVERIFY2(m_server.start(&error), qPrintable(error));
+        qputenv("AEROVA_SYNCD", "/bin/false"); // the app's own attempts to start one must not race the test's
+        const RemoteAccount account{m_server.url(), m_server.user()};
+        QVERIFY(account.signIn());
+        QVERIFY(Credentials::store(account, m_server.password(), Credentials::Storage::File, &error));
+        QCOMPARE(QFile::permissions(DriveLayout::credentialsFile()),
+                 QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ReadUser | QFileDevice::WriteUser);
+        QCOMPARE(m_server.put(QStringLiteral("Hello.txt"), "hello from the server"), 201);
+        QVERIFY(startService());
+        QVERIFY(syncNow());
+    }
+
+    void cleanupTestCase() { stopService(); }
+
+    void aSecondServiceForTheSameDriveExits()
+    {
+        QProcess second;
+        second.start(QStringLiteral(AEROVA_SYNCD_PATH), {});
+        QVERIFY(second.waitForFinished(10000));
+        QCOMPARE(second.exitCode(), 0);
+        QVERIFY(QString::fromLocal8Bit(second.readAllStandardError()).contains(QStringLiteral("already runs")));
+        QCOMPARE(m_service->state(), QProcess::Running);
+        QString error;
+        QVERIFY(SyncServiceClient::connect(&error, false)); // the first one still serves
+    }
+
+    void aPromisedDocumentIsDownloadedThroughTheService()
+    {
+        const QString path = m_drive.path(QStringLiteral("Hello.txt"));
+        QVERIFY(PromisePlaceholder::isPromisedItem(path));
+        QVERIFY(!PromiseStore::materialize(path, nullptr));
+        QCOMPARE(TestDrive::readFile(path), QByteArray("hello from the server"));
+        QVERIFY(!QFileInfo::exists(PromisePlaceholder::placeholderPathFor(path)));
+        // a downloaded copy is the server's version: the next run leaves it alone
+        QVERIFY(syncNow());
+        QCOMPARE(TestDrive::readFile(path), QByteArray("hello from the server"));
+        QVERIFY(!QFileInfo::exists(PromisePlaceholder::placeholderPathFor(path)));
+    }
+
+    void remoteChangesReachTheDeviceWithoutARestart()
+    {
+        QCOMPARE(m_server.put(QStringLiteral("Later.txt"), "later"), 201);
+        QVERIFY(syncNow());
+        QVERIFY(PromisePlaceholder::isPromisedItem(m_drive.path(QStringLiteral("Later.txt"))));
+    }
+
+    void aBigDownloadReportsProgressIsCancelledAndResumes()
+    {
+        QByteArray big(100 * 1024 * 1024, Qt::Uninitialized);
+        for (qsizetype i = 0; i < big.size(); i += 4096) {
+            big[i] = char(i / 4096);
+        }
+        QCOMPARE(m_server.put(QStringLiteral("Big.bin"), big), 201);
+        QVERIFY(syncNow());
+        const QString path = m_drive.path(QStringLiteral("Big.bin"));
+        const QString storeKey = PromisePlaceholder::read(PromisePlaceholder::placeholderPathFor(path), nullptr)->storeKey;
+        const QString partial = DriveLayout::partialDownloadsPath() + QLatin1Char('/') + storeKey;
+
+        // cancelled once some of it has arrived
+        CancellationToken cancel;
+        std::atomic<bool> stop{false};
+        std::thread watcher([&] {
+            while (!stop && QFileInfo(partial).size() < 1024 * 1024) {
+                std::this_thread::sleep_for(std::chrono::milliseconds(1));
+            }
+            cancel.cancel();
+        });
+        const std::optional<Error> cancelled = PromiseStore::materialize(path, &cancel);
+        stop = true;
+        watcher.join();
+        if (cancelled) {
+            QCOMPARE(cancelled->code(), UserCancelledError);
+            QVERIFY(PromisePlaceholder::isPromisedItem(path));
+            QVERIFY(!QFileInfo::exists(path));
+            QVERIFY(QFileInfo(partial).size() > 0); // kept for the next attempt
+        }
+
+        // the next attempt finishes it, with the content whole
+        const std::optional<Error> error = PromiseStore::materialize(path, nullptr);
+        QVERIFY2(!error, error ? qPrintable(error->localizedDescription()) : "");
+        QCOMPARE(sha(TestDrive::readFile(path)), sha(big));
+        QVERIFY(!QFileInfo::exists(partial));
+    }
+
+    void withoutAServiceADownloadFailsClearlyAndFast()
+    {
+        stopService();
+        QCOMPARE(m_server.put(QStringLiteral("Orphan.txt"), "x"), 201);
+        const QString path = m_drive.path(QStringLiteral("Later.txt"));
+        QElapsedTimer timer;
+        timer.start();
+        const std::optional<Error> error = PromiseStore::materialize(path, nullptr);
+        QVERIFY(error);
+        QCOMPARE(error->code(), UbiquityServerNotAvailableError);
+        QVERIFY(error->localizedFailureReason().contains(QStringLiteral("not running")));
+        QVERIFY(timer.elapsed() < 15000);
+        QVERIFY(PromisePlaceholder::isPromisedItem(path));
+        QVERIFY(startService());
+    }
+
+    void theControlProgramSaysWhichServerAndHowTheLastSyncEnded()
+    {
+        QVERIFY(syncNow());
+        QProcess ctl;
+        ctl.start(QStringLiteral(AEROVA_CTL_PATH), {QStringLiteral("status")});
+        QVERIFY(ctl.waitForFinished(20000));
+        const QString out = QString::fromUtf8(ctl.readAllStandardOutput());
+        QVERIFY2(out.contains(QStringLiteral("server: ") + m_server.url().toDisplayString()), qPrintable(out));
+        QVERIFY(out.contains(QStringLiteral("user: alice")));
+        QVERIFY(out.contains(QStringLiteral("sync service: running")));
+        QVERIFY2(out.contains(QRegularExpression(QStringLiteral("last sync: \\d{4}-\\d\\d-\\d\\dT.* \\(ok\\)"))), qPrintable(out));
+    }
+
+    void aServerWithoutQuotaIsAFailedFetch()
+    {
+        FetchUserQuotaOperation operation;
+        std::optional<Error> error;
+        quint64 remaining = 1;
+        operation.setFetchUserQuotaCompletionBlock([&](quint64 bytes, const std::optional<Error> &e) {
+            remaining = bytes;
+            error = e;
+        });
+        operation.main();
+        QVERIFY(error);
+        QCOMPARE(remaining, quint64(0));
+        QVERIFY(error->localizedDescription().contains(QStringLiteral("does not report its free space")));
+    }
+};
+
+QTEST_GUILESS_MAIN(tst_SyncService)
+#include "tst_SyncService.moc"
