@@ -358,6 +358,7 @@ int signInToServer(const QStringList &args)
             QFile::remove(DriveLayout::syncJournalFile() + suffix);
         }
     }
+    QFile::remove(DriveLayout::syncStatusFile()); // an old refusal of the password is past
     QDir().mkpath(DriveLayout::mobileDocumentsPath() + QLatin1Char('/') + KDUbiquitousDefaultContainerID);
     if (!account.signIn()) {
         err << "aerovadrive-ctl: sign-in: cannot write " << DriveLayout::accountFile() << '\n';

@@ -13,6 +13,7 @@
 /// Runs the app: builds the one window with the browser as its root, starts the network
 /// watcher, allows state saving only while the drive is enabled, and opens one item from a URL
 /// of the app's own scheme sent by the launcher or the test runner.
+class SyncServiceWatch;
 class AppDelegate final : public QObject, public ApplicationDelegate
 {
     Q_OBJECT
@@ -52,4 +53,5 @@ public:
 private:
     QPointer<Window> _rootWindow;
     QPointer<Window> m_window;
+    QPointer<SyncServiceWatch> m_syncWatch;
 };

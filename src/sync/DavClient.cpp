@@ -91,9 +91,10 @@ QNetworkReply *DavClient::send(const QByteArray &verb, QNetworkRequest request, 
 
 void DavClient::limitListing(QNetworkReply *reply)
 {
-    const auto check = [reply] {
+    const qint64 limit = m_maximumListingSize;
+    const auto check = [reply, limit] {
         const QVariant length = reply->header(QNetworkRequest::ContentLengthHeader);
-        if ((length.isValid() && length.toLongLong() > maximumListingSize) || reply->bytesAvailable() > maximumListingSize) {
+        if ((length.isValid() && length.toLongLong() > limit) || reply->bytesAvailable() > limit) {
             reply->setProperty(tooLargeProperty, true);
             reply->abort();
         }
@@ -173,7 +174,7 @@ DavError DavClient::errorOf(QNetworkReply *reply)
     error.httpStatus = status;
     if (reply->property(tooLargeProperty).toBool()) {
         error.kind = DavError::Kind::TooLarge;
-        error.message = QStringLiteral("(over %1 MiB)").arg(maximumListingSize / (1024 * 1024));
+        error.message = QStringLiteral("(over the %1 bytes a listing may have)").arg(maximumListingSize);
         return error;
     }
     if (status >= 200 && status < 300) {

@@ -29,6 +29,9 @@ public:
     DavClient(const QUrl &folder, const QString &user, const QString &password, QObject *parent = nullptr);
     ~DavClient() override;
 
+    /// Lowers the limit of a listing's size (for tests of the limit).
+    void setMaximumListingSize(qint64 bytes) { m_maximumListingSize = bytes; }
+
     /// The signed-in folder, its path ending in '/'.
     QUrl folder() const { return m_folder; }
     QString user() const { return m_user; }
@@ -68,4 +71,5 @@ private:
     QString m_user;
     QByteArray m_authorization;
     QNetworkAccessManager *m_network;
+    qint64 m_maximumListingSize = maximumListingSize;
 };

@@ -37,6 +37,9 @@ public:
     QUrl url() const;
     /// The URL of `path` (names joined by '/', unencoded) below the served folder.
     QUrl url(const QString &path) const;
+    /// The folder the server serves: only a benchmark's set-up writes there directly (tests
+    /// change the server through WebDAV requests).
+    QString servedFolder() const { return m_dir.filePath(QStringLiteral("root")); }
     /// SabreDAV: the quota it reports from now on; `fail` makes it answer 503.
     bool setQuota(qint64 used, qint64 available);
     bool failQuota(const QString &message);

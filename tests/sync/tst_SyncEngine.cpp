@@ -11,6 +11,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QNetworkReply>
 #include <QTest>
 
 #include <memory>
@@ -228,6 +229,41 @@ private slots:
         QCOMPARE(outcome.errorKind, QStringLiteral("unauthorized"));
         QVERIFY(logged(LOG_ERR, QStringLiteral("The server did not accept the user name and password.")));
         QVERIFY(PromisePlaceholder::isPromisedItem(m_drive.path(QStringLiteral("A.txt"))));
+    }
+
+    void theServersQuotaIsRead()
+    {
+        QVERIFY(m_sabre->setQuota(4500000000, 500000000));
+        DavClient client(m_sabre->url(), m_sabre->user(), m_sabre->password());
+        std::unique_ptr<QNetworkReply> reply(client.propfindQuota());
+        DavClient::waitFor(reply.get());
+        DavError error;
+        const auto resources = client.readListing(reply.get(), &error);
+        QVERIFY2(resources, qPrintable(error.description()));
+        QCOMPARE(resources->first().quotaAvailable, 500000000);
+        QCOMPARE(resources->first().quotaUsed, 4500000000);
+
+        QVERIFY(m_sabre->failQuota(QStringLiteral("quota service down")));
+        std::unique_ptr<QNetworkReply> failing(client.propfindQuota());
+        DavClient::waitFor(failing.get());
+        QVERIFY(!client.readListing(failing.get(), &error));
+        QCOMPARE(error.kind, DavError::Kind::ServerError);
+    }
+
+    void anAnswerTooLargeIsRefused()
+    {
+        WebDavTestServer *dav = m_apache.get();
+        const QString top = freshStart(dav, "large");
+        // a listing over the limit: many long names
+        const QString longName = QString(200, QLatin1Char('x'));
+        for (int i = 0; i < 10; ++i) {
+            QCOMPARE(dav->put(top + QStringLiteral("/%1-%2").arg(longName).arg(i), "x"), 201);
+        }
+        DavClient client(dav->url(top + QLatin1Char('/')), dav->user(), dav->password());
+        client.setMaximumListingSize(2000);
+        DavError error;
+        QVERIFY(!client.list({}, 1, &error));
+        QCOMPARE(error.kind, DavError::Kind::TooLarge);
     }
 
     void aServerThatIsDownConcludesNothing()

@@ -1,4 +1,5 @@
 #include "credentials/Credentials.h"
+#include "platform/drive/DriveFileManager.h"
 #include "platform/drive/DriveLayout.h"
 #include "platform/drive/FetchUserQuotaOperation.h"
 #include "platform/drive/Progress.h"
@@ -16,6 +17,7 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QJsonObject>
 #include <QProcess>
 #include <QTest>
 #include <QThread>
@@ -202,6 +204,73 @@ private slots:
         QVERIFY(out.contains(QStringLiteral("user: alice")));
         QVERIFY(out.contains(QStringLiteral("sync service: running")));
         QVERIFY2(out.contains(QRegularExpression(QStringLiteral("last sync: \\d{4}-\\d\\d-\\d\\dT.* \\(ok\\)"))), qPrintable(out));
+    }
+
+    void aRefusedPasswordSignsTheDriveOut()
+    {
+        QVERIFY(DriveFileManager::ubiquityIdentityToken());
+        stopService();
+        const RemoteAccount account{m_server.url(), m_server.user()};
+        QString error;
+        QVERIFY(Credentials::store(account, QStringLiteral("not the password"), Credentials::Storage::File, &error));
+        QVERIFY(startService());
+        QVERIFY(syncNow());
+        QVERIFY(!DriveFileManager::ubiquityIdentityToken());
+        QProcess ctl;
+        ctl.start(QStringLiteral(AEROVA_CTL_PATH), {QStringLiteral("status")});
+        QVERIFY(ctl.waitForFinished(20000));
+        const QString out = QString::fromUtf8(ctl.readAllStandardOutput());
+        QVERIFY2(out.contains(QStringLiteral("The server did not accept the user name and password.")), qPrintable(out));
+        // what the device holds stays
+        QVERIFY(PromisePlaceholder::isPromisedItem(m_drive.path(QStringLiteral("Later.txt"))));
+
+        // signing in again brings the drive back
+        stopService();
+        QProcess signIn;
+        signIn.start(QStringLiteral(AEROVA_CTL_PATH),
+                     {QStringLiteral("sign-in"), QStringLiteral("--server"), m_server.url().toString(), QStringLiteral("--user"),
+                      m_server.user(), QStringLiteral("--store-password-in-file")});
+        signIn.write(m_server.password().toUtf8() + '\n');
+        signIn.closeWriteChannel();
+        QVERIFY(signIn.waitForFinished(30000));
+        QVERIFY2(signIn.exitCode() == 0, signIn.readAllStandardError().constData());
+        QVERIFY(DriveFileManager::ubiquityIdentityToken());
+        // the control program started a service of its own: the test's next one takes over
+        QString ignored;
+        if (auto client = SyncServiceClient::connect(&ignored, false)) {
+            client->post(QJsonObject{{QStringLiteral("op"), QStringLiteral("quit")}});
+        }
+        QThread::msleep(500);
+        QVERIFY(startService());
+    }
+
+    void aWrongPasswordAtSignInIsRefusedAndNothingIsWritten()
+    {
+        QProcess signIn;
+        signIn.start(QStringLiteral(AEROVA_CTL_PATH),
+                     {QStringLiteral("sign-in"), QStringLiteral("--server"), m_server.url().toString(), QStringLiteral("--user"),
+                      QStringLiteral("mallory")});
+        signIn.write("guess\n");
+        signIn.closeWriteChannel();
+        QVERIFY(signIn.waitForFinished(30000));
+        QCOMPARE(signIn.exitCode(), 1);
+        QVERIFY(QString::fromUtf8(signIn.readAllStandardError())
+                    .contains(QStringLiteral("The server did not accept the user name and password.")));
+        QCOMPARE(RemoteAccount::current()->user, m_server.user());
+    }
+
+    void aPasswordIsNeverSentUnencryptedToAnotherMachine()
+    {
+        QProcess signIn;
+        signIn.start(QStringLiteral(AEROVA_CTL_PATH),
+                     {QStringLiteral("sign-in"), QStringLiteral("--server"), QStringLiteral("http://cloud.example.org/dav/"),
+                      QStringLiteral("--user"), QStringLiteral("alice")});
+        signIn.closeWriteChannel();
+        QVERIFY(signIn.waitForFinished(30000));
+        QCOMPARE(signIn.exitCode(), 1);
+        QVERIFY(QString::fromUtf8(signIn.readAllStandardError())
+                    .contains(QStringLiteral("The password would be sent unencrypted: use an https:// address.")));
+        QCOMPARE(RemoteAccount::current()->server, m_server.url());
     }
 
     void aServerWithoutQuotaIsAFailedFetch()

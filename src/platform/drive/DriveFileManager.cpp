@@ -1,6 +1,7 @@
 #include "platform/drive/DriveFileManager.h"
 
 #include "platform/drive/DriveLayout.h"
+#include "platform/drive/RemoteAccount.h"
 #include "platform/drive/KDContainer.h"
 #include "platform/drive/KDURL.h"
 #include "platform/drive/PromiseStore.h"
@@ -49,6 +50,12 @@ std::optional<UbiquityIdentityToken> DriveFileManager::ubiquityIdentityToken()
     const QString identity = account->value(QStringLiteral("identity")).toString();
     if (identity.isEmpty()) {
         DRLog(LOG_ERR, "Ignoring %@: it names no account (\"identity\" is missing or empty)", DriveLayout::accountFile());
+        return std::nullopt;
+    }
+    if (account->contains(QStringLiteral("server")) && RemoteAccount::needsSignIn()) {
+        static std::atomic<bool> told{false};
+        if (!told.exchange(true)) DRLog(LOG_NOTICE, "The server refused the password of %@: sign in again (aerovadrive-ctl sign-in --server …)",
+              identity);
         return std::nullopt;
     }
     // the app only ever sees a digest of the account, never its name

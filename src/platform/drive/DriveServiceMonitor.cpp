@@ -1,6 +1,7 @@
 #include "platform/drive/DriveServiceMonitor.h"
 
 #include "platform/drive/DriveLayout.h"
+#include "platform/drive/RemoteAccount.h"
 #include "platform/drive/UbiquitousKeyValueStore.h"
 #include "platform/foundation/DispatchQueue.h"
 #include "platform/foundation/FileContentWatcher.h"
@@ -21,6 +22,13 @@ void postChange(const QString &file)
         center->post(NotificationName::DriveServiceOfferDidChange);
     } else if (file == DriveLayout::networkFile()) {
         center->post(NotificationName::DriveServiceNetworkDidChange);
+    } else if (file == DriveLayout::syncStatusFile()) {
+        // the server refusing the password signs the drive out, and a new sign-in back in
+        static bool needed = false;
+        if (const bool now = RemoteAccount::needsSignIn(); now != needed) {
+            needed = now;
+            center->post(NotificationName::UbiquityIdentityDidChange);
+        }
     }
 }
 
@@ -35,7 +43,7 @@ void DriveServiceMonitor::ensureStarted()
     std::call_once(started, [] {
         g_queue = new DispatchQueue(QStringLiteral("com.quillmere.AerovaDrive.service")); // lives until exit
         const QStringList files{DriveLayout::accountFile(), DriveLayout::kvstoreFile(), DriveLayout::offerFile(),
-                                DriveLayout::networkFile()};
+                                DriveLayout::networkFile(), DriveLayout::syncStatusFile()};
         g_queue->sync([files] {
             g_watcher = new FileContentWatcher(files, postChange, g_queue->context()); // owned by the queue's context
         });

@@ -40,3 +40,9 @@ bool RemoteAccount::signIn() const
                    .toJson());
     return file.commit();
 }
+
+bool RemoteAccount::needsSignIn()
+{
+    const std::optional<QJsonObject> status = ServiceFile::readObject(DriveLayout::syncStatusFile());
+    return status && status->value(QStringLiteral("errorKind")).toString() == QLatin1String("unauthorized");
+}

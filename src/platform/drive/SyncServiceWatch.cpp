@@ -1,0 +1,67 @@
+#include "platform/drive/SyncServiceWatch.h"
+
+#include "platform/drive/DriveLayout.h"
+#include "platform/drive/SyncServiceClient.h"
+
+#include <QGuiApplication>
+#include <QLocalSocket>
+#include <QNetworkInformation>
+
+SyncServiceWatch::SyncServiceWatch(QObject *parent)
+    : QObject(parent)
+    , m_socket(std::make_unique<QLocalSocket>())
+{
+    m_reconnect.setSingleShot(true);
+    connect(&m_reconnect, &QTimer::timeout, this, &SyncServiceWatch::connectToService);
+    connect(m_socket.get(), &QLocalSocket::connected, this, [this] {
+        m_startedService = false;
+        send(R"({"op":"watch"})");
+    });
+    connect(m_socket.get(), &QLocalSocket::errorOccurred, this, [this] {
+        // not there: started once, then looked for again a little later
+        if (!m_startedService) {
+            m_startedService = SyncServiceClient::startService();
+            m_reconnect.start(1000);
+        } else {
+            m_reconnect.start(reconnectMs);
+        }
+    });
+    connect(m_socket.get(), &QLocalSocket::disconnected, this, [this] { m_reconnect.start(reconnectMs); });
+    if (auto *app = qobject_cast<QGuiApplication *>(QCoreApplication::instance())) {
+        connect(app, &QGuiApplication::applicationStateChanged, this, [this](Qt::ApplicationState state) {
+            if (state == Qt::ApplicationActive) {
+                syncNow();
+            }
+        });
+    }
+    if (QNetworkInformation::loadDefaultBackend()) {
+        connect(QNetworkInformation::instance(), &QNetworkInformation::reachabilityChanged, this,
+                [this](QNetworkInformation::Reachability reachability) {
+                    if (reachability == QNetworkInformation::Reachability::Online) {
+                        syncNow();
+                    }
+                });
+    }
+    connectToService();
+}
+
+SyncServiceWatch::~SyncServiceWatch() = default;
+
+void SyncServiceWatch::connectToService()
+{
+    if (m_socket->state() == QLocalSocket::UnconnectedState) {
+        m_socket->connectToServer(DriveLayout::syncSocketPath());
+    }
+}
+
+void SyncServiceWatch::send(const QByteArray &line)
+{
+    if (m_socket->state() == QLocalSocket::ConnectedState) {
+        m_socket->write(line + '\n');
+    }
+}
+
+void SyncServiceWatch::syncNow()
+{
+    send(R"({"op":"sync"})");
+}
