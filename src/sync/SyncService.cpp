@@ -344,7 +344,9 @@ void SyncService::materialize(QLocalSocket *socket, qint64 id, const QString &st
         }
     });
     connect(reply, &QNetworkReply::finished, this, [this, key, download, reply] {
-        download->file->write(reply->readAll());
+        if (reply->isOpen()) {
+            download->file->write(reply->readAll());
+        }
         download->file->flush();
         const DavError error = DavClient::errorOf(reply);
         const qint64 size = download->file->size();

@@ -227,6 +227,9 @@ private slots:
         // signing in again brings the drive back
         stopService();
         QProcess signIn;
+        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+        env.insert(QStringLiteral("AEROVA_SYNCD"), QStringLiteral(AEROVA_SYNCD_PATH));
+        signIn.setProcessEnvironment(env);
         signIn.start(QStringLiteral(AEROVA_CTL_PATH),
                      {QStringLiteral("sign-in"), QStringLiteral("--server"), m_server.url().toString(), QStringLiteral("--user"),
                       m_server.user(), QStringLiteral("--store-password-in-file")});
