@@ -103,6 +103,7 @@ int main(int argc, char *argv[])
 
         QDir(DriveLayout::mobileDocumentsPath()).removeRecursively();
         QDir().mkpath(DriveLayout::mobileDocumentsPath() + QStringLiteral("/com.quillmere.AerovaDrive"));
+        QDir().mkpath(DriveLayout::servicePath());
         for (const QString &suffix : {QString(), QStringLiteral("-wal"), QStringLiteral("-shm")}) {
             QFile::remove(DriveLayout::syncJournalFile() + suffix);
         }

@@ -129,7 +129,7 @@ SyncOutcome SyncEngine::run()
         }
         if (const QString what = describe(action.kind); !what.isEmpty()) {
             ++outcome.changes;
-            DRLog(LOG_INFO, "Synced \"%@\" (%@)", action.path, what);
+            DRLog(LOG_DEBUG, "Synced \"%@\" (%@)", action.path, what);
         }
         if (action.base && (record.storeKey.isEmpty() || record.storeKey != action.base->storeKey)) {
             m_journal->remove(action.base->storeKey);
