@@ -1,6 +1,5 @@
 #include "app/AppDelegate.h"
 
-#include "platform/drive/RemoteAccount.h"
 #include "platform/drive/SyncServiceWatch.h"
 
 #include "app/DRLogging.h"
@@ -72,9 +71,7 @@ bool AppDelegate::application_didFinishLaunchingWithOptions(Application *applica
     Q_UNUSED(application)
     Q_UNUSED(options)
     // with a server behind the drive, the sync service hears that the app is open
-    if (RemoteAccount::current()) {
-        m_syncWatch = new SyncServiceWatch(this);
-    }
+    m_syncWatch = new SyncServiceWatch(this);
     return true;
 }
 

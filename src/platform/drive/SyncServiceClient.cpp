@@ -2,14 +2,12 @@
 
 #include "platform/drive/DriveLayout.h"
 #include "platform/foundation/CancellationToken.h"
+#include "platform/foundation/CompanionProgram.h"
 
-#include <QCoreApplication>
 #include <QDeadlineTimer>
-#include <QFileInfo>
 #include <QJsonDocument>
 #include <QLocalSocket>
 #include <QProcess>
-#include <QStandardPaths>
 #include <QThread>
 
 namespace {
@@ -38,21 +36,7 @@ SyncServiceClient::~SyncServiceClient() = default;
 
 bool SyncServiceClient::startService()
 {
-    QString program = qEnvironmentVariable("AEROVA_SYNCD");
-    if (program.isEmpty()) {
-        const QString dir = QCoreApplication::applicationDirPath();
-        // installed side by side; in the build tree, the service is built in tools/
-        for (const QString &candidate : {dir + QStringLiteral("/aerovadrive-syncd"),
-                                         dir + QStringLiteral("/../tools/aerovadrive-syncd")}) {
-            if (QFileInfo(candidate).isExecutable()) {
-                program = candidate;
-                break;
-            }
-        }
-    }
-    if (program.isEmpty()) {
-        program = QStandardPaths::findExecutable(QStringLiteral("aerovadrive-syncd"));
-    }
+    const QString program = CompanionProgram::find(QStringLiteral("aerovadrive-syncd"), "AEROVA_SYNCD");
     return !program.isEmpty() && QProcess::startDetached(program, {});
 }
 

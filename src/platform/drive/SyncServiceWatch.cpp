@@ -1,9 +1,10 @@
 #include "platform/drive/SyncServiceWatch.h"
 
 #include "platform/drive/DriveLayout.h"
+#include "platform/drive/RemoteAccount.h"
 #include "platform/drive/SyncServiceClient.h"
+#include "platform/foundation/NotificationCenter.h"
 
-#include <QGuiApplication>
 #include <QLocalSocket>
 #include <QNetworkInformation>
 
@@ -18,6 +19,9 @@ SyncServiceWatch::SyncServiceWatch(QObject *parent)
         send(R"({"op":"watch"})");
     });
     connect(m_socket.get(), &QLocalSocket::errorOccurred, this, [this] {
+        if (!RemoteAccount::current()) {
+            return; // signed out: nothing to watch until the next sign-in
+        }
         // not there: started once, then looked for again a little later
         if (!m_startedService) {
             m_startedService = SyncServiceClient::startService();
@@ -26,14 +30,19 @@ SyncServiceWatch::SyncServiceWatch(QObject *parent)
             m_reconnect.start(reconnectMs);
         }
     });
-    connect(m_socket.get(), &QLocalSocket::disconnected, this, [this] { m_reconnect.start(reconnectMs); });
-    if (auto *app = qobject_cast<QGuiApplication *>(QCoreApplication::instance())) {
-        connect(app, &QGuiApplication::applicationStateChanged, this, [this](Qt::ApplicationState state) {
-            if (state == Qt::ApplicationActive) {
-                syncNow();
-            }
-        });
-    }
+    connect(m_socket.get(), &QLocalSocket::disconnected, this, [this] {
+        if (RemoteAccount::current()) {
+            m_reconnect.start(reconnectMs);
+        }
+    });
+    auto *center = NotificationCenter::defaultCenter();
+    center->addObserver(this, NotificationName::ApplicationDidBecomeActive, [this](const Notification &) {
+        QMetaObject::invokeMethod(this, &SyncServiceWatch::syncNow, Qt::QueuedConnection);
+    });
+    // a sign-in to a server while the app runs: the service is looked for at once
+    center->addObserver(this, NotificationName::UbiquityIdentityDidChange, [this](const Notification &) {
+        QMetaObject::invokeMethod(this, &SyncServiceWatch::connectToService, Qt::QueuedConnection);
+    });
     if (QNetworkInformation::loadDefaultBackend()) {
         connect(QNetworkInformation::instance(), &QNetworkInformation::reachabilityChanged, this,
                 [this](QNetworkInformation::Reachability reachability) {
@@ -49,7 +58,7 @@ SyncServiceWatch::~SyncServiceWatch() = default;
 
 void SyncServiceWatch::connectToService()
 {
-    if (m_socket->state() == QLocalSocket::UnconnectedState) {
+    if (m_socket->state() == QLocalSocket::UnconnectedState && RemoteAccount::current()) {
         m_socket->connectToServer(DriveLayout::syncSocketPath());
     }
 }

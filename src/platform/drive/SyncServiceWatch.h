@@ -7,7 +7,8 @@
 
 class QLocalSocket;
 
-/// The app's standing connection to the sync service, while the drive is signed in to a server:
+/// The app's standing connection to the sync service, while the drive is signed in to a server
+/// (from a sign-in while the app runs on):
 /// it tells the service the app is open (a poll every minute instead of every 15) and asks for a
 /// sync run whenever the app becomes active or the network comes back. Starts the service when
 /// it does not answer, and connects again when it goes away.
@@ -23,9 +24,9 @@ public:
 
     /// Asks for a sync run now.
     void syncNow();
+    void connectToService();
 
 private:
-    void connectToService();
     void send(const QByteArray &line);
 
     std::unique_ptr<QLocalSocket> m_socket;

@@ -1,11 +1,15 @@
 #include "platform/lists/DocumentPickerUnavailableViewController.h"
 
+#include "platform/drive/RemoteAccount.h"
 #include "platform/foundation/LocalizedString.h"
+#include "platform/lists/ConnectServerViewController.h"
 #include "platform/ui/Font.h"
+#include "platform/ui/SystemColor.h"
 #include "platform/ui/ViewControllerRegistry.h"
 
 #include <QIcon>
 #include <QLabel>
+#include <QPushButton>
 #include <QVBoxLayout>
 
 DocumentPickerUnavailableViewController::DocumentPickerUnavailableViewController(QObject *parent)
@@ -51,6 +55,34 @@ QWidget *DocumentPickerUnavailableViewController::loadView()
     message->setWordWrap(true);
     message->setAlignment(Qt::AlignCenter);
     layout->addWidget(message);
+
+    // with a server account whose password the server refused, say so: signing in again helps
+    const std::optional<RemoteAccount> account = RemoteAccount::current();
+    if (account && RemoteAccount::needsSignIn()) {
+        auto *refused = new QLabel(LocalizedString::localized(QStringLiteral("The server did not accept the password of "
+                                                                             "%1. Connect again to keep your documents "
+                                                                             "up to date."))
+                                       .arg(account->user),
+                                   root);
+        refused->setObjectName(QStringLiteral("signInAgainMessage"));
+        refused->setWordWrap(true);
+        refused->setAlignment(Qt::AlignCenter);
+        refused->setStyleSheet(QStringLiteral("color: %1;").arg(SystemColor::systemRedColor().name()));
+        layout->addWidget(refused);
+    }
+    auto *connectButton = new QPushButton(LocalizedString::localized(QStringLiteral("Connect to a Server…")), root);
+    connectButton->setObjectName(QStringLiteral("connectToServerButton"));
+    connectButton->setMinimumHeight(44);
+    connectButton->setFlat(true);
+    connectButton->setStyleSheet(QStringLiteral("QPushButton { color: %1; font-weight: 600; }").arg(SystemColor::systemBlueColor().name()));
+    connect(connectButton, &QPushButton::clicked, this, [this, account] {
+        auto *form = new ConnectServerViewController;
+        if (account) {
+            form->setAccount(account->server.toString(), account->user);
+        }
+        presentViewController(form, true);
+    });
+    layout->addWidget(connectButton, 0, Qt::AlignHCenter);
     layout->addStretch(3);
     return root;
 }
