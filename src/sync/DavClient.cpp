@@ -249,6 +249,9 @@ DavError DavClient::checkFolder()
     }
     DavError error;
     const auto resources = list({}, 0, &error);
+    if (error.kind == DavError::Kind::Refused && error.httpStatus == 400) {
+        error.kind = DavError::Kind::NotWebDav; // a file's address asked as a folder
+    }
     if (error) {
         return error;
     }

@@ -2,6 +2,7 @@
 
 #include <QCoreApplication>
 #include <QFileInfo>
+#include <QStringList>
 #include <QStandardPaths>
 
 QString CompanionProgram::find(const QString &name, const char *overrideVariable)
@@ -10,7 +11,7 @@ QString CompanionProgram::find(const QString &name, const char *overrideVariable
         return chosen;
     }
     const QString dir = QCoreApplication::applicationDirPath();
-    for (const QString &candidate : {dir + QLatin1Char('/') + name, dir + QStringLiteral("/../tools/") + name}) {
+    for (const QString &candidate : QStringList{dir + QLatin1Char('/') + name, dir + QStringLiteral("/../tools/") + name}) {
         if (QFileInfo(candidate).isExecutable()) {
             return QFileInfo(candidate).canonicalFilePath();
         }

@@ -2,12 +2,12 @@
 
 #include "platform/ui/ViewController.h"
 
+#include <QLabel>
+#include <QLineEdit>
 #include <QPointer>
+#include <QPushButton>
 
-class QLabel;
-class QLineEdit;
 class QProcess;
-class QPushButton;
 
 /// "Connect to a Server…": the server address, user name and password of a WebDAV account,
 /// checked against the server before they are accepted. The check and the sign-in are the
