@@ -216,8 +216,16 @@ std::optional<QList<DavResource>> DavClient::readListing(QNetworkReply *reply, D
                              .arg(reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt());
         return std::nullopt;
     }
+    const QByteArray body = reply->readAll();
+    // a connection dropped half-way is a network failure, not a broken answer
+    if (const QVariant length = reply->header(QNetworkRequest::ContentLengthHeader);
+        length.isValid() && length.toLongLong() != body.size()) {
+        error->kind = DavError::Kind::Unreachable;
+        error->message = QStringLiteral("(the connection dropped after %1 of %2 bytes)").arg(body.size()).arg(length.toLongLong());
+        return std::nullopt;
+    }
     QString parseError;
-    auto resources = MultistatusParser::parse(reply->readAll(), m_folder, reply->url(), &parseError, refused);
+    auto resources = MultistatusParser::parse(body, m_folder, reply->url(), &parseError, refused);
     if (!resources) {
         error->kind = DavError::Kind::BadAnswer;
         error->message = QStringLiteral("(%1)").arg(parseError);

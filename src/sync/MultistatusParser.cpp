@@ -65,7 +65,7 @@ void readProp(QXmlStreamReader &reader, DavResource &resource)
         } else if (dav && name == QLatin1String("getcontentlength")) {
             bool ok = false;
             const qint64 size = elementText(reader).trimmed().toLongLong(&ok);
-            resource.size = ok ? size : -2; // -2: sent but unreadable, refused below
+            resource.size = ok && size >= 0 ? size : -2; // -2: sent but unusable, refused below
         } else if (dav && name == QLatin1String("getlastmodified")) {
             resource.modified = HttpDate::parse(elementText(reader).toLatin1());
         } else if (dav && name == QLatin1String("getcontenttype")) {
@@ -152,7 +152,9 @@ std::optional<QString> MultistatusParser::relativePath(const QUrl &url, const QU
     for (qsizetype i = baseSegments.size(); i < segments.size(); ++i) {
         const QByteArray &name = segments.at(i);
         if (name == "." || name == ".." || name.contains('/') || name.contains('\0')) {
-            *reason = QStringLiteral("its name \"%1\" cannot be a file's name").arg(FilePath::displayName(FilePath::decode(name)));
+            // a NUL shown as such would cut the message short wherever it goes
+            const QString shown = FilePath::displayName(FilePath::decode(name)).replace(QChar(0), QStringLiteral("\\0"));
+            *reason = QStringLiteral("its name \"%1\" cannot be a file's name").arg(shown);
             return std::nullopt;
         }
         names << FilePath::decode(name);

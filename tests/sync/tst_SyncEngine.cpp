@@ -3,6 +3,7 @@
 #include "platform/drive/PromisePlaceholder.h"
 #include "platform/foundation/FilePath.h"
 #include "support/LogSpy.h"
+#include "support/ScriptedHttpServer.h"
 #include "support/TestDrive.h"
 #include "support/WebDavTestServer.h"
 #include "sync/DavClient.h"
@@ -68,6 +69,13 @@ private:
             return record.value(QStringLiteral("Level")).toInt() == level
                 && record.value(QStringLiteral("Message")).contains(text);
         });
+    }
+
+    static QByteArray multistatusAnswer(const QByteArray &responses)
+    {
+        const QByteArray body = R"(<?xml version="1.0"?><d:multistatus xmlns:d="DAV:">)" + responses + "</d:multistatus>";
+        return "HTTP/1.1 207 Multi-Status\r\nContent-Type: application/xml\r\nContent-Length: "
+            + QByteArray::number(body.size()) + "\r\n\r\n" + body;
     }
 
     static std::optional<PromisePlaceholder> placeholderAt(const QString &path)
@@ -264,6 +272,86 @@ private slots:
         DavError error;
         QVERIFY(!client.list({}, 1, &error));
         QCOMPARE(error.kind, DavError::Kind::TooLarge);
+    }
+
+    void badAnswersFailTheRunAndChangeNothing_data()
+    {
+        QTest::addColumn<QByteArray>("answer");
+        QTest::addColumn<qint64>("dropAfter");
+        QTest::addColumn<qint64>("endless");
+        QTest::addColumn<QString>("kind");
+        const QByteArray good = multistatusAnswer(
+            "<d:response><d:href>/</d:href><d:propstat><d:prop><d:resourcetype><d:collection/></d:resourcetype></d:prop>"
+            "<d:status>HTTP/1.1 200 OK</d:status></d:propstat></d:response>"
+            "<d:response><d:href>/New.txt</d:href><d:propstat><d:prop><d:getcontentlength>3</d:getcontentlength>"
+            "</d:prop><d:status>HTTP/1.1 200 OK</d:status></d:propstat></d:response>");
+        QTest::newRow("malformed") << multistatusAnswer("<d:response><d:href>/x</d:propstat>") << qint64(-1) << qint64(0)
+                                   << QStringLiteral("bad answer");
+        QTest::newRow("dropped half-way") << good << qint64(good.size() - 40) << qint64(0) << QStringLiteral("unreachable");
+        QTest::newRow("5xx") << QByteArray("HTTP/1.1 503 Service Unavailable\r\nContent-Length: 0\r\n\r\n") << qint64(-1)
+                             << qint64(0) << QStringLiteral("server error");
+        QTest::newRow("401") << QByteArray("HTTP/1.1 401 Unauthorized\r\nContent-Length: 0\r\n\r\n") << qint64(-1)
+                             << qint64(0) << QStringLiteral("unauthorized");
+        QTest::newRow("100 MB answer") << QByteArray() << qint64(-1) << qint64(100 * 1024 * 1024)
+                                       << QStringLiteral("answer too large");
+        QTest::newRow("not a multistatus") << QByteArray("HTTP/1.1 200 OK\r\nContent-Length: 5\r\n\r\nhello") << qint64(-1)
+                                           << qint64(0) << QStringLiteral("not a WebDAV folder");
+    }
+    void badAnswersFailTheRunAndChangeNothing()
+    {
+        QFETCH(QByteArray, answer);
+        QFETCH(qint64, dropAfter);
+        QFETCH(qint64, endless);
+        QFETCH(QString, kind);
+        ScriptedHttpServer server;
+        QVERIFY(server.start());
+        server.setAnswer(answer);
+        server.dropAfter(dropAfter);
+        server.sendEndless(endless);
+        freshStart(m_apache.get(), "bad");
+        QVERIFY(TestDrive::writeFile(m_drive.path(QStringLiteral("Mine.txt")), "mine"));
+        DavClient client(server.url(), QStringLiteral("alice"), QStringLiteral("pw"));
+        SyncJournal journal(DriveLayout::syncJournalFile());
+        QString error;
+        QVERIFY(journal.open(&error));
+        LogSpy::clear();
+        const SyncOutcome outcome = SyncEngine(&client, &journal).run();
+        QVERIFY(!outcome.succeeded);
+        QCOMPARE(outcome.errorKind, kind);
+        QVERIFY(logged(LOG_ERR, QStringLiteral("Sync with %1 failed: ").arg(server.url().toDisplayString())));
+        QCOMPARE(QDir(m_drive.root()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
+                 QStringList{QStringLiteral("Mine.txt")});
+        QCOMPARE(TestDrive::readFile(m_drive.path(QStringLiteral("Mine.txt"))), QByteArray("mine"));
+    }
+
+    void hostileItemsAreRefusedAndTheRestArrives()
+    {
+        ScriptedHttpServer server;
+        QVERIFY(server.start());
+        const auto item = [](const QByteArray &href) -> QByteArray {
+            return "<d:response><d:href>" + href + "</d:href><d:propstat><d:prop><d:getcontentlength>3</d:getcontentlength>"
+                   "</d:prop><d:status>HTTP/1.1 200 OK</d:status></d:propstat></d:response>";
+        };
+        server.setAnswer(multistatusAnswer(
+            "<d:response><d:href>/</d:href><d:propstat><d:prop><d:resourcetype><d:collection/></d:resourcetype></d:prop>"
+            "<d:status>HTTP/1.1 200 OK</d:status></d:propstat></d:response>"
+            + item("/../../etc/passwd") + item("http://evil.example/x.txt") + item("/a%2Fb.txt") + item("/nul%00.txt")
+            + item("/.Sneaky.txt.promise") + item("/Fine.txt")
+            + "<d:response><d:href>/Huge.bin</d:href><d:propstat><d:prop><d:getcontentlength>-1</d:getcontentlength>"
+              "</d:prop><d:status>HTTP/1.1 200 OK</d:status></d:propstat></d:response>"));
+        freshStart(m_apache.get(), "hostile");
+        DavClient client(server.url(), QStringLiteral("alice"), QStringLiteral("pw"));
+        SyncJournal journal(DriveLayout::syncJournalFile());
+        QString error;
+        QVERIFY(journal.open(&error));
+        LogSpy::clear();
+        const SyncOutcome outcome = SyncEngine(&client, &journal).run();
+        QVERIFY2(outcome.succeeded, qPrintable(outcome.error));
+        QVERIFY2(outcome.refused.size() == 6, qPrintable(outcome.refused.join(QLatin1Char('\n'))));
+        QCOMPARE(outcome.changes, 1);
+        QVERIFY(logged(LOG_WARNING, QStringLiteral("Refusing the server's item")));
+        QCOMPARE(QDir(m_drive.root()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
+                 QStringList{QStringLiteral(".Fine.txt.promise")});
     }
 
     void aServerThatIsDownConcludesNothing()
