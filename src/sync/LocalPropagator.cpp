@@ -59,12 +59,18 @@ PromisePlaceholder placeholderFor(const DavResource &remote, const QString &stor
 }
 
 /// The item's folder must really be the drive's: a link planted on the way would lead out.
-bool folderIsInDrive(const QString &localPath, QString *error)
+bool folderIsInDrive(const QString &localPath, QString *error, QSet<QString> *checked = nullptr)
 {
-    const QString folder = QFileInfo(localPath).path();
+    const QString folder = localPath.left(localPath.lastIndexOf(QLatin1Char('/')));
+    if (checked && checked->contains(folder)) {
+        return true;
+    }
     if (!kd_isInMobileDocuments(QUrl::fromLocalFile(folder + QLatin1Char('/')))) {
         *error = QStringLiteral("its folder is not inside the drive");
         return false;
+    }
+    if (checked) {
+        checked->insert(folder);
     }
     return true;
 }
@@ -263,7 +269,7 @@ LocalItem LocalPropagator::localItemAt(const QString &localPath)
     return item;
 }
 
-bool LocalPropagator::apply(const SyncAction &action, SyncRecord *record, QString *error)
+bool LocalPropagator::apply(const SyncAction &action, SyncRecord *record, QString *error, QSet<QString> *checkedFolders)
 {
     QString reason;
     const std::optional<QString> local = RemoteMapping::localPathFor(action.path, &reason);
@@ -271,7 +277,7 @@ bool LocalPropagator::apply(const SyncAction &action, SyncRecord *record, QStrin
         *error = reason;
         return false;
     }
-    if (action.kind != Kind::Forget && action.kind != Kind::Nothing && !folderIsInDrive(*local, error)) {
+    if (action.kind != Kind::Forget && action.kind != Kind::Nothing && !folderIsInDrive(*local, error, checkedFolders)) {
         return false;
     }
     if (action.base) {

@@ -3,6 +3,7 @@
 #include "sync/LocalItem.h"
 #include "sync/SyncAction.h"
 
+#include <QSet>
 #include <QString>
 
 /// Carries a sync run's decisions out on the device. Every step re-checks the item right before
@@ -18,6 +19,7 @@ public:
     static LocalItem localItemAt(const QString &localPath);
 
     /// Applies `action`; the record the journal keeps afterwards is in `record` (empty key:
-    /// forget it). False with `error` set when the device was left as it was.
-    static bool apply(const SyncAction &action, SyncRecord *record, QString *error);
+    /// forget it). False with `error` set when the device was left as it was. `checkedFolders`
+    /// holds the folders found inside the drive so far in this run: each is checked once.
+    static bool apply(const SyncAction &action, SyncRecord *record, QString *error, QSet<QString> *checkedFolders = nullptr);
 };

@@ -114,6 +114,7 @@ SyncOutcome SyncEngine::run()
         outcome.ended = QDateTime::currentDateTimeUtc();
         return outcome;
     }
+    QSet<QString> checkedFolders;
     for (const SyncAction &action : std::as_const(actions)) {
         if (action.kind == Kind::KeepLocal) {
             DRLog(LOG_NOTICE, "Leaving \"%@\" as it is on the device: %@", action.path, action.reason);
@@ -122,7 +123,7 @@ SyncOutcome SyncEngine::run()
         SyncRecord record;
         QString failure;
         // every item is attempted: one failure must not strand the rest
-        if (!LocalPropagator::apply(action, &record, &failure)) {
+        if (!LocalPropagator::apply(action, &record, &failure, &checkedFolders)) {
             outcome.failures << QStringLiteral("\"%1\": %2").arg(action.path, failure);
             DRLog(LOG_ERR, "Cannot bring \"%@\" from the server: %@", action.path, failure);
             continue;

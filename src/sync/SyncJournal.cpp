@@ -41,6 +41,8 @@ SyncJournal::SyncJournal(const QString &file)
 
 SyncJournal::~SyncJournal()
 {
+    m_deleteOther.reset();
+    m_insert.reset();
     {
         QSqlDatabase db = QSqlDatabase::database(m_connection, false);
         if (db.isOpen()) {
@@ -138,11 +140,29 @@ void SyncJournal::rollback()
 
 bool SyncJournal::put(const SyncRecord &record)
 {
+    const auto run = [this](std::unique_ptr<QSqlQuery> &query, const char *statement, const QVariantList &values) {
+        if (!query) {
+            query = std::make_unique<QSqlQuery>(QSqlDatabase::database(m_connection, false));
+            if (!query->prepare(QString::fromLatin1(statement))) {
+                m_lastError = query->lastError().text();
+                query.reset();
+                return false;
+            }
+        }
+        for (qsizetype i = 0; i < values.size(); ++i) {
+            query->bindValue(int(i), values.at(i));
+        }
+        if (!query->exec()) {
+            m_lastError = query->lastError().text();
+            return false;
+        }
+        return true;
+    };
     // a path is one item's: an older record under the same path (a key replaced) gives way
-    return exec(QStringLiteral("DELETE FROM items WHERE path = ? AND storeKey != ?"), {record.path, record.storeKey})
-        && exec(QStringLiteral("INSERT OR REPLACE INTO items VALUES (?, ?, ?, ?, ?, ?, ?)"),
-                {record.storeKey, record.path, record.isFolder ? 1 : 0, notNull(record.version), record.size,
-                 record.modifiedMs, notNull(record.contentType)});
+    return run(m_deleteOther, "DELETE FROM items WHERE path = ? AND storeKey != ?", {record.path, record.storeKey})
+        && run(m_insert, "INSERT OR REPLACE INTO items VALUES (?, ?, ?, ?, ?, ?, ?)",
+               {record.storeKey, record.path, record.isFolder ? 1 : 0, notNull(record.version), record.size,
+                record.modifiedMs, notNull(record.contentType)});
 }
 
 bool SyncJournal::remove(const QString &storeKey)

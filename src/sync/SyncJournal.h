@@ -5,7 +5,10 @@
 #include <QHash>
 #include <QString>
 
+#include <memory>
 #include <optional>
+
+class QSqlQuery;
 
 /// The sync service's memory of the last sync (`Service/sync.db`): one record per item, keyed
 /// by its store key; a few named values; and the partly received downloads. SQLite through Qt's
@@ -47,6 +50,9 @@ public:
 private:
     bool exec(const QString &statement, const QVariantList &values = {});
 
+    /// The statements of `put`, prepared once: a first sync records thousands of items.
+    std::unique_ptr<QSqlQuery> m_deleteOther;
+    std::unique_ptr<QSqlQuery> m_insert;
     QString m_file;
     QString m_connection;
     mutable QString m_lastError;

@@ -34,10 +34,14 @@ struct SyncService::Download {
     qint64 total = -1;
     qint64 received = 0;
     QElapsedTimer sinceProgress;
+    QByteArray buffer;
     bool cancelled = false;
 };
 
 namespace {
+
+/// What is read from the network at a time, and held before it is written.
+constexpr qint64 readBufferSize = 4 * 1024 * 1024;
 
 /// At most this many progress messages a second.
 constexpr int progressPerSecond = 10;
@@ -325,17 +329,26 @@ void SyncService::materialize(QLocalSocket *socket, qint64 id, const QString &st
             download->received = 0;
         }
     });
+    reply->setReadBufferSize(readBufferSize); // a slow disk holds the network back, not memory
     connect(reply, &QNetworkReply::readyRead, this, [download, reply] {
         const int status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
         if (status != 200 && status != 206) {
             return;
         }
-        const QByteArray bytes = reply->readAll();
-        if (download->file->write(bytes) != bytes.size()) {
-            reply->abort();
-            return;
+        // one buffer for the whole download: a fresh one per piece would be mapped and
+        // unmapped by the allocator, page by page
+        download->buffer.resize(readBufferSize);
+        while (reply->bytesAvailable() > 0) {
+            const qint64 n = reply->read(download->buffer.data(), download->buffer.size());
+            if (n <= 0) {
+                break;
+            }
+            if (download->file->write(download->buffer.constData(), n) != n) {
+                reply->abort();
+                return;
+            }
+            download->received += n;
         }
-        download->received += bytes.size();
         if (download->sinceProgress.elapsed() >= 1000 / progressPerSecond) {
             download->sinceProgress.restart();
             send(download->socket, QJsonObject{{QStringLiteral("id"), download->id},
