@@ -329,7 +329,7 @@ void SyncService::materialize(QLocalSocket *socket, qint64 id, const QString &st
             download->received = 0;
         }
     });
-    reply->setReadBufferSize(readBufferSize); // a slow disk holds the network back, not memory
+    reply->setReadBufferSize(4 * readBufferSize); // a slow disk holds the network back, not memory
     connect(reply, &QNetworkReply::readyRead, this, [download, reply] {
         const int status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
         if (status != 200 && status != 206) {
