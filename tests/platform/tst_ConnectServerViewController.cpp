@@ -124,6 +124,26 @@ private slots:
         QVERIFY(!file.readAll().contains(m_server.password().toUtf8()));
     }
 
+    void theScreenGoingAwayMidCheckLetsTheSignInFinish()
+    {
+        // the account written by the sign-in rebuilds the app's screens before the control
+        // program ends: the form goes while its check still runs
+        QFile::remove(DriveLayout::accountFile());
+        stopService();
+        auto form = std::make_unique<ConnectServerViewController>();
+        form->view();
+        form->serverField()->setText(m_server.url().toString());
+        form->userField()->setText(m_server.user());
+        form->passwordField()->setText(m_server.password());
+        QTest::mouseClick(form->connectButton(), Qt::LeftButton);
+        QVERIFY(form->isChecking());
+        form.reset();
+        QTRY_VERIFY_WITH_TIMEOUT(RemoteAccount::current().has_value(), 30000);
+        // the service got the password all the same: it syncs
+        QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(DriveLayout::syncStatusFile()), 30000);
+        QTest::qWait(500); // the control program's last steps
+    }
+
     void theSignedOutScreenOffersToConnectAndSaysWhenThePasswordWasRefused()
     {
         QVERIFY(RemoteAccount::current());

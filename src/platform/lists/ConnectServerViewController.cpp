@@ -21,9 +21,12 @@ ConnectServerViewController::ConnectServerViewController(QObject *parent)
 
 ConnectServerViewController::~ConnectServerViewController()
 {
+    // the sign-in goes on to its end without the screen: the account it wrote signs the drive
+    // in (which is what takes this screen away), and its password still has to be kept
     if (m_process) {
-        m_process->kill();
-        m_process->waitForFinished(1000);
+        m_process->disconnect(this);
+        m_process->setParent(nullptr);
+        connect(m_process, &QProcess::finished, m_process, &QObject::deleteLater);
     }
 }
 
