@@ -27,6 +27,7 @@
 #include <QApplication>
 #include <QDeadlineTimer>
 #include <QDir>
+#include <QPushButton>
 #include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
@@ -328,6 +329,19 @@ bool tourInSize(const QString &directory, const QString &sizeName, const QSize &
         QFile::remove(DriveLayout::accountFile());
         browser->setupInitialViewController();
         ok &= snap(&window, directory, prefix + QStringLiteral("21-drive-disabled"));
+        // the way to a server of one's own, from the signed-out screen
+        if (auto *connectButton = window.findChild<QPushButton *>(QStringLiteral("connectToServerButton"))) {
+            connectButton->click();
+            settle();
+            if (QWidget *form = window.findChild<QWidget *>(QStringLiteral("connectServer"))) {
+                form->findChild<QLineEdit *>(QStringLiteral("serverField"))
+                    ->setText(QStringLiteral("https://cloud.example.org/remote.php/dav/files/alice/"));
+                form->findChild<QLineEdit *>(QStringLiteral("userField"))->setText(QStringLiteral("alice"));
+                ok &= snap(&window, directory, prefix + QStringLiteral("22-connect-to-server"));
+                form->findChild<QPushButton *>(QStringLiteral("cancelButton"))->click();
+                settle();
+            }
+        }
         if (account.open(QIODevice::WriteOnly)) {
             account.write(accountData);
             account.close();

@@ -45,7 +45,13 @@ QWidget *ConnectServerViewController::loadView()
     auto *root = new QWidget;
     root->setObjectName(QStringLiteral("connectServer"));
     root->setAutoFillBackground(true);
-    auto *layout = new QVBoxLayout(root);
+    // a form of a readable width, centred on a tablet; the whole width on a phone
+    auto *centring = new QHBoxLayout(root);
+    centring->setContentsMargins(0, 0, 0, 0);
+    auto *column = new QWidget(root);
+    column->setMaximumWidth(560);
+    centring->addWidget(column);
+    auto *layout = new QVBoxLayout(column);
     layout->setContentsMargins(24, 24, 24, 24);
     layout->setSpacing(12);
 
