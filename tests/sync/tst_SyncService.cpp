@@ -139,6 +139,16 @@ private slots:
         QVERIFY(PromisePlaceholder::isPromisedItem(m_drive.path(QStringLiteral("Later.txt"))));
     }
 
+    void theAppBecomingActiveBringsRemoteChangesAtOnce()
+    {
+        QCOMPARE(m_server.put(QStringLiteral("Active.txt"), "seen when the app opens"), 201);
+        QString error;
+        const auto watch = SyncServiceClient::connect(&error, false);
+        QVERIFY(watch);
+        QVERIFY(watch->post(QJsonObject{{QStringLiteral("op"), QStringLiteral("watch")}}));
+        QTRY_VERIFY_WITH_TIMEOUT(PromisePlaceholder::isPromisedItem(m_drive.path(QStringLiteral("Active.txt"))), 20000);
+    }
+
     void aBigDownloadReportsProgressIsCancelledAndResumes()
     {
         QByteArray big(100 * 1024 * 1024, Qt::Uninitialized);
@@ -150,6 +160,27 @@ private slots:
         const QString path = m_drive.path(QStringLiteral("Big.bin"));
         const QString storeKey = PromisePlaceholder::read(PromisePlaceholder::placeholderPathFor(path), nullptr)->storeKey;
         const QString partial = DriveLayout::partialDownloadsPath() + QLatin1Char('/') + storeKey;
+
+        // the service reports progress as the bytes arrive, rising to the whole
+        {
+            QString error;
+            const auto client = SyncServiceClient::connect(&error, false);
+            QVERIFY(client);
+            QList<qint64> progress;
+            const auto answer = client->materialize(
+                storeKey, [&progress](qint64 done, qint64 total) {
+                    QCOMPARE(total, qint64(100 * 1024 * 1024));
+                    progress << done;
+                },
+                nullptr, &error);
+            QVERIFY2(answer, qPrintable(error));
+            QVERIFY(answer->value(QStringLiteral("done")).toBool());
+            QCOMPARE(answer->value(QStringLiteral("progress")).toInteger(), 100 * 1024 * 1024);
+            QVERIFY(std::is_sorted(progress.cbegin(), progress.cend()));
+            QCOMPARE(QFileInfo(answer->value(QStringLiteral("file")).toString()).size(), 100 * 1024 * 1024);
+            QFile::remove(answer->value(QStringLiteral("file")).toString());
+            QVERIFY(PromisePlaceholder::isPromisedItem(path)); // only the app gives it its name
+        }
 
         // cancelled once some of it has arrived
         CancellationToken cancel;
