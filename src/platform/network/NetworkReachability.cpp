@@ -2,12 +2,14 @@
 
 #include "platform/drive/DriveLayout.h"
 #include "platform/drive/DriveServiceMonitor.h"
+#include "platform/drive/RemoteAccount.h"
 #include "platform/drive/ServiceFile.h"
 #include "platform/foundation/DispatchQueue.h"
 #include "platform/foundation/NotificationCenter.h"
 
 #include <QCoreApplication>
 #include <QFile>
+#include <QHostAddress>
 #include <QNetworkInformation>
 
 namespace {
@@ -35,6 +37,11 @@ bool systemLinkIsCellular()
     const QNetworkInformation *information = QNetworkInformation::instance();
     return information && information->supports(QNetworkInformation::Feature::TransportMedium)
         && information->transportMedium() == QNetworkInformation::TransportMedium::Cellular;
+}
+
+bool isOnThisMachine(const QString &host)
+{
+    return host.compare(QLatin1String("localhost"), Qt::CaseInsensitive) == 0 || QHostAddress(host).isLoopback();
 }
 
 } // namespace
@@ -89,11 +96,13 @@ bool NetworkReachability::setDispatchQueue(DispatchQueue *queue)
             if (!information || !context) {
                 return;
             }
-            QObject::connect(information, &QNetworkInformation::transportMediumChanged, context, [weakSelf] {
+            const auto again = [weakSelf] {
                 if (const auto self = weakSelf.lock()) {
                     self->reevaluate();
                 }
-            });
+            };
+            QObject::connect(information, &QNetworkInformation::transportMediumChanged, context, again);
+            QObject::connect(information, &QNetworkInformation::reachabilityChanged, context, again);
             if (const auto self = weakSelf.lock()) {
                 self->reevaluate();
             }
@@ -114,6 +123,15 @@ quint32 NetworkReachability::currentFlags() const
     }
     if (override == "wifi") {
         return ReachabilityFlag::Reachable;
+    }
+    // with a server behind the drive, it is the server's host that must be reached: one on this
+    // machine always is, another one needs a link to the network
+    if (const std::optional<RemoteAccount> account = RemoteAccount::current(); account && !isOnThisMachine(account->server.host())) {
+        const QNetworkInformation *information = QNetworkInformation::instance();
+        if (information && information->supports(QNetworkInformation::Feature::Reachability)
+            && information->reachability() == QNetworkInformation::Reachability::Disconnected) {
+            return 0;
+        }
     }
     // the drive's endpoint is its local store: always reachable
     return ReachabilityFlag::Reachable | (systemLinkIsCellular() ? ReachabilityFlag::IsWWAN : 0);

@@ -19,7 +19,9 @@ constexpr quint32 IsWWAN = 0x40000; // over cellular
 /// Whether a host can be reached and how. The host is the drive service's endpoint: its local
 /// store is always reachable, unless the service's network override (`Service/network`:
 /// wifi | cellular | offline) says otherwise; without an override the link's medium comes from
-/// the system (QNetworkInformation: cellular or not).
+/// the system (QNetworkInformation: cellular or not). With a server behind the drive, the
+/// server's host decides: one on this machine is always reachable, another one not while the
+/// system has no link to any network.
 ///
 /// Once a callback and a queue are set, the callback runs on that queue with the current flags,
 /// and again whenever they change (the override written by another process, the system's
