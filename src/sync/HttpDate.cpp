@@ -16,8 +16,51 @@ QDateTime asUtc(QDateTime date)
 
 } // namespace
 
+namespace {
+
+/// The form nearly every server sends, "Sun, 22 Nov 2026 18:33:39 GMT", read by position: a
+/// listing of thousands of documents has as many dates, and the general reader goes through
+/// the local time zone for each.
+QDateTime parseImfFixdate(QByteArrayView text)
+{
+    if (text.size() != 29 || text.at(3) != ',' || text.at(4) != ' ' || text.at(7) != ' ' || text.at(11) != ' '
+        || text.at(16) != ' ' || text.at(19) != ':' || text.at(22) != ':' || text.sliced(25) != " GMT") {
+        return {};
+    }
+    static const char months[] = "JanFebMarAprMayJunJulAugSepOctNovDec";
+    const QByteArrayView month = text.sliced(8, 3);
+    int monthNumber = 0;
+    for (int m = 0; m < 12; ++m) {
+        if (month == QByteArrayView(months + 3 * m, 3)) {
+            monthNumber = m + 1;
+        }
+    }
+    const auto number = [&text](qsizetype from, qsizetype length) {
+        int value = 0;
+        for (qsizetype i = from; i < from + length; ++i) {
+            const char c = text.at(i);
+            if (c < '0' || c > '9') {
+                return -1;
+            }
+            value = value * 10 + (c - '0');
+        }
+        return value;
+    };
+    const QDate date(number(12, 4), monthNumber, number(5, 2));
+    const QTime time(number(17, 2), number(20, 2), number(23, 2));
+    if (monthNumber == 0 || !date.isValid() || !time.isValid()) {
+        return {};
+    }
+    return QDateTime(date, time, QTimeZone::utc());
+}
+
+} // namespace
+
 QDateTime HttpDate::parse(const QByteArray &text)
 {
+    if (const QDateTime fixed = parseImfFixdate(QByteArrayView(text).trimmed()); fixed.isValid()) {
+        return fixed;
+    }
     const QString trimmed = QString::fromLatin1(text.trimmed()).simplified();
     if (trimmed.isEmpty()) {
         return {};

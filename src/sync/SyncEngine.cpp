@@ -83,12 +83,18 @@ SyncOutcome SyncEngine::run()
     const QHash<QString, SyncRecord> base = m_journal->records();
     QList<SyncAction> actions;
     const auto consider = [&](const QString &path) {
+        const auto baseIt = base.constFind(path);
+        const auto remoteIt = remote->constFind(path);
+        // a document the server did not change needs nothing from this run, whatever the device
+        // did with it (sending the device's changes is not this run's work): no look at the disk
+        if (baseIt != base.cend() && remoteIt != remote->cend() && !baseIt->isFolder && !remoteIt->isCollection
+            && baseIt->version == remoteIt->version()) {
+            return;
+        }
         const std::optional<QString> local = RemoteMapping::localPathFor(path);
         if (!local) {
             return;
         }
-        const auto baseIt = base.constFind(path);
-        const auto remoteIt = remote->constFind(path);
         SyncAction action = Reconciler::decide(baseIt == base.cend() ? std::nullopt : std::optional(*baseIt),
                                                LocalPropagator::localItemAt(*local),
                                                remoteIt == remote->cend() ? std::nullopt : std::optional(*remoteIt), path);
