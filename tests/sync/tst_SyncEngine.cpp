@@ -176,6 +176,21 @@ private slots:
         QVERIFY(PromisePlaceholder::isPromisedItem(m_drive.path(QStringLiteral("Keep.txt"))));
     }
 
+    void tagsKeptOnTheServerReachThePlaceholder()
+    {
+        WebDavTestServer *dav = m_apache.get();
+        const QString top = freshStart(dav, "tags");
+        QCOMPARE(dav->put(top + QStringLiteral("/Tagged.txt"), "t"), 201);
+        QCOMPARE(dav->request("PROPPATCH", top + QStringLiteral("/Tagged.txt"),
+                              R"(<?xml version="1.0"?><d:propertyupdate xmlns:d="DAV:" xmlns:a="urn:x-aerova:">)"
+                              "<d:set><d:prop><a:tags>Red,Work</a:tags></d:prop></d:set></d:propertyupdate>",
+                              {{"Content-Type", "application/xml"}}),
+                 207);
+        QVERIFY(sync(dav, top).succeeded);
+        QCOMPARE(placeholderAt(m_drive.path(QStringLiteral("Tagged.txt")))->tags,
+                 (QStringList{QStringLiteral("Red"), QStringLiteral("Work")}));
+    }
+
     void aDocumentOfTheDeviceIsNeverReplacedOrRemoved()
     {
         WebDavTestServer *dav = m_apache.get();

@@ -132,6 +132,42 @@ private slots:
         QVERIFY(!QFileInfo::exists(PromisePlaceholder::placeholderPathFor(path)));
     }
 
+    void aDownloadedCopyOfADocumentChangedOnTheServerBecomesAPromiseOfTheNewVersion()
+    {
+        const QString path = m_drive.path(QStringLiteral("Hello.txt"));
+        QCOMPARE(TestDrive::readFile(path), QByteArray("hello from the server"));
+        QVERIFY(m_server.put(QStringLiteral("Hello.txt"), "a new version, longer") / 100 == 2);
+        QVERIFY(syncNow());
+        QVERIFY(PromisePlaceholder::isPromisedItem(path));
+        QCOMPARE(PromisePlaceholder::read(PromisePlaceholder::placeholderPathFor(path), nullptr)->size, 21);
+        QVERIFY(!PromiseStore::materialize(path, nullptr));
+        QCOMPARE(TestDrive::readFile(path), QByteArray("a new version, longer"));
+    }
+
+    void anEditedCopyIsNeverReplacedByTheServersVersion()
+    {
+        const QString path = m_drive.path(QStringLiteral("Hello.txt"));
+        QVERIFY(TestDrive::writeFile(path, "edited on the device"));
+        QVERIFY(m_server.put(QStringLiteral("Hello.txt"), "and changed on the server") / 100 == 2);
+        QVERIFY(syncNow());
+        QCOMPARE(TestDrive::readFile(path), QByteArray("edited on the device"));
+    }
+
+    void anotherUserOrServerIsAnotherIdentity()
+    {
+        const std::optional<UbiquityIdentityToken> current = DriveFileManager::ubiquityIdentityToken();
+        QVERIFY(current);
+        const RemoteAccount signedIn{m_server.url(), m_server.user()};
+        const RemoteAccount otherUser{m_server.url(), QStringLiteral("bob")};
+        const RemoteAccount otherServer{QUrl(QStringLiteral("https://cloud.example.org/dav/")), m_server.user()};
+        QVERIFY(otherUser.identity() != signedIn.identity());
+        QVERIFY(otherServer.identity() != signedIn.identity());
+        QVERIFY(otherUser.signIn());
+        QVERIFY(DriveFileManager::ubiquityIdentityToken() != current);
+        QVERIFY(signedIn.signIn());
+        QCOMPARE(DriveFileManager::ubiquityIdentityToken(), current);
+    }
+
     void remoteChangesReachTheDeviceWithoutARestart()
     {
         QCOMPARE(m_server.put(QStringLiteral("Later.txt"), "later"), 201);
