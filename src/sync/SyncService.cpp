@@ -124,6 +124,9 @@ bool SyncService::start(QString *error)
     m_thread.setObjectName(QStringLiteral("sync"));
     m_thread.start();
     m_pollTimer.start();
+    if (!m_hasPassword) {
+        writeStatusFile(); // the app shows the drive signed out until a sign-in brings one
+    }
     syncNow();
     return true;
 }
@@ -162,7 +165,7 @@ QJsonObject SyncService::status() const
     QJsonObject status{{QStringLiteral("server"), m_folder.toDisplayString()}, {QStringLiteral("user"), m_user}};
     if (!m_hasPassword) {
         status.insert(QStringLiteral("result"), QStringLiteral("waiting for the password: sign in again"));
-        status.insert(QStringLiteral("errorKind"), QStringLiteral("unauthorized"));
+        status.insert(QStringLiteral("errorKind"), QStringLiteral("password needed"));
     } else if (m_lastOutcome.ended.isValid()) {
         status.insert(QStringLiteral("lastSync"), m_lastOutcome.ended.toString(Qt::ISODate));
         status.insert(QStringLiteral("result"), m_lastOutcome.succeeded ? QStringLiteral("ok") : m_lastOutcome.error);

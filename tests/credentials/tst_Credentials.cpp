@@ -1,12 +1,15 @@
 #include "credentials/Credentials.h"
+#include "platform/drive/DriveFileManager.h"
 #include "platform/drive/DriveLayout.h"
 #include "platform/drive/RemoteAccount.h"
 #include "platform/drive/SyncServiceClient.h"
+#include "platform/lists/DocumentPickerUnavailableViewController.h"
 #include "support/TestDrive.h"
 #include "support/WebDavTestServer.h"
 
 #include <QFile>
 #include <QJsonObject>
+#include <QLabel>
 #include <QProcess>
 #include <QTest>
 
@@ -92,11 +95,28 @@ private slots:
         // the service got it all the same, and syncs with it
         const QString item = m_drive.path(QStringLiteral(".Remembered.txt.promise"));
         QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(item), 20000);
+        QVERIFY(DriveFileManager::ubiquityIdentityToken());
+
+        // a service started again has no password: the drive shows as signed out until a sign-in
         if (const auto client = SyncServiceClient::connect(&error, false)) {
             client->post(QJsonObject{{QStringLiteral("op"), QStringLiteral("quit")}});
         }
+        QTRY_VERIFY_WITH_TIMEOUT(!SyncServiceClient::connect(&error, false), 10000);
+        QProcess service;
+        service.start(QStringLiteral(AEROVA_SYNCD_PATH), {});
+        QTRY_VERIFY_WITH_TIMEOUT(RemoteAccount::passwordNeeded(), 10000);
+        QVERIFY(!DriveFileManager::ubiquityIdentityToken());
+        DocumentPickerUnavailableViewController screen;
+        auto *message = screen.view()->findChild<QLabel *>(QStringLiteral("signInAgainMessage"));
+        QVERIFY(message);
+        QCOMPARE(message->text(), QStringLiteral("The password of alice was not kept on this device. Connect again to "
+                                                 "keep your documents up to date."));
+        if (const auto client = SyncServiceClient::connect(&error, false)) {
+            client->post(QJsonObject{{QStringLiteral("op"), QStringLiteral("quit")}});
+        }
+        QVERIFY(service.waitForFinished(10000));
     }
 };
 
-QTEST_GUILESS_MAIN(tst_Credentials)
+QTEST_MAIN(tst_Credentials)
 #include "tst_Credentials.moc"

@@ -54,7 +54,7 @@ std::optional<UbiquityIdentityToken> DriveFileManager::ubiquityIdentityToken()
     }
     if (account->contains(QStringLiteral("server")) && RemoteAccount::needsSignIn()) {
         static std::atomic<bool> told{false};
-        if (!told.exchange(true)) DRLog(LOG_NOTICE, "The server refused the password of %@: sign in again (aerovadrive-ctl sign-in --server …)",
+        if (!told.exchange(true)) DRLog(LOG_NOTICE, "The drive needs the password of %@ again (refused by the server, or kept only by a sync service that stopped): sign in again",
               identity);
         return std::nullopt;
     }

@@ -43,6 +43,17 @@ bool RemoteAccount::signIn() const
 
 bool RemoteAccount::needsSignIn()
 {
+    return passwordRefused() || passwordNeeded();
+}
+
+bool RemoteAccount::passwordRefused()
+{
     const std::optional<QJsonObject> status = ServiceFile::readObject(DriveLayout::syncStatusFile());
     return status && status->value(QStringLiteral("errorKind")).toString() == QLatin1String("unauthorized");
+}
+
+bool RemoteAccount::passwordNeeded()
+{
+    const std::optional<QJsonObject> status = ServiceFile::readObject(DriveLayout::syncStatusFile());
+    return status && status->value(QStringLiteral("errorKind")).toString() == QLatin1String("password needed");
 }

@@ -16,9 +16,12 @@ public:
 
     /// The signed-in server account; none when signed out or signed in without a server.
     static std::optional<RemoteAccount> current();
-    /// Whether the server refused the stored password at the last sync: the drive then shows as
-    /// signed out until the user signs in again.
+    /// Whether the drive shows as signed out until the user signs in again: the server refused
+    /// the stored password at the last sync, or the sync service has none (it was kept only in
+    /// the memory of a service that stopped).
     static bool needsSignIn();
+    static bool passwordRefused();
+    static bool passwordNeeded();
     /// Writes `account.json` for this account. The identity the app sees is made of the server
     /// and the user, so it changes when either does.
     bool signIn() const;

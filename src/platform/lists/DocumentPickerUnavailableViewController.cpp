@@ -59,11 +59,12 @@ QWidget *DocumentPickerUnavailableViewController::loadView()
     // with a server account whose password the server refused, say so: signing in again helps
     const std::optional<RemoteAccount> account = RemoteAccount::current();
     if (account && RemoteAccount::needsSignIn()) {
-        auto *refused = new QLabel(LocalizedString::localized(QStringLiteral("The server did not accept the password of "
-                                                                             "%1. Connect again to keep your documents "
-                                                                             "up to date."))
-                                       .arg(account->user),
-                                   root);
+        const QString text = RemoteAccount::passwordRefused()
+            ? LocalizedString::localized(QStringLiteral("The server did not accept the password of %1. Connect again to "
+                                                        "keep your documents up to date."))
+            : LocalizedString::localized(QStringLiteral("The password of %1 was not kept on this device. Connect again "
+                                                        "to keep your documents up to date."));
+        auto *refused = new QLabel(text.arg(account->user), root);
         refused->setObjectName(QStringLiteral("signInAgainMessage"));
         refused->setWordWrap(true);
         refused->setAlignment(Qt::AlignCenter);
