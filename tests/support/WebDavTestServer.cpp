@@ -84,6 +84,7 @@ LoadModule auth_basic_module %3/mod_auth_basic.so
 LoadModule dav_module %3/mod_dav.so
 LoadModule dav_fs_module %3/mod_dav_fs.so
 LoadModule mime_module %3/mod_mime.so
+CustomLog %1/run/access.log "%m %U %>s %{Range}i"
 TypesConfig /etc/mime.types
 DavLockDB %1/run/davlock
 DocumentRoot "%1/root"
@@ -185,6 +186,12 @@ void WebDavTestServer::stop()
 bool WebDavTestServer::isRunning() const
 {
     return m_process && m_process->state() == QProcess::Running;
+}
+
+QByteArray WebDavTestServer::accessLog() const
+{
+    QFile log(m_dir.filePath(QStringLiteral("run/access.log")));
+    return log.open(QIODevice::ReadOnly) ? log.readAll() : QByteArray();
 }
 
 bool WebDavTestServer::setQuota(qint64 used, qint64 available)

@@ -40,6 +40,8 @@ public:
     /// The folder the server serves: only a benchmark's set-up writes there directly (tests
     /// change the server through WebDAV requests).
     QString servedFolder() const { return m_dir.filePath(QStringLiteral("root")); }
+    /// Apache: one line per request, "METHOD /path STATUS RANGE".
+    QByteArray accessLog() const;
     /// SabreDAV: the quota it reports from now on; `fail` makes it answer 503.
     bool setQuota(qint64 used, qint64 available);
     bool failQuota(const QString &message);

@@ -203,6 +203,8 @@ private slots:
             const auto client = SyncServiceClient::connect(&error, false);
             QVERIFY(client);
             QList<qint64> progress;
+            QElapsedTimer took;
+            took.start();
             const auto answer = client->materialize(
                 storeKey, [&progress](qint64 done, qint64 total) {
                     QCOMPARE(total, qint64(100 * 1024 * 1024));
@@ -213,6 +215,8 @@ private slots:
             QVERIFY(answer->value(QStringLiteral("done")).toBool());
             QCOMPARE(answer->value(QStringLiteral("progress")).toInteger(), 100 * 1024 * 1024);
             QVERIFY(std::is_sorted(progress.cbegin(), progress.cend()));
+            // at most ten a second
+            QVERIFY2(progress.size() <= took.elapsed() / 100 + 1, qPrintable(QString::number(progress.size())));
             QCOMPARE(QFileInfo(answer->value(QStringLiteral("file")).toString()).size(), 100 * 1024 * 1024);
             QFile::remove(answer->value(QStringLiteral("file")).toString());
             QVERIFY(PromisePlaceholder::isPromisedItem(path)); // only the app gives it its name
@@ -230,18 +234,21 @@ private slots:
         const std::optional<Error> cancelled = PromiseStore::materialize(path, &cancel);
         stop = true;
         watcher.join();
-        if (cancelled) {
-            QCOMPARE(cancelled->code(), UserCancelledError);
-            QVERIFY(PromisePlaceholder::isPromisedItem(path));
-            QVERIFY(!QFileInfo::exists(path));
-            QVERIFY(QFileInfo(partial).size() > 0); // kept for the next attempt
-        }
+        QVERIFY2(cancelled, "the download ended before the cancel reached it");
+        QCOMPARE(cancelled->code(), UserCancelledError);
+        QVERIFY(PromisePlaceholder::isPromisedItem(path));
+        QVERIFY(!QFileInfo::exists(path));
+        const qint64 kept = QFileInfo(partial).size();
+        QVERIFY(kept > 0); // kept for the next attempt
 
         // the next attempt finishes it, with the content whole
         const std::optional<Error> error = PromiseStore::materialize(path, nullptr);
         QVERIFY2(!error, error ? qPrintable(error->localizedDescription()) : "");
         QCOMPARE(sha(TestDrive::readFile(path)), sha(big));
         QVERIFY(!QFileInfo::exists(partial));
+        // the second attempt asked only for the rest
+        const QByteArray resumed = "GET /Big.bin 206 bytes=" + QByteArray::number(kept) + "-";
+        QVERIFY2(m_server.accessLog().contains(resumed), m_server.accessLog().right(400).constData());
     }
 
     void withoutAServiceADownloadFailsClearlyAndFast()
