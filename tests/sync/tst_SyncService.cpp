@@ -269,6 +269,7 @@ private slots:
 
     void theControlProgramSaysWhichServerAndHowTheLastSyncEnded()
     {
+        QCOMPARE(m_server.put(QStringLiteral(".Sneaky.txt.promise"), "{}"), 201);
         QVERIFY(syncNow());
         QProcess ctl;
         ctl.start(QStringLiteral(AEROVA_CTL_PATH), {QStringLiteral("status")});
@@ -278,6 +279,10 @@ private slots:
         QVERIFY(out.contains(QStringLiteral("user: alice")));
         QVERIFY(out.contains(QStringLiteral("sync service: running")));
         QVERIFY2(out.contains(QRegularExpression(QStringLiteral("last sync: \\d{4}-\\d\\d-\\d\\dT.* \\(ok\\)"))), qPrintable(out));
+        QVERIFY2(out.contains(QStringLiteral("refused from the server:\n  \".Sneaky.txt.promise\": its name looks like a "
+                                             "placeholder of the drive")),
+                 qPrintable(out));
+        QCOMPARE(m_server.remove(QStringLiteral(".Sneaky.txt.promise")), 204);
     }
 
     void aRefusedPasswordSignsTheDriveOut()
