@@ -4,6 +4,7 @@
 #include "sync/MultistatusParser.h"
 
 #include <QEventLoop>
+#include <QThread>
 #include <QHostAddress>
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
@@ -235,12 +236,16 @@ std::optional<QList<DavResource>> DavClient::readListing(QNetworkReply *reply, D
 
 void DavClient::waitFor(QNetworkReply *reply)
 {
-    if (reply->isFinished()) {
-        return;
-    }
     QEventLoop loop;
     connect(reply, &QNetworkReply::finished, &loop, &QEventLoop::quit);
-    loop.exec(QEventLoop::ExcludeUserInputEvents);
+    while (!reply->isFinished()) {
+        // a stopping thread's event loops return at once: waiting on would spin
+        if (QThread::currentThread()->isInterruptionRequested()) {
+            reply->abort();
+            return;
+        }
+        loop.exec(QEventLoop::ExcludeUserInputEvents);
+    }
 }
 
 std::optional<QList<DavResource>> DavClient::list(const QString &path, int depth, DavError *error, QStringList *refused)

@@ -5,6 +5,7 @@
 
 #include <QEventLoop>
 #include <QNetworkReply>
+#include <QThread>
 
 #include <deque>
 #include <memory>
@@ -33,6 +34,10 @@ std::optional<QHash<QString, DavResource>> RemoteScanner::scan(DavError *error)
         const auto finished = std::find_if(inFlight.begin(), inFlight.end(),
                                            [](const auto &entry) { return entry.second->isFinished(); });
         if (finished == inFlight.end()) {
+            if (QThread::currentThread()->isInterruptionRequested()) {
+                *error = DavError{DavError::Kind::Cancelled, 0, QStringLiteral("the sync service is stopping")};
+                break;
+            }
             loop.exec(QEventLoop::ExcludeUserInputEvents);
             continue;
         }

@@ -94,6 +94,8 @@ void SyncService::setPassword(const QString &password)
 
 SyncService::~SyncService()
 {
+    // a sync under way gives up its requests rather than holding the service's exit
+    m_thread.requestInterruption();
     m_thread.quit();
     m_thread.wait();
     if (m_server) {

@@ -56,6 +56,9 @@ public:
     bool start(QString *error);
     /// Asks for a sync run now; one asked for during a run happens right after it.
     void syncNow();
+    /// How often the service syncs by itself now: every minute while an app watches, else
+    /// every 15.
+    int pollIntervalSeconds() const { return m_pollTimer.interval() / 1000; }
 
 signals:
     void syncFinished(const SyncOutcome &outcome);

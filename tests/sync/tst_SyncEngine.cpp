@@ -9,9 +9,11 @@
 #include "sync/DavClient.h"
 #include "sync/SyncEngine.h"
 #include "sync/SyncJournal.h"
+#include "sync/SyncService.h"
 
 #include <QDir>
 #include <QFile>
+#include <QLocalSocket>
 #include <QNetworkReply>
 #include <QTest>
 
@@ -367,6 +369,25 @@ private slots:
         QVERIFY(logged(LOG_WARNING, QStringLiteral("Refusing the server's item")));
         QCOMPARE(QDir(m_drive.root()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
                  QStringList{QStringLiteral(".Fine.txt.promise")});
+    }
+
+    void thePollIsEveryMinuteWhileTheAppIsOpen()
+    {
+        freshStart(m_apache.get(), "poll");
+        SyncService service(m_apache->url(), m_apache->user(), m_apache->password());
+        QString error;
+        QVERIFY2(service.start(&error), qPrintable(error));
+        QCOMPARE(service.pollIntervalSeconds(), SyncService::idlePollSeconds);
+        QLocalSocket app;
+        app.connectToServer(DriveLayout::syncSocketPath());
+        QVERIFY(app.waitForConnected(5000));
+        app.write("{\"op\":\"watch\"}\n");
+        app.flush();
+        QTRY_COMPARE(service.pollIntervalSeconds(), SyncService::activePollSeconds);
+        QCOMPARE(SyncService::activePollSeconds, 60);
+        app.disconnectFromServer();
+        QTRY_COMPARE(service.pollIntervalSeconds(), SyncService::idlePollSeconds);
+        // the service goes out of scope with a sync under way: it must not wait on it
     }
 
     void aServerThatIsDownConcludesNothing()
