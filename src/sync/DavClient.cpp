@@ -219,10 +219,8 @@ std::optional<QList<DavResource>> DavClient::readListing(QNetworkReply *reply, D
     }
     const QByteArray body = reply->readAll();
     // a connection dropped half-way is a network failure, not a broken answer
-    if (const QVariant length = reply->header(QNetworkRequest::ContentLengthHeader);
-        length.isValid() && length.toLongLong() != body.size()) {
-        error->kind = DavError::Kind::Unreachable;
-        error->message = QStringLiteral("(the connection dropped after %1 of %2 bytes)").arg(body.size()).arg(length.toLongLong());
+    if (const DavError dropped = droppedConnection(reply, body.size())) {
+        *error = dropped;
         return std::nullopt;
     }
     QString parseError;
@@ -232,6 +230,17 @@ std::optional<QList<DavResource>> DavClient::readListing(QNetworkReply *reply, D
         error->message = QStringLiteral("(%1)").arg(parseError);
     }
     return resources;
+}
+
+DavError DavClient::droppedConnection(QNetworkReply *reply, qint64 received)
+{
+    // the network stack ends a body cut short by the peer as if it were whole
+    const QVariant length = reply->header(QNetworkRequest::ContentLengthHeader);
+    if (!length.isValid() || length.toLongLong() == received) {
+        return {};
+    }
+    return DavError{DavError::Kind::Unreachable, 0,
+                    QStringLiteral("(the connection dropped after %1 of %2 bytes)").arg(received).arg(length.toLongLong())};
 }
 
 void DavClient::waitFor(QNetworkReply *reply)

@@ -52,6 +52,8 @@ public:
 
     /// The error of a finished reply, none for a 2xx answer.
     static DavError errorOf(QNetworkReply *reply);
+    /// A finished reply whose body is shorter (or longer) than it announced, `received` bytes.
+    static DavError droppedConnection(QNetworkReply *reply, qint64 received);
     /// Reads a finished PROPFIND reply; `refused` gets the resources refused one by one.
     std::optional<QList<DavResource>> readListing(QNetworkReply *reply, DavError *error, QStringList *refused = nullptr);
 

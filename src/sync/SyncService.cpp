@@ -33,6 +33,8 @@ struct SyncService::Download {
     QPointer<QNetworkReply> reply;
     qint64 total = -1;
     qint64 received = 0;
+    /// What the partial file held when this reply's body began.
+    qint64 receivedBefore = 0;
     QElapsedTimer sinceProgress;
     QByteArray buffer;
     bool cancelled = false;
@@ -60,6 +62,13 @@ QJsonObject failure(qint64 id, qint64 code, const QString &text)
 
 /// A connection may send this much without a newline before it is dropped.
 constexpr qint64 maximumRequestLine = 64 * 1024;
+
+/// Whether the body of `reply` is the document's bytes.
+bool isContent(const QNetworkReply *reply)
+{
+    const int status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
+    return status == 200 || status == 206;
+}
 
 } // namespace
 
@@ -318,6 +327,7 @@ void SyncService::materialize(QLocalSocket *socket, qint64 id, const QString &st
     }
     m_journal->setPartialVersion(storeKey, record->version);
     download->received = download->file->size();
+    download->receivedBefore = download->received;
     const bool hasETag = !record->version.contains(QLatin1Char('@'));
     download->reply = m_client->get(record->path, download->received, hasETag ? record->version : QString());
     download->sinceProgress.start();
@@ -332,13 +342,13 @@ void SyncService::materialize(QLocalSocket *socket, qint64 id, const QString &st
             download->file->resize(0);
             download->file->seek(0);
             download->received = 0;
+            download->receivedBefore = 0;
         }
     });
     reply->setReadBufferSize(4 * readBufferSize); // a slow disk holds the network back, not memory
     connect(reply, &QNetworkReply::readyRead, this, [download, reply] {
-        const int status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
-        if (status != 200 && status != 206) {
-            return;
+        if (!isContent(reply)) {
+            return; // an error page is no part of the document
         }
         // one buffer for the whole download: a fresh one per piece would be mapped and
         // unmapped by the allocator, page by page
@@ -362,12 +372,16 @@ void SyncService::materialize(QLocalSocket *socket, qint64 id, const QString &st
         }
     });
     connect(reply, &QNetworkReply::finished, this, [this, key, download, reply] {
-        if (reply->isOpen()) {
+        if (reply->isOpen() && isContent(reply)) {
             download->file->write(reply->readAll());
         }
         download->file->flush();
-        const DavError error = DavClient::errorOf(reply);
         const qint64 size = download->file->size();
+        DavError error = DavClient::errorOf(reply);
+        if (!error && !download->cancelled) {
+            // what arrived stays in the partial file for the next attempt
+            error = DavClient::droppedConnection(reply, size - download->receivedBefore);
+        }
         download->file->close();
         reply->deleteLater();
         QJsonObject answer;

@@ -71,7 +71,6 @@ private:
     void handle(QLocalSocket *socket, const QJsonObject &request);
     void onSyncFinished(const SyncOutcome &outcome);
     void materialize(QLocalSocket *socket, qint64 id, const QString &storeKey);
-    void finishDownload(qint64 id, const QJsonObject &answer);
     void answerQuota(QLocalSocket *socket, qint64 id);
     QJsonObject status() const;
     void writeStatusFile();

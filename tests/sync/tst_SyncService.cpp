@@ -9,6 +9,7 @@
 #include "platform/drive/SyncServiceClient.h"
 #include "platform/foundation/CancellationToken.h"
 #include "platform/foundation/FilePath.h"
+#include "support/CuttingProxy.h"
 #include "support/TestDrive.h"
 #include "support/WebDavTestServer.h"
 
@@ -33,6 +34,7 @@ class tst_SyncService : public QObject
 private:
     TestDrive m_drive;
     WebDavTestServer m_server{WebDavTestServer::Kind::Apache};
+    std::unique_ptr<CuttingProxy> m_network; // between the service and the server
     std::unique_ptr<QProcess> m_service;
 
     bool startService()
@@ -87,6 +89,9 @@ private:
         return false;
     }
 
+    /// The server as the drive sees it: through the relay that can cut a connection.
+    QUrl serverUrl() const { return m_network->relayed(m_server.url()); }
+
     static QByteArray sha(const QByteArray &bytes) { return QCryptographicHash::hash(bytes, QCryptographicHash::Sha256); }
 
 private slots:
@@ -94,8 +99,10 @@ private slots:
     {
         QString error;
         QVERIFY2(m_server.start(&error), qPrintable(error));
+        m_network = std::make_unique<CuttingProxy>(quint16(m_server.url().port()));
+        QVERIFY2(m_network->start(&error), qPrintable(error));
         qputenv("AEROVA_SYNCD", "/bin/false"); // the app's own attempts to start one must not race the test's
-        const RemoteAccount account{m_server.url(), m_server.user()};
+        const RemoteAccount account{serverUrl(), m_server.user()};
         QVERIFY(account.signIn());
         QVERIFY(Credentials::store(account, m_server.password(), Credentials::Storage::File, &error));
         QCOMPARE(QFile::permissions(DriveLayout::credentialsFile()),
@@ -157,8 +164,8 @@ private slots:
     {
         const std::optional<UbiquityIdentityToken> current = DriveFileManager::ubiquityIdentityToken();
         QVERIFY(current);
-        const RemoteAccount signedIn{m_server.url(), m_server.user()};
-        const RemoteAccount otherUser{m_server.url(), QStringLiteral("bob")};
+        const RemoteAccount signedIn{serverUrl(), m_server.user()};
+        const RemoteAccount otherUser{serverUrl(), QStringLiteral("bob")};
         const RemoteAccount otherServer{QUrl(QStringLiteral("https://cloud.example.org/dav/")), m_server.user()};
         QVERIFY(otherUser.identity() != signedIn.identity());
         QVERIFY(otherServer.identity() != signedIn.identity());
@@ -251,6 +258,52 @@ private slots:
         QVERIFY2(m_server.accessLog().contains(resumed), m_server.accessLog().right(400).constData());
     }
 
+    void aDroppedConnectionKeepsWhatArrivedAndTheNextAttemptResumes()
+    {
+        QByteArray content(8 * 1024 * 1024, Qt::Uninitialized);
+        for (qsizetype i = 0; i < content.size(); ++i) {
+            content[i] = char(i * 7 / 4096);
+        }
+        QCOMPARE(m_server.put(QStringLiteral("Dropped.bin"), content), 201);
+        QVERIFY(syncNow());
+        const QString path = m_drive.path(QStringLiteral("Dropped.bin"));
+        const QString storeKey = PromisePlaceholder::read(PromisePlaceholder::placeholderPathFor(path), nullptr)->storeKey;
+        const QString partial = DriveLayout::partialDownloadsPath() + QLatin1Char('/') + storeKey;
+
+        m_network->cutAfter(3 * 1024 * 1024);
+        const std::optional<Error> dropped = PromiseStore::materialize(path, nullptr);
+        QCOMPARE(m_network->cuts(), 1);
+        QVERIFY(dropped);
+        QCOMPARE(dropped->code(), UbiquityServerNotAvailableError);
+        QVERIFY2(dropped->localizedFailureReason().contains(QStringLiteral("cannot be reached")),
+                 qPrintable(dropped->localizedFailureReason()));
+        QVERIFY(PromisePlaceholder::isPromisedItem(path));
+        QVERIFY(!QFileInfo::exists(path));
+        const qint64 kept = QFileInfo(partial).size();
+        QVERIFY2(kept > 0 && kept < content.size(), qPrintable(QString::number(kept)));
+
+        const std::optional<Error> error = PromiseStore::materialize(path, nullptr);
+        QVERIFY2(!error, error ? qPrintable(error->localizedDescription()) : "");
+        QCOMPARE(sha(TestDrive::readFile(path)), sha(content));
+        QVERIFY(!QFileInfo::exists(partial));
+        const QByteArray resumed = "GET /Dropped.bin 206 bytes=" + QByteArray::number(kept) + "-";
+        QVERIFY2(m_server.accessLog().contains(resumed), m_server.accessLog().right(400).constData());
+    }
+
+    void aDocumentGoneFromTheServerFailsAndItsErrorPageIsNoPartOfIt()
+    {
+        QCOMPARE(m_server.put(QStringLiteral("Gone.txt"), "here a moment"), 201);
+        QVERIFY(syncNow());
+        const QString path = m_drive.path(QStringLiteral("Gone.txt"));
+        const QString storeKey = PromisePlaceholder::read(PromisePlaceholder::placeholderPathFor(path), nullptr)->storeKey;
+        QCOMPARE(m_server.remove(QStringLiteral("Gone.txt")), 204);
+        const std::optional<Error> error = PromiseStore::materialize(path, nullptr);
+        QVERIFY(error);
+        QCOMPARE(error->code(), UbiquityFileUnavailableError);
+        QVERIFY(PromisePlaceholder::isPromisedItem(path));
+        QCOMPARE(QFileInfo(DriveLayout::partialDownloadsPath() + QLatin1Char('/') + storeKey).size(), 0);
+    }
+
     void withoutAServiceADownloadFailsClearlyAndFast()
     {
         stopService();
@@ -275,7 +328,7 @@ private slots:
         ctl.start(QStringLiteral(AEROVA_CTL_PATH), {QStringLiteral("status")});
         QVERIFY(ctl.waitForFinished(20000));
         const QString out = QString::fromUtf8(ctl.readAllStandardOutput());
-        QVERIFY2(out.contains(QStringLiteral("server: ") + m_server.url().toDisplayString()), qPrintable(out));
+        QVERIFY2(out.contains(QStringLiteral("server: ") + serverUrl().toDisplayString()), qPrintable(out));
         QVERIFY(out.contains(QStringLiteral("user: alice")));
         QVERIFY(out.contains(QStringLiteral("sync service: running")));
         QVERIFY2(out.contains(QRegularExpression(QStringLiteral("last sync: \\d{4}-\\d\\d-\\d\\dT.* \\(ok\\)"))), qPrintable(out));
@@ -289,7 +342,7 @@ private slots:
     {
         QVERIFY(DriveFileManager::ubiquityIdentityToken());
         stopService();
-        const RemoteAccount account{m_server.url(), m_server.user()};
+        const RemoteAccount account{serverUrl(), m_server.user()};
         QString error;
         QVERIFY(Credentials::store(account, QStringLiteral("not the password"), Credentials::Storage::File, &error));
         QVERIFY(startService());
@@ -310,7 +363,7 @@ private slots:
         env.insert(QStringLiteral("AEROVA_SYNCD"), QStringLiteral(AEROVA_SYNCD_PATH));
         signIn.setProcessEnvironment(env);
         signIn.start(QStringLiteral(AEROVA_CTL_PATH),
-                     {QStringLiteral("sign-in"), QStringLiteral("--server"), m_server.url().toString(), QStringLiteral("--user"),
+                     {QStringLiteral("sign-in"), QStringLiteral("--server"), serverUrl().toString(), QStringLiteral("--user"),
                       m_server.user(), QStringLiteral("--store-password-in-file")});
         signIn.write(m_server.password().toUtf8() + '\n');
         signIn.closeWriteChannel();
@@ -330,7 +383,7 @@ private slots:
     {
         QProcess signIn;
         signIn.start(QStringLiteral(AEROVA_CTL_PATH),
-                     {QStringLiteral("sign-in"), QStringLiteral("--server"), m_server.url().toString(), QStringLiteral("--user"),
+                     {QStringLiteral("sign-in"), QStringLiteral("--server"), serverUrl().toString(), QStringLiteral("--user"),
                       QStringLiteral("mallory")});
         signIn.write("guess\n");
         signIn.closeWriteChannel();
@@ -352,7 +405,7 @@ private slots:
         QCOMPARE(signIn.exitCode(), 1);
         QVERIFY(QString::fromUtf8(signIn.readAllStandardError())
                     .contains(QStringLiteral("The password would be sent unencrypted: use an https:// address.")));
-        QCOMPARE(RemoteAccount::current()->server, m_server.url());
+        QCOMPARE(RemoteAccount::current()->server, serverUrl());
     }
 
     void aServerWithoutQuotaIsAFailedFetch()

@@ -1,0 +1,102 @@
+#include "support/CuttingProxy.h"
+
+#include <QHostAddress>
+#include <QPointer>
+#include <QTcpServer>
+#include <QTcpSocket>
+
+CuttingProxy::CuttingProxy(quint16 targetPort)
+    : m_targetPort(targetPort)
+{
+    m_thread.setObjectName(QStringLiteral("cutting proxy"));
+}
+
+CuttingProxy::~CuttingProxy()
+{
+    if (m_server) {
+        QMetaObject::invokeMethod(m_server, [this] { delete m_server; }, Qt::BlockingQueuedConnection);
+    }
+    m_thread.quit();
+    m_thread.wait();
+}
+
+bool CuttingProxy::start(QString *error)
+{
+    m_thread.start();
+    bool listening = false;
+    QObject context;
+    context.moveToThread(&m_thread);
+    QMetaObject::invokeMethod(
+        &context,
+        [this, &listening, error] {
+            m_server = new QTcpServer; // deleted on this thread by the destructor
+            listening = m_server->listen(QHostAddress::LocalHost, 0);
+            if (!listening) {
+                *error = m_server->errorString();
+                return;
+            }
+            m_port = m_server->serverPort();
+            QObject::connect(m_server, &QTcpServer::newConnection, m_server, [this] { relay(m_server); });
+        },
+        Qt::BlockingQueuedConnection);
+    return listening;
+}
+
+QUrl CuttingProxy::relayed(const QUrl &serverUrl) const
+{
+    QUrl url = serverUrl;
+    url.setPort(m_port);
+    return url;
+}
+
+void CuttingProxy::relay(QTcpServer *server)
+{
+    while (QTcpSocket *client = server->nextPendingConnection()) {
+        auto *upstream = new QTcpSocket(client); // goes with the client's side
+        const auto dropBoth = [client = QPointer(client), upstream = QPointer(upstream)] {
+            if (upstream) {
+                upstream->abort();
+            }
+            if (client) {
+                client->abort();
+                client->deleteLater();
+            }
+        };
+        QObject::connect(client, &QTcpSocket::readyRead, upstream, [client, upstream] {
+            if (upstream->state() == QAbstractSocket::ConnectedState) {
+                upstream->write(client->readAll());
+            }
+        });
+        QObject::connect(upstream, &QTcpSocket::connected, upstream, [client, upstream] {
+            upstream->write(client->readAll());
+        });
+        QObject::connect(upstream, &QTcpSocket::readyRead, client, [this, client, upstream] {
+            const QByteArray bytes = upstream->readAll();
+            if (client->state() != QAbstractSocket::ConnectedState) {
+                return;
+            }
+            const qint64 cutAfter = m_cutAfter;
+            if (cutAfter >= 0 && bytes.size() >= cutAfter) {
+                m_cutAfter = -1;
+                ++m_cuts;
+                // what came before the cut still reaches the client; then the connection ends
+                upstream->abort();
+                client->write(bytes.left(cutAfter));
+                client->disconnectFromHost();
+                return;
+            }
+            if (cutAfter >= 0) {
+                m_cutAfter = cutAfter - bytes.size();
+            }
+            client->write(bytes);
+        });
+        QObject::connect(client, &QTcpSocket::disconnected, client, dropBoth);
+        QObject::connect(upstream, &QTcpSocket::disconnected, client, [client] { client->disconnectFromHost(); });
+        QObject::connect(upstream, &QTcpSocket::errorOccurred, client, [client](QAbstractSocket::SocketError error) {
+            if (error != QAbstractSocket::RemoteHostClosedError) {
+                client->abort();
+            }
+        });
+        upstream->connectToHost(QHostAddress::LocalHost, m_targetPort);
+    }
+}

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <QThread>
+#include <QUrl>
+
+#include <atomic>
+
+class QTcpServer;
+
+/// A TCP relay on 127.0.0.1 in front of a test server that cuts a connection half-way when a
+/// test asks it to: the network dropping under a download. It runs on a thread of its own, so it
+/// goes on relaying while the test waits in a blocking call.
+class CuttingProxy final
+{
+public:
+    explicit CuttingProxy(quint16 targetPort);
+    ~CuttingProxy();
+    CuttingProxy(const CuttingProxy &) = delete;
+    CuttingProxy &operator=(const CuttingProxy &) = delete;
+
+    bool start(QString *error);
+    /// `serverUrl` with the relay's port in place of the server's.
+    QUrl relayed(const QUrl &serverUrl) const;
+    /// After `bytes` more have gone from the server to a client, that connection is dropped
+    /// (both ways, at once); then the relay passes everything again.
+    void cutAfter(qint64 bytes) { m_cutAfter = bytes; }
+    int cuts() const { return m_cuts; }
+
+private:
+    void relay(QTcpServer *server);
+
+    quint16 m_targetPort;
+    quint16 m_port = 0;
+    QThread m_thread;
+    QTcpServer *m_server = nullptr; // lives on m_thread
+    std::atomic<qint64> m_cutAfter{-1};
+    std::atomic<int> m_cuts{0};
+};
