@@ -37,16 +37,6 @@ QString extensionOf(const QString &name)
     return dot > 0 ? last.mid(dot + 1) : QString();
 }
 
-/// Name without its last extension, and the extension with its dot ("" when there is none).
-std::pair<QString, QString> splitName(const QString &name)
-{
-    const qsizetype dot = name.lastIndexOf(QLatin1Char('.'));
-    if (dot <= 0 || dot == name.size() - 1) {
-        return {dot == name.size() - 1 ? name.left(dot) : name, QString()};
-    }
-    return {name.left(dot), name.mid(dot)};
-}
-
 bool isNewline(char32_t c)
 {
     return c == 0x0A || c == 0x0B || c == 0x0C || c == 0x0D || c == 0x85 || c == 0x2028 || c == 0x2029;
@@ -222,6 +212,15 @@ bool FileUtils::nameIsTaken(const QString &directory, const QString &name)
     const QString path = directory + QLatin1Char('/') + name;
     // a promised item holds its name as surely as a real one, a dangling link as a live one
     return FilePath::exists(path) || PromisePlaceholder::isPromisedItem(path);
+}
+
+std::pair<QString, QString> FileUtils::splitName(const QString &name)
+{
+    const qsizetype dot = name.lastIndexOf(QLatin1Char('.'));
+    if (dot <= 0 || dot == name.size() - 1) {
+        return {dot == name.size() - 1 ? name.left(dot) : name, QString()};
+    }
+    return {name.left(dot), name.mid(dot)};
 }
 
 QString FileUtils::stringByUniquingPathInsideDirectory_forBasename(const QString &directory, const QString &basename)

@@ -9,6 +9,7 @@
 
 #include <memory>
 #include <optional>
+#include <utility>
 
 class KDContainer;
 
@@ -38,6 +39,8 @@ public:
     static QUrl docDir();
     /// The URL beside `url` whose name is free ("Report 2.pdf" for a taken "Report.pdf").
     static QUrl generateUniquePath(const QUrl &url);
+    /// A name without its last extension, and that extension with its dot ("" when none).
+    static std::pair<QString, QString> splitName(const QString &name);
     /// A free name in `directory` for `basename`, or a null string when `basename` is free.
     static QString stringByUniquingPathInsideDirectory_forBasename(const QString &directory, const QString &basename);
 

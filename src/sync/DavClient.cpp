@@ -104,9 +104,9 @@ void DavClient::limitListing(QNetworkReply *reply)
     connect(reply, &QNetworkReply::readyRead, reply, check);
 }
 
-QNetworkReply *DavClient::propfind(const QString &path, int depth)
+QNetworkReply *DavClient::propfind(const QString &path, int depth, bool collection)
 {
-    QNetworkRequest request = this->request(urlFor(path, true));
+    QNetworkRequest request = this->request(urlFor(path, collection));
     request.setRawHeader("Depth", QByteArray::number(depth));
     request.setHeader(QNetworkRequest::ContentTypeHeader, QByteArrayLiteral("application/xml; charset=utf-8"));
     QNetworkReply *reply = send("PROPFIND", request, propfindBody);
@@ -150,6 +150,19 @@ QNetworkReply *DavClient::put(const QString &path, const QByteArray &content)
     return m_network->put(request, content);
 }
 
+QNetworkReply *DavClient::upload(const QString &path, QIODevice *content, const QString &overVersion)
+{
+    QNetworkRequest request = this->request(urlFor(path));
+    request.setHeader(QNetworkRequest::ContentTypeHeader, QByteArrayLiteral("application/octet-stream"));
+    request.setHeader(QNetworkRequest::ContentLengthHeader, content->size());
+    if (overVersion.isEmpty()) {
+        request.setRawHeader("If-None-Match", "*");
+    } else if (!overVersion.contains(QLatin1Char('@'))) {
+        request.setRawHeader("If-Match", '"' + overVersion.toUtf8() + '"');
+    } // a server without entity tags cannot be asked: the run's fresh look is all there is
+    return m_network->put(request, content);
+}
+
 QNetworkReply *DavClient::mkcol(const QString &path)
 {
     return send("MKCOL", request(urlFor(path, true)));
@@ -187,6 +200,10 @@ DavError DavClient::errorOf(QNetworkReply *reply)
     error.message = details;
     if (status == 401) {
         error.kind = DavError::Kind::Unauthorized;
+    } else if (status == 412) {
+        error.kind = DavError::Kind::Changed;
+    } else if (status == 507) {
+        error.kind = DavError::Kind::ServerFull;
     } else if (status == 404 || status == 410) {
         error.kind = DavError::Kind::NotFound;
     } else if (status == 405 || status == 501 || (status >= 300 && status < 400)) {
@@ -257,9 +274,10 @@ void DavClient::waitFor(QNetworkReply *reply)
     }
 }
 
-std::optional<QList<DavResource>> DavClient::list(const QString &path, int depth, DavError *error, QStringList *refused)
+std::optional<QList<DavResource>> DavClient::list(const QString &path, int depth, DavError *error, QStringList *refused,
+                                                  bool collection)
 {
-    std::unique_ptr<QNetworkReply> reply(propfind(path, depth));
+    std::unique_ptr<QNetworkReply> reply(propfind(path, depth, collection));
     waitFor(reply.get());
     return readListing(reply.get(), error, refused);
 }

@@ -10,6 +10,7 @@
 
 #include <optional>
 
+class QIODevice;
 class QNetworkAccessManager;
 class QNetworkReply;
 class QNetworkRequest;
@@ -40,12 +41,17 @@ public:
     /// Whether the password may be sent to this server: over HTTPS, or to a loopback address.
     static bool maySendPassword(const QUrl &folder);
 
-    QNetworkReply *propfind(const QString &path, int depth);
+    /// PROPFIND of the folder (or, with `collection` false, the document) at `path`.
+    QNetworkReply *propfind(const QString &path, int depth, bool collection = true);
     QNetworkReply *propfindQuota();
     /// GET from `offset` on; with `ifRange` set, a resource changed since gives all of it again.
     QNetworkReply *get(const QString &path, qint64 offset = 0, const QString &ifRange = {});
     QNetworkReply *options(const QString &path = {});
     QNetworkReply *put(const QString &path, const QByteArray &content);
+    /// PUT of `content` (open, from its start, for as long as the reply runs). With
+    /// `overVersion` empty only where the server has nothing (`If-None-Match: *`), else only
+    /// over that version (`If-Match`): a server's document is never overwritten unseen.
+    QNetworkReply *upload(const QString &path, QIODevice *content, const QString &overVersion);
     QNetworkReply *mkcol(const QString &path);
     QNetworkReply *move(const QString &from, const QString &to, bool isCollection = false);
     QNetworkReply *remove(const QString &path, bool isCollection = false);
@@ -60,7 +66,8 @@ public:
     /// Blocking: waits until the reply has finished.
     static void waitFor(QNetworkReply *reply);
     /// Blocking: lists `path` with depth 0 or 1.
-    std::optional<QList<DavResource>> list(const QString &path, int depth, DavError *error, QStringList *refused = nullptr);
+    std::optional<QList<DavResource>> list(const QString &path, int depth, DavError *error, QStringList *refused = nullptr,
+                                           bool collection = true);
     /// Blocking: checks that the folder is a WebDAV folder the credentials open.
     DavError checkFolder();
 

@@ -15,6 +15,8 @@ QString DavError::kindName() const
     case Kind::TooLarge: return QStringLiteral("answer too large");
     case Kind::Cancelled: return QStringLiteral("cancelled");
     case Kind::InsecureConnection: return QStringLiteral("insecure connection");
+    case Kind::Changed: return QStringLiteral("changed on the server");
+    case Kind::ServerFull: return QStringLiteral("server full");
     }
     return {};
 }
@@ -34,6 +36,8 @@ QString DavError::description() const
     case Kind::BadAnswer: summary = QStringLiteral("The server's answer could not be read."); break;
     case Kind::TooLarge: summary = QStringLiteral("The server's answer is too large."); break;
     case Kind::Cancelled: summary = QStringLiteral("The request was cancelled."); break;
+    case Kind::Changed: summary = QStringLiteral("The item changed on the server meanwhile."); break;
+    case Kind::ServerFull: summary = QStringLiteral("The server has no room left for it."); break;
     case Kind::InsecureConnection:
         summary = QStringLiteral("The password would be sent unencrypted: use an https:// address.");
         break;

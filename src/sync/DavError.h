@@ -27,6 +27,10 @@ struct DavError {
         Cancelled,
         /// A password would cross the network unencrypted.
         InsecureConnection,
+        /// 412: the item is no longer as the request expected it (changed or made meanwhile).
+        Changed,
+        /// 507: the server has no room for it.
+        ServerFull,
     };
 
     Kind kind = Kind::None;

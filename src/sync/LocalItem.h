@@ -18,4 +18,6 @@ struct LocalItem {
     /// For a file: its size and modification date, to tell a downloaded copy from an edited one.
     qint64 size = -1;
     qint64 modifiedMs = 0;
+    /// For a file: quiet long enough not to be half-written (else it waits for a later run).
+    bool settled = true;
 };

@@ -17,8 +17,6 @@
 
 namespace {
 
-using Kind = SyncAction::Kind;
-
 QString errnoText(int error)
 {
     return QString::fromLocal8Bit(std::strerror(error));
@@ -58,8 +56,10 @@ PromisePlaceholder placeholderFor(const DavResource &remote, const QString &stor
     return placeholder;
 }
 
+} // namespace
+
 /// The item's folder must really be the drive's: a link planted on the way would lead out.
-bool folderIsInDrive(const QString &localPath, QString *error, QSet<QString> *checked = nullptr)
+bool LocalPropagator::folderIsInDrive(const QString &localPath, QString *error, QSet<QString> *checked)
 {
     const QString folder = localPath.left(localPath.lastIndexOf(QLatin1Char('/')));
     if (checked && checked->contains(folder)) {
@@ -74,6 +74,10 @@ bool folderIsInDrive(const QString &localPath, QString *error, QSet<QString> *ch
     }
     return true;
 }
+
+namespace {
+
+using Kind = SyncAction::Kind;
 
 /// The placeholder at `localPath` when it is the one of `storeKey`.
 std::optional<PromisePlaceholder> ownPlaceholder(const QString &localPath, const QString &storeKey, QString *error)
@@ -201,7 +205,7 @@ bool move(const QString &local, const SyncAction &action, SyncRecord *record, QS
 {
     QString reason;
     const std::optional<QString> from = RemoteMapping::localPathFor(action.fromPath, &reason);
-    if (!from || !folderIsInDrive(*from, error)) {
+    if (!from || !LocalPropagator::folderIsInDrive(*from, error)) {
         if (error->isEmpty()) {
             *error = reason;
         }
@@ -324,6 +328,12 @@ bool LocalPropagator::apply(const SyncAction &action, SyncRecord *record, QStrin
     case Kind::Forget:
         *record = {};
         return true;
+    case Kind::Upload:
+    case Kind::UploadChange:
+    case Kind::MakeRemoteFolder:
+    case Kind::KeepBoth:
+        break; // the server's part
     }
+    *error = QStringLiteral("nothing to do on the device");
     return false;
 }

@@ -21,5 +21,8 @@ public:
     /// Applies `action`; the record the journal keeps afterwards is in `record` (empty key:
     /// forget it). False with `error` set when the device was left as it was. `checkedFolders`
     /// holds the folders found inside the drive so far in this run: each is checked once.
+    /// Whether the folder of `localPath` is really inside the drive (no link on the way leads
+    /// out); `checked` holds the folders found so far, each checked once.
+    static bool folderIsInDrive(const QString &localPath, QString *error, QSet<QString> *checked = nullptr);
     static bool apply(const SyncAction &action, SyncRecord *record, QString *error, QSet<QString> *checkedFolders = nullptr);
 };

@@ -19,6 +19,16 @@ SyncAction action(Kind kind, const QString &path, const std::optional<SyncRecord
     return result;
 }
 
+/// A document of the device's to send: only once it is quiet, never half-written.
+SyncAction send(Kind kind, const QString &path, const std::optional<SyncRecord> &base,
+                const std::optional<DavResource> &remote, const LocalItem &local)
+{
+    SyncAction result = local.settled ? action(kind, path, base, remote)
+                                      : action(Kind::KeepLocal, path, base, remote, QStringLiteral("it is still being written"));
+    result.local = local;
+    return result;
+}
+
 SyncAction decideRemoteFolder(const std::optional<SyncRecord> &base, const LocalItem &local, const DavResource &remote,
                               const QString &path)
 {
@@ -43,24 +53,22 @@ SyncAction decideRemoteFile(const std::optional<SyncRecord> &base, const LocalIt
     switch (local.kind) {
     case LocalKind::Absent:
         // known and gone here: deleted on the device; it is not sent yet, so it stays away
-        // rather than coming back as a promise under the user's eyes
-        return known ? action(Kind::Nothing, path, base, remote, QStringLiteral("deleted on the device"))
-                     : action(Kind::CreatePlaceholder, path, base, remote);
+        // rather than coming back as a promise under the user's eyes; unless the server changed
+        // it since: a change beats a delete
+        return sameVersion ? action(Kind::Nothing, path, base, remote, QStringLiteral("deleted on the device"))
+                           : action(Kind::CreatePlaceholder, path, base, remote);
     case LocalKind::Placeholder:
         if (sameVersion) {
             return action(Kind::Nothing, path, base, remote);
         }
         return action(known ? Kind::UpdatePlaceholder : Kind::Record, path, base, remote);
     case LocalKind::File:
-        if (sameVersion) {
-            return action(Kind::Nothing, path, base, remote);
-        }
         if (known && Reconciler::isUnchangedCopy(*base, local)) {
-            return action(Kind::ReplaceWithPlaceholder, path, base, remote);
+            return sameVersion ? action(Kind::Nothing, path, base, remote)
+                               : action(Kind::ReplaceWithPlaceholder, path, base, remote);
         }
-        return action(Kind::KeepLocal, path, base, remote,
-                      known ? QStringLiteral("changed on the device and on the server")
-                            : QStringLiteral("the device has its own document of that name"));
+        // changed here; on the server too, or new on both sides under one name
+        return send(sameVersion ? Kind::UploadChange : Kind::KeepBoth, path, base, remote, local);
     case LocalKind::Folder:
         return action(Kind::KeepLocal, path, base, remote,
                       QStringLiteral("the server has a document where the device has a folder"));
@@ -83,8 +91,7 @@ SyncAction decideRemoteGone(const SyncRecord &base, const LocalItem &local, cons
         if (!base.isFolder && Reconciler::isUnchangedCopy(base, local)) {
             return action(Kind::RemoveLocal, path, base, std::nullopt);
         }
-        return action(Kind::KeepLocal, path, base, std::nullopt,
-                      QStringLiteral("deleted on the server, changed on the device"));
+        return send(Kind::Upload, path, base, std::nullopt, local); // a change beats a delete
     case LocalKind::Folder:
         return base.isFolder ? action(Kind::RemoveFolder, path, base, std::nullopt)
                              : action(Kind::KeepLocal, path, base, std::nullopt,
@@ -112,7 +119,19 @@ SyncAction Reconciler::decide(const std::optional<SyncRecord> &base, const Local
     if (base) {
         return decideRemoteGone(*base, local, path);
     }
-    return action(Kind::Nothing, path, base, remote);
+    switch (local.kind) {
+    case LocalKind::File:
+        return send(Kind::Upload, path, base, remote, local);
+    case LocalKind::Folder: {
+        SyncAction result = action(Kind::MakeRemoteFolder, path, base, remote);
+        result.local = local;
+        return result;
+    }
+    default:
+        // a placeholder the server does not know (moved on the device: moves are not sent yet),
+        // a link or a special file: nothing a server can hold
+        return action(Kind::Nothing, path, base, remote);
+    }
 }
 
 QList<SyncAction> Reconciler::pairMoves(QList<SyncAction> actions)

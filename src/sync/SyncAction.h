@@ -1,13 +1,14 @@
 #pragma once
 
 #include "sync/DavResource.h"
+#include "sync/LocalItem.h"
 #include "sync/SyncRecord.h"
 
 #include <QString>
 
 #include <optional>
 
-/// What a sync run does for one item to bring the device to the server's state.
+/// What a sync run does for one item to bring the device and the server to one state.
 struct SyncAction {
     enum class Kind {
         /// In step: nothing to do.
@@ -29,9 +30,20 @@ struct SyncAction {
         Record,
         /// The journal's record names nothing anymore.
         Forget,
-        /// The device holds something the server does not know, or changed what it does: left
-        /// as it is (nothing on the device is ever overwritten by a download).
+        /// The device holds something it cannot send, or not yet: left as it is (nothing on the
+        /// device is ever overwritten by a download).
         KeepLocal,
+        /// A document the server does not have (new on the device, or changed here and
+        /// deleted there): sent, never over anything the server has.
+        Upload,
+        /// A document changed on the device only: sent over the version the device started from.
+        UploadChange,
+        /// A folder made on the device.
+        MakeRemoteFolder,
+        /// A document changed on both sides, or new on both under one name: the server's
+        /// version keeps the name and comes down as a placeholder; the device's moves to a free
+        /// "(conflict …)" name and is sent as a new document.
+        KeepBoth,
     };
 
     Kind kind = Kind::Nothing;
@@ -41,6 +53,8 @@ struct SyncAction {
     QString fromPath;
     std::optional<SyncRecord> base;
     std::optional<DavResource> remote;
+    /// What the device held when the run looked (the sending steps check it is still so).
+    LocalItem local;
     /// Why the device was left as it is.
     QString reason;
 };

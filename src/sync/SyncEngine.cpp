@@ -3,8 +3,10 @@
 #include "app/DRLogging.h"
 #include "sync/DavClient.h"
 #include "sync/LocalPropagator.h"
+#include "sync/LocalScanner.h"
 #include "sync/Reconciler.h"
 #include "sync/RemoteMapping.h"
+#include "sync/RemotePropagator.h"
 #include "sync/RemoteScanner.h"
 #include "sync/SyncJournal.h"
 
@@ -19,7 +21,8 @@ using Kind = SyncAction::Kind;
 int phase(const SyncAction &action)
 {
     switch (action.kind) {
-    case Kind::MakeFolder: return 0;
+    case Kind::MakeFolder:
+    case Kind::MakeRemoteFolder: return 0;
     case Kind::Move: return 1;
     case Kind::RemoveFolder: return 4;
     case Kind::RemoveLocal:
@@ -50,8 +53,17 @@ QString describe(Kind kind)
     case Kind::MakeFolder: return QStringLiteral("new folder");
     case Kind::RemoveLocal: return QStringLiteral("deleted");
     case Kind::RemoveFolder: return QStringLiteral("folder deleted");
+    case Kind::Upload: return QStringLiteral("sent");
+    case Kind::UploadChange: return QStringLiteral("changed on the device, sent");
+    case Kind::MakeRemoteFolder: return QStringLiteral("new folder on the device, made on the server");
+    case Kind::KeepBoth: return QStringLiteral("changed on both sides, both versions kept");
     default: return {};
     }
+}
+
+bool isSending(Kind kind)
+{
+    return kind == Kind::Upload || kind == Kind::UploadChange || kind == Kind::MakeRemoteFolder || kind == Kind::KeepBoth;
 }
 
 } // namespace
@@ -81,22 +93,22 @@ SyncOutcome SyncEngine::run()
     }
 
     const QHash<QString, SyncRecord> base = m_journal->records();
+    const QHash<QString, LocalItem> local = LocalScanner::scan(QDateTime::currentMSecsSinceEpoch());
     QList<SyncAction> actions;
     const auto consider = [&](const QString &path) {
         const auto baseIt = base.constFind(path);
         const auto remoteIt = remote->constFind(path);
-        // a document the server did not change needs nothing from this run, whatever the device
-        // did with it (sending the device's changes is not this run's work): no look at the disk
+        const LocalItem here = local.value(path);
+        // a document neither side changed needs nothing from this run
         if (baseIt != base.cend() && remoteIt != remote->cend() && !baseIt->isFolder && !remoteIt->isCollection
-            && baseIt->version == remoteIt->version()) {
+            && baseIt->version == remoteIt->version()
+            && (here.kind == LocalItem::Kind::Placeholder || Reconciler::isUnchangedCopy(*baseIt, here))) {
             return;
         }
-        const std::optional<QString> local = RemoteMapping::localPathFor(path);
-        if (!local) {
+        if (!RemoteMapping::localPathFor(path)) {
             return;
         }
-        SyncAction action = Reconciler::decide(baseIt == base.cend() ? std::nullopt : std::optional(*baseIt),
-                                               LocalPropagator::localItemAt(*local),
+        SyncAction action = Reconciler::decide(baseIt == base.cend() ? std::nullopt : std::optional(*baseIt), here,
                                                remoteIt == remote->cend() ? std::nullopt : std::optional(*remoteIt), path);
         if (action.kind != Kind::Nothing) {
             actions << action;
@@ -107,6 +119,11 @@ SyncOutcome SyncEngine::run()
     }
     for (auto it = base.cbegin(); it != base.cend(); ++it) {
         if (!remote->contains(it.key())) {
+            consider(it.key());
+        }
+    }
+    for (auto it = local.cbegin(); it != local.cend(); ++it) {
+        if (!remote->contains(it.key()) && !base.contains(it.key())) {
             consider(it.key());
         }
     }
@@ -121,32 +138,37 @@ SyncOutcome SyncEngine::run()
         return outcome;
     }
     QSet<QString> checkedFolders;
+    RemotePropagator sender(m_client);
     for (const SyncAction &action : std::as_const(actions)) {
         if (action.kind == Kind::KeepLocal) {
             DRLog(LOG_NOTICE, "Leaving \"%@\" as it is on the device: %@", action.path, action.reason);
             continue;
         }
-        SyncRecord record;
+        QList<SyncRecord> records;
         QString failure;
         // every item is attempted: one failure must not strand the rest
-        if (!LocalPropagator::apply(action, &record, &failure, &checkedFolders)) {
-            outcome.failures << QStringLiteral("\"%1\": %2").arg(action.path, failure);
-            DRLog(LOG_ERR, "Cannot bring \"%@\" from the server: %@", action.path, failure);
-            continue;
+        bool done = false;
+        if (isSending(action.kind)) {
+            done = sender.apply(action, &records, &failure, &checkedFolders);
+        } else {
+            SyncRecord record;
+            done = LocalPropagator::apply(action, &record, &failure, &checkedFolders);
+            if (done && !record.storeKey.isEmpty()) {
+                records << record;
+            }
         }
-        if (const QString what = describe(action.kind); !what.isEmpty()) {
+        if (!done) {
+            outcome.failures << QStringLiteral("\"%1\": %2").arg(action.path, failure);
+            DRLog(LOG_ERR, isSending(action.kind) ? "Cannot send \"%@\" to the server: %@" : "Cannot bring \"%@\" from the server: %@",
+                  action.path, failure);
+            if (records.isEmpty()) {
+                continue;
+            }
+        } else if (const QString what = describe(action.kind); !what.isEmpty()) {
             ++outcome.changes;
             DRLog(LOG_DEBUG, "Synced \"%@\" (%@)", action.path, what);
         }
-        if (action.base && (record.storeKey.isEmpty() || record.storeKey != action.base->storeKey)) {
-            m_journal->remove(action.base->storeKey);
-        }
-        if (!record.storeKey.isEmpty() && (!action.base || record != *action.base)) {
-            if (!m_journal->put(record)) {
-                outcome.failures << QStringLiteral("\"%1\": the sync journal cannot record it: %2").arg(record.path, m_journal->lastError());
-                DRLog(LOG_ERR, "Cannot record \"%@\" in the sync journal: %@", record.path, m_journal->lastError());
-            }
-        }
+        record(action, records, &outcome);
     }
     if (writes && !m_journal->commit()) {
         outcome.error = QStringLiteral("The sync journal cannot be written: %1").arg(m_journal->lastError());
@@ -154,4 +176,23 @@ SyncOutcome SyncEngine::run()
     outcome.succeeded = outcome.error.isEmpty();
     outcome.ended = QDateTime::currentDateTimeUtc();
     return outcome;
+}
+
+void SyncEngine::record(const SyncAction &action, const QList<SyncRecord> &records, SyncOutcome *outcome)
+{
+    const bool baseKept = action.base && std::any_of(records.cbegin(), records.cend(), [&action](const SyncRecord &record) {
+                              return record.storeKey == action.base->storeKey;
+                          });
+    if (action.base && !baseKept) {
+        m_journal->remove(action.base->storeKey);
+    }
+    for (const SyncRecord &record : records) {
+        if (action.base && record == *action.base) {
+            continue;
+        }
+        if (!m_journal->put(record)) {
+            outcome->failures << QStringLiteral("\"%1\": the sync journal cannot record it: %2").arg(record.path, m_journal->lastError());
+            DRLog(LOG_ERR, "Cannot record \"%@\" in the sync journal: %@", record.path, m_journal->lastError());
+        }
+    }
 }

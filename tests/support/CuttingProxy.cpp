@@ -2,6 +2,7 @@
 
 #include <QHostAddress>
 #include <QPointer>
+#include <QRegularExpression>
 #include <QTcpServer>
 #include <QTcpSocket>
 
@@ -42,6 +43,13 @@ bool CuttingProxy::start(QString *error)
     return listening;
 }
 
+void CuttingProxy::cutAfter(qint64 bytes, const QByteArray &request)
+{
+    QMutexLocker lock(&m_mutex);
+    m_request = request;
+    m_cutAfter = bytes;
+}
+
 QUrl CuttingProxy::relayed(const QUrl &serverUrl) const
 {
     QUrl url = serverUrl;
@@ -62,20 +70,33 @@ void CuttingProxy::relay(QTcpServer *server)
                 client->deleteLater();
             }
         };
-        QObject::connect(client, &QTcpSocket::readyRead, upstream, [client, upstream] {
+        // the request line a connection carried last tells which answer is on it
+        const auto forward = [client, upstream] {
+            const QByteArray bytes = client->readAll();
+            static const QRegularExpression requestLine(QStringLiteral("^[A-Z]+ /"));
+            if (requestLine.match(QString::fromLatin1(bytes.left(16))).hasMatch()) {
+                client->setProperty("request", bytes.left(bytes.indexOf('\r')));
+            }
+            upstream->write(bytes);
+        };
+        QObject::connect(client, &QTcpSocket::readyRead, upstream, [upstream, forward] {
             if (upstream->state() == QAbstractSocket::ConnectedState) {
-                upstream->write(client->readAll());
+                forward();
             }
         });
-        QObject::connect(upstream, &QTcpSocket::connected, upstream, [client, upstream] {
-            upstream->write(client->readAll());
-        });
+        QObject::connect(upstream, &QTcpSocket::connected, upstream, forward);
         QObject::connect(upstream, &QTcpSocket::readyRead, client, [this, client, upstream] {
             const QByteArray bytes = upstream->readAll();
             if (client->state() != QAbstractSocket::ConnectedState) {
                 return;
             }
-            const qint64 cutAfter = m_cutAfter;
+            qint64 cutAfter = m_cutAfter;
+            if (cutAfter >= 0) {
+                QMutexLocker lock(&m_mutex);
+                if (!client->property("request").toByteArray().startsWith(m_request)) {
+                    cutAfter = -1; // another request's answer
+                }
+            }
             if (cutAfter >= 0 && bytes.size() >= cutAfter) {
                 m_cutAfter = -1;
                 ++m_cuts;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QMutex>
 #include <QThread>
 #include <QUrl>
 
@@ -21,9 +22,10 @@ public:
     bool start(QString *error);
     /// `serverUrl` with the relay's port in place of the server's.
     QUrl relayed(const QUrl &serverUrl) const;
-    /// After `bytes` more have gone from the server to a client, that connection is dropped
-    /// (both ways, at once); then the relay passes everything again.
-    void cutAfter(qint64 bytes) { m_cutAfter = bytes; }
+    /// After `bytes` more have gone from the server to a client on a connection whose last
+    /// request began with `request` ("GET /Big.bin"), that connection is dropped; then the
+    /// relay passes everything again. Other connections are not counted.
+    void cutAfter(qint64 bytes, const QByteArray &request);
     int cuts() const { return m_cuts; }
 
 private:
@@ -33,6 +35,8 @@ private:
     quint16 m_port = 0;
     QThread m_thread;
     QTcpServer *m_server = nullptr; // lives on m_thread
+    QMutex m_mutex;
+    QByteArray m_request; // guarded by m_mutex
     std::atomic<qint64> m_cutAfter{-1};
     std::atomic<int> m_cuts{0};
 };

@@ -105,16 +105,48 @@ private slots:
         QFETCH(qint64, modifiedMs);
         const SyncAction action = Reconciler::decide(base(), local(LocalKind::File, size, modifiedMs),
                                                      remote(QStringLiteral("v2")), QStringLiteral("a.txt"));
-        QCOMPARE(action.kind, Kind::KeepLocal);
-        QCOMPARE(action.reason, QStringLiteral("changed on the device and on the server"));
+        QCOMPARE(action.kind, Kind::KeepBoth);
+        QCOMPARE(action.local.size, size); // the sending step checks the document is still so
+        QCOMPARE(action.local.modifiedMs, modifiedMs);
     }
 
     void aDocumentOfTheDevicesOwnIsNeverReplaced()
     {
         const SyncAction action = Reconciler::decide(std::nullopt, local(LocalKind::File, 3, 5), remote(),
                                                      QStringLiteral("a.txt"));
-        QCOMPARE(action.kind, Kind::KeepLocal);
-        QCOMPARE(action.reason, QStringLiteral("the device has its own document of that name"));
+        QCOMPARE(action.kind, Kind::KeepBoth);
+    }
+
+    void aDocumentChangedOnTheDeviceOnlyIsSentOverItsVersion()
+    {
+        const SyncAction action = Reconciler::decide(base(), local(LocalKind::File, 11, 1000), remote(), QStringLiteral("a.txt"));
+        QCOMPARE(action.kind, Kind::UploadChange);
+        QCOMPARE(action.base->version, QStringLiteral("v1"));
+    }
+
+    void aDocumentOrFolderNewOnTheDeviceIsSent()
+    {
+        QCOMPARE(decide(std::nullopt, local(LocalKind::File, 3, 5), std::nullopt), Kind::Upload);
+        QCOMPARE(decide(std::nullopt, local(LocalKind::Folder), std::nullopt), Kind::MakeRemoteFolder);
+        // a placeholder the server does not know, a link: nothing to send
+        QCOMPARE(decide(std::nullopt, local(LocalKind::Placeholder), std::nullopt), Kind::Nothing);
+        QCOMPARE(decide(std::nullopt, local(LocalKind::Other), std::nullopt), Kind::Nothing);
+    }
+
+    void aDocumentStillBeingWrittenWaits()
+    {
+        LocalItem writing = local(LocalKind::File, 3, 5);
+        writing.settled = false;
+        const SyncAction fresh = Reconciler::decide(std::nullopt, writing, std::nullopt, QStringLiteral("a.txt"));
+        QCOMPARE(fresh.kind, Kind::KeepLocal);
+        QCOMPARE(fresh.reason, QStringLiteral("it is still being written"));
+        QCOMPARE(decide(base(), writing, remote()), Kind::KeepLocal);
+        QCOMPARE(decide(base(), writing, remote(QStringLiteral("v2"))), Kind::KeepLocal);
+    }
+
+    void deletedOnTheDeviceAndChangedOnTheServerComesBack()
+    {
+        QCOMPARE(decide(base(), local(LocalKind::Absent), remote(QStringLiteral("v2"), 12)), Kind::CreatePlaceholder);
     }
 
     void deletedOnTheServer_data()
@@ -124,7 +156,7 @@ private slots:
         QTest::addColumn<Kind>("expected");
         QTest::newRow("placeholder goes") << int(LocalKind::Placeholder) << qint64(-1) << Kind::RemoveLocal;
         QTest::newRow("unchanged copy goes") << int(LocalKind::File) << qint64(10) << Kind::RemoveLocal;
-        QTest::newRow("edited copy stays") << int(LocalKind::File) << qint64(99) << Kind::KeepLocal;
+        QTest::newRow("edited copy is sent again") << int(LocalKind::File) << qint64(99) << Kind::Upload;
         QTest::newRow("already gone here") << int(LocalKind::Absent) << qint64(-1) << Kind::Forget;
         QTest::newRow("a link is not touched") << int(LocalKind::Other) << qint64(-1) << Kind::Forget;
     }
@@ -199,7 +231,7 @@ private slots:
                                QStringLiteral("b.txt")),
         };
         const QList<SyncAction> paired = Reconciler::pairMoves(actions);
-        QCOMPARE(paired.at(0).kind, Kind::KeepLocal);
+        QCOMPARE(paired.at(0).kind, Kind::Upload);
         QCOMPARE(paired.at(1).kind, Kind::CreatePlaceholder);
     }
 };

@@ -7,17 +7,23 @@
 #include "support/TestDrive.h"
 #include "support/WebDavTestServer.h"
 #include "sync/DavClient.h"
+#include "sync/LocalScanner.h"
+#include "sync/RemotePropagator.h"
 #include "sync/SyncEngine.h"
 #include "sync/SyncJournal.h"
 #include "sync/SyncService.h"
 
+#include <QBuffer>
 #include <QDir>
+#include <QTemporaryDir>
 #include <QFile>
 #include <QLocalSocket>
 #include <QNetworkReply>
 #include <QTest>
 
 #include <memory>
+
+#include <sys/stat.h>
 
 Q_DECLARE_METATYPE(WebDavTestServer::Kind)
 
@@ -55,7 +61,7 @@ private:
     {
         const QString folder = WebDavTestServer::kindName(server->kind()) + QLatin1Char('-') + QString::fromLatin1(name);
         server->mkcol(folder);
-        QDir(m_drive.root()).removeRecursively();
+        QDir(DriveLayout::mobileDocumentsPath()).removeRecursively(); // app containers too: they are sent
         QDir().mkpath(m_drive.root());
         for (const QString &suffix : {QString(), QStringLiteral("-wal"), QStringLiteral("-shm")}) {
             QFile::remove(DriveLayout::syncJournalFile() + suffix);
@@ -94,6 +100,26 @@ private slots:
         QVERIFY2(m_apache->start(&error), qPrintable(error));
         m_sabre = std::make_unique<WebDavTestServer>(WebDavTestServer::Kind::Sabre);
         QVERIFY2(m_sabre->start(&error), qPrintable(error));
+        LocalScanner::setSettleMs(0); // documents written by a test are whole at once
+    }
+
+    /// The content of the server's document at `path`, or "(status)" when it has none.
+    static QByteArray onServer(WebDavTestServer *server, const QString &path)
+    {
+        const int status = server->request("GET", path);
+        return status == 200 ? server->lastBody() : "(" + QByteArray::number(status) + ")";
+    }
+
+    /// A document written by a program of the device, with a date of its own.
+    bool writeOnDevice(const QString &relativePath, const QByteArray &content, qint64 modifiedSecs = 1700000000)
+    {
+        const QString path = m_drive.path(relativePath);
+        if (!TestDrive::writeFile(path, content)) {
+            return false;
+        }
+        QFile file(path);
+        return file.open(QIODevice::ReadWrite)
+            && file.setFileTime(QDateTime::fromSecsSinceEpoch(modifiedSecs), QFileDevice::FileModificationTime);
     }
 
     void servers_data()
@@ -193,18 +219,176 @@ private slots:
                  (QStringList{QStringLiteral("Red"), QStringLiteral("Work")}));
     }
 
-    void aDocumentOfTheDeviceIsNeverReplacedOrRemoved()
+    void aDocumentNewOnBothSidesUnderOneNameKeepsBoth()
     {
         WebDavTestServer *dav = m_apache.get();
         const QString top = freshStart(dav, "own");
         QCOMPARE(dav->put(top + QStringLiteral("/Mine.txt"), "server's"), 201);
-        QVERIFY(TestDrive::writeFile(m_drive.path(QStringLiteral("Mine.txt")), "the device's own"));
+        QVERIFY(writeOnDevice(QStringLiteral("Mine.txt"), "the device's own"));
         LogSpy::clear();
         const SyncOutcome outcome = sync(dav, top);
+        QVERIFY2(outcome.succeeded && outcome.failures.isEmpty(), qPrintable(outcome.failures.join(u'\n')));
+        const QString conflict = RemotePropagator::conflictName(QStringLiteral("Mine.txt"), QDateTime::currentDateTime());
+        QCOMPARE(TestDrive::readFile(m_drive.path(conflict)), QByteArray("the device's own"));
+        QVERIFY(PromisePlaceholder::isPromisedItem(m_drive.path(QStringLiteral("Mine.txt"))));
+        QCOMPARE(onServer(dav, top + QStringLiteral("/Mine.txt")), QByteArray("server's"));
+        QCOMPARE(onServer(dav, top + QLatin1Char('/') + conflict), QByteArray("the device's own"));
+        QVERIFY(logged(LOG_NOTICE, QStringLiteral("\"Mine.txt\" changed on the device and on the server: the device's version is now \"%1\"").arg(conflict)));
+    }
+
+    void aConflictNameKeepsTheExtensionAndSaysWhen()
+    {
+        const QDateTime when(QDate(2026, 11, 22), QTime(18, 3, 59));
+        QCOMPARE(RemotePropagator::conflictName(QStringLiteral("Report.pdf"), when), QStringLiteral("Report (conflict 2026-11-22 1803).pdf"));
+        QCOMPARE(RemotePropagator::conflictName(QStringLiteral("Notes"), when), QStringLiteral("Notes (conflict 2026-11-22 1803)"));
+        QCOMPARE(RemotePropagator::conflictName(QStringLiteral("a.tar.gz"), when), QStringLiteral("a.tar (conflict 2026-11-22 1803).gz"));
+    }
+
+    void foldersAndDocumentsMadeOnTheDeviceReachTheServer_data() { servers_data(); }
+    void foldersAndDocumentsMadeOnTheDeviceReachTheServer()
+    {
+        QFETCH(WebDavTestServer::Kind, kind);
+        WebDavTestServer *dav = server(kind);
+        const QString top = freshStart(dav, "sent");
+        QVERIFY(QDir().mkpath(m_drive.path(QStringLiteral("Trip 100% #1/Ünterwegs"))));
+        QVERIFY(writeOnDevice(QStringLiteral("Trip 100% #1/Ünterwegs/Plan.txt"), "day one"));
+        QVERIFY(writeOnDevice(QStringLiteral("Empty.txt"), ""));
+        const SyncOutcome outcome = sync(dav, top);
+        QVERIFY2(outcome.succeeded && outcome.failures.isEmpty(), qPrintable(outcome.failures.join(u'\n')));
+        QCOMPARE(outcome.changes, 4);
+        QCOMPARE(onServer(dav, top + QStringLiteral("/Trip 100% #1/Ünterwegs/Plan.txt")), QByteArray("day one"));
+        QCOMPARE(onServer(dav, top + QStringLiteral("/Empty.txt")), QByteArray());
+        // the device keeps its documents as they were
+        QCOMPARE(TestDrive::readFile(m_drive.path(QStringLiteral("Trip 100% #1/Ünterwegs/Plan.txt"))), QByteArray("day one"));
+        QVERIFY(!PromisePlaceholder::isPromisedItem(m_drive.path(QStringLiteral("Empty.txt"))));
+        // in step now: the next run does nothing either way
+        const SyncOutcome again = sync(dav, top);
+        QVERIFY(again.succeeded);
+        QCOMPARE(again.changes, 0);
+    }
+
+    void aDocumentChangedOnTheDeviceIsSentOverTheVersionItStartedFrom()
+    {
+        WebDavTestServer *dav = m_apache.get();
+        const QString top = freshStart(dav, "changed");
+        QVERIFY(writeOnDevice(QStringLiteral("Draft.txt"), "first"));
+        QVERIFY(sync(dav, top).succeeded);
+        QVERIFY(writeOnDevice(QStringLiteral("Draft.txt"), "second, longer", 1700000100));
+        QTest::qWait(1100); // the server's entity tag of a document written this second is weak
+        const SyncOutcome outcome = sync(dav, top);
+        QVERIFY2(outcome.failures.isEmpty(), qPrintable(outcome.failures.join(u'\n')));
+        QCOMPARE(outcome.changes, 1);
+        QCOMPARE(onServer(dav, top + QStringLiteral("/Draft.txt")), QByteArray("second, longer"));
+        QVERIFY(dav->accessLog().contains(QByteArray("PUT /" + top.toUtf8() + "/Draft.txt 204")));
+    }
+
+    void aDocumentChangedOnBothSidesKeepsBoth()
+    {
+        WebDavTestServer *dav = m_apache.get();
+        const QString top = freshStart(dav, "both");
+        QVERIFY(writeOnDevice(QStringLiteral("Report.pdf"), "base"));
+        QVERIFY(sync(dav, top).succeeded);
+        QCOMPARE(dav->put(top + QStringLiteral("/Report.pdf"), "the server's edit"), 204);
+        QVERIFY(writeOnDevice(QStringLiteral("Report.pdf"), "the device's edit", 1700000100));
+        const SyncOutcome outcome = sync(dav, top);
+        QVERIFY2(outcome.failures.isEmpty(), qPrintable(outcome.failures.join(u'\n')));
+        const QString conflict = RemotePropagator::conflictName(QStringLiteral("Report.pdf"), QDateTime::currentDateTime());
+        QVERIFY(conflict.startsWith(QStringLiteral("Report (conflict ")));
+        QCOMPARE(TestDrive::readFile(m_drive.path(conflict)), QByteArray("the device's edit"));
+        QVERIFY(PromisePlaceholder::isPromisedItem(m_drive.path(QStringLiteral("Report.pdf"))));
+        QCOMPARE(placeholderAt(m_drive.path(QStringLiteral("Report.pdf")))->size, qint64(17));
+        QCOMPARE(onServer(dav, top + QStringLiteral("/Report.pdf")), QByteArray("the server's edit"));
+        QCOMPARE(onServer(dav, top + QLatin1Char('/') + conflict), QByteArray("the device's edit"));
+    }
+
+    void aChangeBeatsADelete()
+    {
+        WebDavTestServer *dav = m_apache.get();
+        const QString top = freshStart(dav, "beats");
+        QVERIFY(writeOnDevice(QStringLiteral("Kept.txt"), "v1"));
+        QVERIFY(writeOnDevice(QStringLiteral("Back.txt"), "v1"));
+        QVERIFY(sync(dav, top).succeeded);
+
+        // edited here, deleted there: sent again
+        QCOMPARE(dav->remove(top + QStringLiteral("/Kept.txt")), 204);
+        QVERIFY(writeOnDevice(QStringLiteral("Kept.txt"), "v2 of the device", 1700000100));
+        // deleted here, edited there: comes back as a placeholder
+        QVERIFY(QFile::remove(m_drive.path(QStringLiteral("Back.txt"))));
+        QCOMPARE(dav->put(top + QStringLiteral("/Back.txt"), "v2 of the server"), 204);
+
+        const SyncOutcome outcome = sync(dav, top);
+        QVERIFY2(outcome.failures.isEmpty(), qPrintable(outcome.failures.join(u'\n')));
+        QCOMPARE(onServer(dav, top + QStringLiteral("/Kept.txt")), QByteArray("v2 of the device"));
+        QCOMPARE(TestDrive::readFile(m_drive.path(QStringLiteral("Kept.txt"))), QByteArray("v2 of the device"));
+        QVERIFY(PromisePlaceholder::isPromisedItem(m_drive.path(QStringLiteral("Back.txt"))));
+        QCOMPARE(placeholderAt(m_drive.path(QStringLiteral("Back.txt")))->size, qint64(16));
+    }
+
+    void theServerIsNeverWrittenOverUnseen()
+    {
+        WebDavTestServer *dav = m_apache.get();
+        const QString top = freshStart(dav, "conditions");
+        QCOMPARE(dav->put(top + QStringLiteral("/Theirs.txt"), "theirs"), 201);
+        DavClient client(dav->url(top + QLatin1Char('/')), dav->user(), dav->password());
+        QBuffer content;
+        content.setData("mine");
+        content.open(QIODevice::ReadOnly);
+        // as new: refused, the name is taken
+        std::unique_ptr<QNetworkReply> asNew(client.upload(QStringLiteral("Theirs.txt"), &content, {}));
+        DavClient::waitFor(asNew.get());
+        QCOMPARE(DavClient::errorOf(asNew.get()).kind, DavError::Kind::Changed);
+        // over a version the server no longer has: refused
+        content.seek(0);
+        std::unique_ptr<QNetworkReply> overOld(client.upload(QStringLiteral("Theirs.txt"), &content, QStringLiteral("1-2-3")));
+        DavClient::waitFor(overOld.get());
+        QCOMPARE(DavClient::errorOf(overOld.get()).kind, DavError::Kind::Changed);
+        QCOMPARE(DavClient::errorOf(overOld.get()).description(), QStringLiteral("The item changed on the server meanwhile. (HTTP 412 Precondition Failed)"));
+        QCOMPARE(onServer(dav, top + QStringLiteral("/Theirs.txt")), QByteArray("theirs"));
+    }
+
+    void aDocumentStillBeingWrittenWaits()
+    {
+        WebDavTestServer *dav = m_apache.get();
+        const QString top = freshStart(dav, "writing");
+        LocalScanner::setSettleMs(60000);
+        QVERIFY(TestDrive::writeFile(m_drive.path(QStringLiteral("Growing.log")), "half"));
+        LogSpy::clear();
+        const SyncOutcome outcome = sync(dav, top);
+        LocalScanner::setSettleMs(0);
         QVERIFY(outcome.succeeded);
-        QCOMPARE(TestDrive::readFile(m_drive.path(QStringLiteral("Mine.txt"))), QByteArray("the device's own"));
-        QVERIFY(!QFileInfo::exists(PromisePlaceholder::placeholderPathFor(m_drive.path(QStringLiteral("Mine.txt")))));
-        QVERIFY(logged(LOG_NOTICE, QStringLiteral("Leaving \"Mine.txt\" as it is on the device: the device has its own document of that name")));
+        QCOMPARE(onServer(dav, top + QStringLiteral("/Growing.log")), QByteArray("(404)"));
+        QVERIFY(logged(LOG_NOTICE, QStringLiteral("Leaving \"Growing.log\" as it is on the device: it is still being written")));
+        QVERIFY(sync(dav, top).succeeded);
+        QCOMPARE(onServer(dav, top + QStringLiteral("/Growing.log")), QByteArray("half"));
+    }
+
+    void linksAndSpecialFilesAreNeverSentOrOpened()
+    {
+        WebDavTestServer *dav = m_apache.get();
+        const QString top = freshStart(dav, "special");
+        QTemporaryDir outside;
+        QVERIFY(TestDrive::writeFile(outside.filePath(QStringLiteral("secret.txt")), "not the drive's"));
+        QVERIFY(QFile::link(outside.filePath(QStringLiteral("secret.txt")), m_drive.path(QStringLiteral("Link.txt"))));
+        QVERIFY(QFile::link(outside.path(), m_drive.path(QStringLiteral("Elsewhere"))));
+        QCOMPARE(::mkfifo(FilePath::encode(m_drive.path(QStringLiteral("Pipe"))).constData(), 0644), 0);
+        const SyncOutcome outcome = sync(dav, top); // a FIFO opened for reading would block here
+        QVERIFY(outcome.succeeded);
+        QCOMPARE(outcome.changes, 0);
+        for (const char *name : {"Link.txt", "Elsewhere", "Elsewhere/secret.txt", "Pipe"}) {
+            QCOMPARE(onServer(dav, top + QLatin1Char('/') + QLatin1String(name)), QByteArray("(404)"));
+        }
+    }
+
+    void anAppContainerMadeOnTheDeviceGoesToTheHiddenFolder()
+    {
+        WebDavTestServer *dav = m_sabre.get();
+        const QString top = freshStart(dav, "newcontainer");
+        const QString documents = DriveLayout::mobileDocumentsPath() + QStringLiteral("/com.example.Sketch/Documents");
+        QVERIFY(QDir().mkpath(documents));
+        QVERIFY(TestDrive::writeFile(documents + QStringLiteral("/Cat.svg"), "<svg/>"));
+        const SyncOutcome outcome = sync(dav, top);
+        QVERIFY2(outcome.failures.isEmpty(), qPrintable(outcome.failures.join(u'\n')));
+        QCOMPARE(onServer(dav, top + QStringLiteral("/.aerova/com.example.Sketch/Documents/Cat.svg")), QByteArray("<svg/>"));
     }
 
     void namesTheDriveCannotHoldAreRefusedWithALogRecord()

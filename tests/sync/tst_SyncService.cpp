@@ -156,8 +156,15 @@ private slots:
         const QString path = m_drive.path(QStringLiteral("Hello.txt"));
         QVERIFY(TestDrive::writeFile(path, "edited on the device"));
         QVERIFY(m_server.put(QStringLiteral("Hello.txt"), "and changed on the server") / 100 == 2);
+        // once quiet, both versions are kept: the server's under the name, the device's beside it
+        QThread::msleep(2100);
         QVERIFY(syncNow());
-        QCOMPARE(TestDrive::readFile(path), QByteArray("edited on the device"));
+        QTRY_VERIFY(PromisePlaceholder::isPromisedItem(path));
+        const QStringList conflicts = QDir(m_drive.root()).entryList({QStringLiteral("Hello (conflict *).txt")});
+        QCOMPARE(conflicts.size(), 1);
+        QCOMPARE(TestDrive::readFile(m_drive.path(conflicts.first())), QByteArray("edited on the device"));
+        QCOMPARE(m_server.request("GET", conflicts.first()), 200);
+        QCOMPARE(m_server.lastBody(), QByteArray("edited on the device"));
     }
 
     void anotherUserOrServerIsAnotherIdentity()
@@ -270,7 +277,7 @@ private slots:
         const QString storeKey = PromisePlaceholder::read(PromisePlaceholder::placeholderPathFor(path), nullptr)->storeKey;
         const QString partial = DriveLayout::partialDownloadsPath() + QLatin1Char('/') + storeKey;
 
-        m_network->cutAfter(3 * 1024 * 1024);
+        m_network->cutAfter(3 * 1024 * 1024, "GET /Dropped.bin");
         const std::optional<Error> dropped = PromiseStore::materialize(path, nullptr);
         QCOMPARE(m_network->cuts(), 1);
         QVERIFY(dropped);

@@ -1,0 +1,258 @@
+#include "sync/RemotePropagator.h"
+
+#include "app/DRLogging.h"
+#include "model/FileUtils.h"
+#include "platform/drive/FileAttributes.h"
+#include "platform/drive/PromisePlaceholder.h"
+#include "platform/foundation/FilePath.h"
+#include "sync/DavClient.h"
+#include "sync/LocalPropagator.h"
+#include "sync/RemoteMapping.h"
+
+#include <QFile>
+#include <QLocale>
+#include <QNetworkReply>
+
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <memory>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+using Kind = SyncAction::Kind;
+
+qint64 modifiedMs(const struct stat &st)
+{
+    return qint64(st.st_mtim.tv_sec) * 1000 + st.st_mtim.tv_nsec / 1000000;
+}
+
+bool isAsSeen(const struct stat &st, const LocalItem &seen)
+{
+    return S_ISREG(st.st_mode) && st.st_size == seen.size && modifiedMs(st) == seen.modifiedMs;
+}
+
+bool sameState(const struct stat &a, const struct stat &b)
+{
+    return a.st_size == b.st_size && a.st_mtim.tv_sec == b.st_mtim.tv_sec && a.st_mtim.tv_nsec == b.st_mtim.tv_nsec;
+}
+
+QString parentOf(const QString &path)
+{
+    const qsizetype slash = path.lastIndexOf(QLatin1Char('/'));
+    return slash < 0 ? QString() : path.left(slash);
+}
+
+QString joined(const QString &folder, const QString &name)
+{
+    return folder.isEmpty() ? name : folder + QLatin1Char('/') + name;
+}
+
+/// Blocking: the reply of `request`, finished.
+std::unique_ptr<QNetworkReply> finished(QNetworkReply *request)
+{
+    std::unique_ptr<QNetworkReply> reply(request);
+    DavClient::waitFor(reply.get());
+    return reply;
+}
+
+int statusOf(QNetworkReply *reply)
+{
+    return reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
+}
+
+} // namespace
+
+RemotePropagator::RemotePropagator(DavClient *client)
+    : m_client(client)
+{
+}
+
+QString RemotePropagator::conflictName(const QString &name, const QDateTime &when)
+{
+    const auto [stem, suffix] = FileUtils::splitName(name);
+    return QStringLiteral("%1 (conflict %2)%3").arg(stem, QLocale::c().toString(when, QStringLiteral("yyyy-MM-dd HHmm")), suffix);
+}
+
+bool RemotePropagator::apply(const SyncAction &action, QList<SyncRecord> *records, QString *error,
+                             QSet<QString> *checkedFolders)
+{
+    QString reason;
+    const std::optional<QString> local = RemoteMapping::localPathFor(action.path, &reason);
+    if (!local) {
+        *error = reason.isEmpty() ? QStringLiteral("the drive does not hold it") : reason;
+        return false;
+    }
+    if (!LocalPropagator::folderIsInDrive(*local, error, checkedFolders)) {
+        return false;
+    }
+    SyncRecord record;
+    switch (action.kind) {
+    case Kind::MakeRemoteFolder:
+        if (!makeFolder(action.path, &record, error)) {
+            return false;
+        }
+        *records << record;
+        return true;
+    case Kind::Upload:
+    case Kind::UploadChange: {
+        const bool change = action.kind == Kind::UploadChange;
+        const QString key = action.base && !action.base->isFolder ? action.base->storeKey : PromisePlaceholder::newStoreKey();
+        if (!upload(action.path, *local, action.local, change ? action.base->version : QString(), key, &record, error)) {
+            return false;
+        }
+        *records << record;
+        return true;
+    }
+    case Kind::KeepBoth:
+        return keepBoth(action, *local, records, error, checkedFolders);
+    default:
+        *error = QStringLiteral("nothing to send");
+        return false;
+    }
+}
+
+std::optional<DavResource> RemotePropagator::look(const QString &path, bool collection, QString *error)
+{
+    DavError davError;
+    const auto listed = m_client->list(path, 0, &davError, nullptr, collection);
+    if (!listed) {
+        *error = davError.description();
+        return std::nullopt;
+    }
+    for (const DavResource &resource : *listed) {
+        if (resource.path == path) {
+            return resource;
+        }
+    }
+    *error = QStringLiteral("the server does not describe it");
+    return std::nullopt;
+}
+
+bool RemotePropagator::makeFolder(const QString &path, SyncRecord *record, QString *error)
+{
+    auto reply = finished(m_client->mkcol(path));
+    if (statusOf(reply.get()) == 409 && parentOf(path) == RemoteMapping::containersFolder()) {
+        // the first app container on the server: the containers' hidden folder comes first
+        finished(m_client->mkcol(RemoteMapping::containersFolder()));
+        reply = finished(m_client->mkcol(path));
+    }
+    const DavError davError = DavClient::errorOf(reply.get());
+    if (davError && statusOf(reply.get()) != 405) { // 405: the name is taken; by a folder is fine
+        *error = davError.description();
+        return false;
+    }
+    const std::optional<DavResource> made = look(path, true, error);
+    if (!made) {
+        return false;
+    }
+    if (!made->isCollection) {
+        *error = QStringLiteral("the server has a document of that name");
+        return false;
+    }
+    record->storeKey = PromisePlaceholder::newStoreKey();
+    record->path = path;
+    record->isFolder = true;
+    record->version = made->version();
+    record->size = -1;
+    record->modifiedMs = made->modified.isValid() ? made->modified.toMSecsSinceEpoch() : 0;
+    return true;
+}
+
+bool RemotePropagator::upload(const QString &path, const QString &localPath, const LocalItem &seen,
+                              const QString &overVersion, const QString &storeKey, SyncRecord *record, QString *error)
+{
+    // never through a link, never blocked by a FIFO
+    const int fd = ::open(FilePath::encode(localPath).constData(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
+    if (fd < 0) {
+        *error = QString::fromLocal8Bit(std::strerror(errno));
+        return false;
+    }
+    QFile file;
+    if (!file.open(fd, QIODevice::ReadOnly, QFileDevice::AutoCloseHandle)) {
+        ::close(fd);
+        *error = file.errorString();
+        return false;
+    }
+    struct stat before {};
+    if (::fstat(fd, &before) != 0 || !isAsSeen(before, seen)) {
+        *error = QStringLiteral("it changed since the run looked; the next run sends it");
+        return false;
+    }
+    const auto reply = finished(m_client->upload(path, &file, overVersion));
+    if (const DavError davError = DavClient::errorOf(reply.get())) {
+        *error = davError.description();
+        return false;
+    }
+    struct stat after {};
+    const bool steady = ::fstat(fd, &after) == 0 && sameState(before, after);
+    QString lookError;
+    const std::optional<DavResource> sent = look(path, false, &lookError);
+    FileAttributes::setStoreKey(fd, storeKey);
+
+    record->storeKey = storeKey;
+    record->path = path;
+    record->isFolder = false;
+    record->modifiedMs = modifiedMs(before);
+    if (sent && steady && sent->size == before.st_size) {
+        record->version = sent->version();
+        record->size = before.st_size;
+        record->contentType = sent->contentType;
+    } else {
+        // what the server holds may not be what the device holds (changed while it was sent,
+        // or by another writer right after): counted as changed on both sides, so the next run
+        // keeps both rather than trusting either
+        record->version = sent ? sent->version() : QString();
+        record->size = -1;
+        if (sent) {
+            DRLog(LOG_NOTICE, "\"%@\" changed while it was sent; the next run looks again", path);
+        } else {
+            DRLog(LOG_NOTICE, "\"%@\" was sent but the server does not describe it (%@); the next run looks again", path, lookError);
+        }
+    }
+    return true;
+}
+
+bool RemotePropagator::keepBoth(const SyncAction &action, const QString &localPath, QList<SyncRecord> *records,
+                                QString *error, QSet<QString> *checkedFolders)
+{
+    const std::optional<struct stat> st = FilePath::linkStatus(localPath);
+    if (!st || !isAsSeen(*st, action.local)) {
+        *error = QStringLiteral("it changed since the run looked; the next run looks again");
+        return false;
+    }
+    const QString folder = parentOf(localPath);
+    QString conflict = conflictName(action.remote->name(), QDateTime::currentDateTime());
+    if (const QString free = FileUtils::stringByUniquingPathInsideDirectory_forBasename(folder, conflict); !free.isNull()) {
+        conflict = free;
+    }
+    const QString conflictPath = folder + QLatin1Char('/') + conflict;
+    if (::renameat2(AT_FDCWD, FilePath::encode(localPath).constData(), AT_FDCWD, FilePath::encode(conflictPath).constData(),
+                    RENAME_NOREPLACE)
+        != 0) {
+        *error = QString::fromLocal8Bit(std::strerror(errno));
+        return false;
+    }
+    DRLog(LOG_NOTICE, "\"%@\" changed on the device and on the server: the device's version is now \"%@\"",
+          action.path, conflict);
+
+    // the server's version keeps the name
+    SyncAction comeBack = action;
+    comeBack.kind = Kind::CreatePlaceholder;
+    SyncRecord placeholder;
+    if (!LocalPropagator::apply(comeBack, &placeholder, error, checkedFolders)) {
+        return false; // the next run brings it: the device's version is safe under its new name
+    }
+    *records << placeholder;
+
+    // the device's goes up as a new document
+    SyncRecord sent;
+    if (!upload(joined(parentOf(action.path), conflict), conflictPath, action.local, {}, PromisePlaceholder::newStoreKey(),
+                &sent, error)) {
+        return false; // a document of the device's only: the next run sends it
+    }
+    *records << sent;
+    return true;
+}

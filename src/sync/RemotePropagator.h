@@ -1,0 +1,42 @@
+#pragma once
+
+#include "sync/SyncAction.h"
+
+#include <QDateTime>
+#include <QList>
+#include <QSet>
+#include <QString>
+
+class DavClient;
+
+/// Carries a sync run's decisions out on the server: the device's new and changed documents
+/// and its new folders go up. A document is opened without following links, must be a regular
+/// file still as the run saw it, and is sent under a condition (`If-None-Match: *` for a new
+/// one, `If-Match` for a changed one), so nothing on the server is overwritten unseen. One that
+/// changes while it is sent is not taken as in step: the next run sends it again.
+class RemotePropagator final
+{
+public:
+    explicit RemotePropagator(DavClient *client);
+
+    /// Applies `action`. `records` gets what the journal keeps afterwards (the base is forgotten
+    /// unless one of them carries its key); it may hold some even when a later step failed.
+    /// False with `error` set when something was left undone.
+    bool apply(const SyncAction &action, QList<SyncRecord> *records, QString *error,
+               QSet<QString> *checkedFolders = nullptr);
+
+    /// The name the device's version of a document gets in a conflict:
+    /// "Report (conflict 2026-11-22 1803).pdf".
+    static QString conflictName(const QString &name, const QDateTime &when);
+
+private:
+    bool makeFolder(const QString &path, SyncRecord *record, QString *error);
+    bool upload(const QString &path, const QString &localPath, const LocalItem &seen, const QString &overVersion,
+                const QString &storeKey, SyncRecord *record, QString *error);
+    bool keepBoth(const SyncAction &action, const QString &localPath, QList<SyncRecord> *records, QString *error,
+                  QSet<QString> *checkedFolders);
+    /// The server's own description of `path`, just made or sent.
+    std::optional<DavResource> look(const QString &path, bool collection, QString *error);
+
+    DavClient *m_client;
+};
