@@ -12,6 +12,8 @@
 
 #include <QSet>
 
+#include <future>
+
 namespace {
 
 using Kind = SyncAction::Kind;
@@ -77,6 +79,10 @@ SyncEngine::SyncEngine(DavClient *client, SyncJournal *journal)
 SyncOutcome SyncEngine::run()
 {
     SyncOutcome outcome;
+    // the device's tree is walked while the server's answers are awaited
+    std::future<QHash<QString, LocalItem>> localScan = std::async(std::launch::async, [] {
+        return LocalScanner::scan(QDateTime::currentMSecsSinceEpoch());
+    });
     RemoteScanner scanner(m_client);
     DavError error;
     const std::optional<QHash<QString, DavResource>> remote = scanner.scan(&error);
@@ -93,7 +99,7 @@ SyncOutcome SyncEngine::run()
     }
 
     const QHash<QString, SyncRecord> base = m_journal->records();
-    const QHash<QString, LocalItem> local = LocalScanner::scan(QDateTime::currentMSecsSinceEpoch());
+    const QHash<QString, LocalItem> local = localScan.get();
     QList<SyncAction> actions;
     const auto consider = [&](const QString &path) {
         const auto baseIt = base.constFind(path);
