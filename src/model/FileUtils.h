@@ -61,8 +61,6 @@ public:
         const QUrl &url, std::shared_ptr<KDContainer> *container, QStringList *relativePathComponents);
 
     static bool isValidFilename(const QString &name);
-
-private:
     /// An item of that name is in the folder: a real one or a promise.
     static bool nameIsTaken(const QString &directory, const QString &name);
 };

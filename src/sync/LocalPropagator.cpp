@@ -332,6 +332,7 @@ bool LocalPropagator::apply(const SyncAction &action, SyncRecord *record, QStrin
     case Kind::UploadChange:
     case Kind::MakeRemoteFolder:
     case Kind::KeepBoth:
+    case Kind::MoveRemote:
         break; // the server's part
     }
     *error = QStringLiteral("nothing to do on the device");

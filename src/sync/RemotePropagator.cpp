@@ -108,6 +108,12 @@ bool RemotePropagator::apply(const SyncAction &action, QList<SyncRecord> *record
     }
     case Kind::KeepBoth:
         return keepBoth(action, *local, records, error, checkedFolders);
+    case Kind::MoveRemote:
+        if (!moveRemote(action, *local, &record, error)) {
+            return false;
+        }
+        *records << record;
+        return true;
     default:
         *error = QStringLiteral("nothing to send");
         return false;
@@ -211,6 +217,58 @@ bool RemotePropagator::upload(const QString &path, const QString &localPath, con
         } else {
             DRLog(LOG_NOTICE, "\"%@\" was sent but the server does not describe it (%@); the next run looks again", path, lookError);
         }
+    }
+    return true;
+}
+
+bool RemotePropagator::moveRemote(const SyncAction &action, const QString &localPath, SyncRecord *record, QString *error)
+{
+    const bool promised = action.local.kind == LocalItem::Kind::Placeholder;
+    const QString localItem = promised ? PromisePlaceholder::placeholderPathFor(localPath) : localPath;
+    const QString folder = parentOf(localPath);
+    const QString remoteFolder = parentOf(action.path);
+    const auto [stem, suffix] = FileUtils::splitName(action.path.section(QLatin1Char('/'), -1));
+    if (!FilePath::linkStatus(localItem)) {
+        *error = QStringLiteral("it moved again since the run looked; the next run looks again");
+        return false;
+    }
+    // the name the device gave it, else the next one free on both sides
+    QString name = action.path.section(QLatin1Char('/'), -1);
+    for (int n = 1;;) {
+        auto reply = finished(m_client->move(action.fromPath, joined(remoteFolder, name)));
+        if (statusOf(reply.get()) != 412) {
+            if (const DavError davError = DavClient::errorOf(reply.get())) {
+                *error = davError.description();
+                return false;
+            }
+            break;
+        }
+        do {
+            name = QStringLiteral("%1 %2%3").arg(stem).arg(++n).arg(suffix);
+        } while (FileUtils::nameIsTaken(folder, name) && n < 1000);
+        if (n >= 1000) {
+            *error = QStringLiteral("no free name for it");
+            return false;
+        }
+    }
+    const QString path = joined(remoteFolder, name);
+    if (path != action.path) {
+        const QString renamed = folder + QLatin1Char('/') + name;
+        const QString target = promised ? PromisePlaceholder::placeholderPathFor(renamed) : renamed;
+        if (::renameat2(AT_FDCWD, FilePath::encode(localItem).constData(), AT_FDCWD, FilePath::encode(target).constData(),
+                        RENAME_NOREPLACE)
+            != 0) {
+            *error = QStringLiteral("moved on the server to \"%1\", but not here: %2").arg(name, QString::fromLocal8Bit(std::strerror(errno)));
+            return false;
+        }
+        DRLog(LOG_NOTICE, "The server has \"%@\" already: \"%@\" is \"%@\" on both sides", action.path, action.fromPath, name);
+    }
+    *record = *action.base;
+    record->path = path;
+    // a server may give a moved document a new entity tag: the same content keeps its version
+    QString lookError;
+    if (const std::optional<DavResource> moved = look(path, false, &lookError); moved && moved->size == action.base->size) {
+        record->version = moved->version();
     }
     return true;
 }

@@ -13,7 +13,9 @@ class DavClient;
 /// and its new folders go up. A document is opened without following links, must be a regular
 /// file still as the run saw it, and is sent under a condition (`If-None-Match: *` for a new
 /// one, `If-Match` for a changed one), so nothing on the server is overwritten unseen. One that
-/// changes while it is sent is not taken as in step: the next run sends it again.
+/// changes while it is sent is not taken as in step: the next run sends it again. A move is
+/// sent with `Overwrite: F`; where the server took the name meanwhile, the item gets the next
+/// free name ("Report 2.pdf") on both sides.
 class RemotePropagator final
 {
 public:
@@ -33,6 +35,7 @@ private:
     bool makeFolder(const QString &path, SyncRecord *record, QString *error);
     bool upload(const QString &path, const QString &localPath, const LocalItem &seen, const QString &overVersion,
                 const QString &storeKey, SyncRecord *record, QString *error);
+    bool moveRemote(const SyncAction &action, const QString &localPath, SyncRecord *record, QString *error);
     bool keepBoth(const SyncAction &action, const QString &localPath, QList<SyncRecord> *records, QString *error,
                   QSet<QString> *checkedFolders);
     /// The server's own description of `path`, just made or sent.

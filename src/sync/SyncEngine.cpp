@@ -2,6 +2,8 @@
 
 #include "app/DRLogging.h"
 #include "sync/DavClient.h"
+#include "platform/drive/FileAttributes.h"
+#include "platform/drive/PromisePlaceholder.h"
 #include "sync/LocalPropagator.h"
 #include "sync/LocalScanner.h"
 #include "sync/Reconciler.h"
@@ -25,7 +27,8 @@ int phase(const SyncAction &action)
     switch (action.kind) {
     case Kind::MakeFolder:
     case Kind::MakeRemoteFolder: return 0;
-    case Kind::Move: return 1;
+    case Kind::Move:
+    case Kind::MoveRemote: return 1;
     case Kind::RemoveFolder: return 4;
     case Kind::RemoveLocal:
     case Kind::Forget: return 3;
@@ -58,6 +61,7 @@ QString describe(Kind kind)
     case Kind::Upload: return QStringLiteral("sent");
     case Kind::UploadChange: return QStringLiteral("changed on the device, sent");
     case Kind::MakeRemoteFolder: return QStringLiteral("new folder on the device, made on the server");
+    case Kind::MoveRemote: return QStringLiteral("moved on the device, moved on the server");
     case Kind::KeepBoth: return QStringLiteral("changed on both sides, both versions kept");
     default: return {};
     }
@@ -65,7 +69,58 @@ QString describe(Kind kind)
 
 bool isSending(Kind kind)
 {
-    return kind == Kind::Upload || kind == Kind::UploadChange || kind == Kind::MakeRemoteFolder || kind == Kind::KeepBoth;
+    return kind == Kind::Upload || kind == Kind::UploadChange || kind == Kind::MakeRemoteFolder || kind == Kind::KeepBoth
+        || kind == Kind::MoveRemote;
+}
+
+/// The store key the device's item at `path` carries: a placeholder's own, a downloaded
+/// document's attribute; empty for anything else.
+QString storeKeyAt(const QString &path, const LocalItem &item)
+{
+    const std::optional<QString> local = RemoteMapping::localPathFor(path);
+    if (!local) {
+        return {};
+    }
+    if (item.kind == LocalItem::Kind::Placeholder) {
+        std::optional<Error> error;
+        const auto placeholder = PromisePlaceholder::read(PromisePlaceholder::placeholderPathFor(*local), &error);
+        return placeholder ? placeholder->storeKey : QString();
+    }
+    return item.kind == LocalItem::Kind::File ? FileAttributes::storeKey(*local) : QString();
+}
+
+/// Documents the device moved or renamed: an item the journal does not know at its place,
+/// whose store key it knows at a place where the device has nothing now and the server still
+/// has it. By the path they go to.
+QHash<QString, SyncAction> movesOnTheDevice(const QHash<QString, SyncRecord> &base, const QHash<QString, LocalItem> &local,
+                                            const QHash<QString, DavResource> &remote)
+{
+    QHash<QString, SyncAction> moves;
+    QHash<QString, const SyncRecord *> byKey;
+    for (const SyncRecord &record : base) {
+        if (!record.isFolder) {
+            byKey.insert(record.storeKey, &record);
+        }
+    }
+    for (auto it = local.cbegin(); it != local.cend(); ++it) {
+        if (base.contains(it.key())) {
+            continue; // a server's document of the name is no reason not to send the move: it gets the next free name
+        }
+        const QString key = storeKeyAt(it.key(), it.value());
+        const SyncRecord *record = key.isEmpty() ? nullptr : byKey.value(key);
+        if (!record || local.contains(record->path) || !remote.contains(record->path)) {
+            continue;
+        }
+        SyncAction move;
+        move.kind = Kind::MoveRemote;
+        move.path = it.key();
+        move.fromPath = record->path;
+        move.base = *record;
+        move.remote = remote.value(record->path);
+        move.local = it.value();
+        moves.insert(it.key(), move);
+    }
+    return moves;
 }
 
 } // namespace
@@ -100,8 +155,16 @@ SyncOutcome SyncEngine::run()
 
     const QHash<QString, SyncRecord> base = m_journal->records();
     const QHash<QString, LocalItem> local = localScan.get();
-    QList<SyncAction> actions;
+    const QHash<QString, SyncAction> moves = movesOnTheDevice(base, local, *remote);
+    QSet<QString> movedAway;
+    for (const SyncAction &move : moves) {
+        movedAway.insert(move.fromPath);
+    }
+    QList<SyncAction> actions(moves.cbegin(), moves.cend());
     const auto consider = [&](const QString &path) {
+        if (moves.contains(path) || movedAway.contains(path)) {
+            return; // decided as a move
+        }
         const auto baseIt = base.constFind(path);
         const auto remoteIt = remote->constFind(path);
         const LocalItem here = local.value(path);

@@ -334,6 +334,70 @@ private slots:
         QCOMPARE(placeholderAt(m_drive.path(QStringLiteral("Back.txt")))->size, qint64(16));
     }
 
+    void aPlaceholderMovedAndRenamedOnTheDeviceMovesOnTheServer_data() { servers_data(); }
+    void aPlaceholderMovedAndRenamedOnTheDeviceMovesOnTheServer()
+    {
+        QFETCH(WebDavTestServer::Kind, kind);
+        WebDavTestServer *dav = server(kind);
+        const QString top = freshStart(dav, "moved");
+        QCOMPARE(dav->put(top + QStringLiteral("/Old.txt"), "content"), 201);
+        QCOMPARE(dav->mkcol(top + QStringLiteral("/Dest")), 201);
+        QVERIFY(sync(dav, top).succeeded);
+        // as the browser moves a promised item: its placeholder is renamed
+        QVERIFY(QFile::rename(PromisePlaceholder::placeholderPathFor(m_drive.path(QStringLiteral("Old.txt"))),
+                              PromisePlaceholder::placeholderPathFor(m_drive.path(QStringLiteral("Dest/New name.txt")))));
+        const SyncOutcome outcome = sync(dav, top);
+        QVERIFY2(outcome.failures.isEmpty(), qPrintable(outcome.failures.join(u'\n')));
+        QCOMPARE(outcome.changes, 1);
+        QCOMPARE(onServer(dav, top + QStringLiteral("/Dest/New name.txt")), QByteArray("content"));
+        QCOMPARE(onServer(dav, top + QStringLiteral("/Old.txt")), QByteArray("(404)"));
+        QVERIFY(PromisePlaceholder::isPromisedItem(m_drive.path(QStringLiteral("Dest/New name.txt"))));
+        QVERIFY(!PromisePlaceholder::isPromisedItem(m_drive.path(QStringLiteral("Old.txt"))));
+        QCOMPARE(sync(dav, top).changes, 0);
+    }
+
+    void aDocumentMovedOnTheDeviceMovesOnTheServer()
+    {
+        WebDavTestServer *dav = m_apache.get();
+        const QString top = freshStart(dav, "movedfile");
+        QVERIFY(writeOnDevice(QStringLiteral("Mine.txt"), "mine"));
+        QVERIFY(sync(dav, top).succeeded);
+        QVERIFY(QDir().mkpath(m_drive.path(QStringLiteral("Sorted"))));
+        QVERIFY(QFile::rename(m_drive.path(QStringLiteral("Mine.txt")), m_drive.path(QStringLiteral("Sorted/Mine.txt"))));
+        const SyncOutcome outcome = sync(dav, top);
+        QVERIFY2(outcome.failures.isEmpty(), qPrintable(outcome.failures.join(u'\n')));
+        QCOMPARE(onServer(dav, top + QStringLiteral("/Sorted/Mine.txt")), QByteArray("mine"));
+        QCOMPARE(onServer(dav, top + QStringLiteral("/Mine.txt")), QByteArray("(404)"));
+        QVERIFY(!dav->accessLog().contains(QByteArray("PUT /" + top.toUtf8() + "/Sorted/Mine.txt")));
+        QCOMPARE(TestDrive::readFile(m_drive.path(QStringLiteral("Sorted/Mine.txt"))), QByteArray("mine"));
+        QCOMPARE(sync(dav, top).changes, 0);
+    }
+
+    void aMoveToANameTheServerTookMeanwhileGetsTheNextFreeNameOnBothSides()
+    {
+        WebDavTestServer *dav = m_apache.get();
+        const QString top = freshStart(dav, "taken");
+        QCOMPARE(dav->put(top + QStringLiteral("/Report.pdf"), "mine"), 201);
+        QCOMPARE(dav->put(top + QStringLiteral("/Report 2.pdf"), "an older one"), 201);
+        QVERIFY(sync(dav, top).succeeded);
+        QVERIFY(QFile::rename(PromisePlaceholder::placeholderPathFor(m_drive.path(QStringLiteral("Report.pdf"))),
+                              PromisePlaceholder::placeholderPathFor(m_drive.path(QStringLiteral("Final.pdf")))));
+        // another device takes the name before this one's move reaches the server
+        QCOMPARE(dav->put(top + QStringLiteral("/Final.pdf"), "another device's"), 201);
+        LogSpy::clear();
+        const SyncOutcome outcome = sync(dav, top);
+        QVERIFY2(outcome.failures.isEmpty(), qPrintable(outcome.failures.join(u'\n')));
+        QCOMPARE(onServer(dav, top + QStringLiteral("/Final.pdf")), QByteArray("another device's"));
+        QCOMPARE(onServer(dav, top + QStringLiteral("/Final 2.pdf")), QByteArray("mine"));
+        QCOMPARE(onServer(dav, top + QStringLiteral("/Report 2.pdf")), QByteArray("an older one"));
+        QVERIFY(PromisePlaceholder::isPromisedItem(m_drive.path(QStringLiteral("Final 2.pdf"))));
+        QVERIFY(logged(LOG_NOTICE, QStringLiteral("The server has \"Final.pdf\" already: \"Report.pdf\" is \"Final 2.pdf\" on both sides")));
+        // the server's own comes down at the next run, beside it
+        QVERIFY(sync(dav, top).succeeded);
+        QVERIFY(PromisePlaceholder::isPromisedItem(m_drive.path(QStringLiteral("Final.pdf"))));
+        QCOMPARE(placeholderAt(m_drive.path(QStringLiteral("Final.pdf")))->size, qint64(16));
+    }
+
     void theServerIsNeverWrittenOverUnseen()
     {
         WebDavTestServer *dav = m_apache.get();
