@@ -308,6 +308,8 @@ bool LocalPropagator::apply(const SyncAction &action, SyncRecord *record, QStrin
             std::optional<Error> readError;
             if (const auto placeholder = PromisePlaceholder::read(PromisePlaceholder::placeholderPathFor(*local), &readError)) {
                 key = placeholder->storeKey;
+            } else if (const QString own = FileAttributes::storeKey(*local); PromisePlaceholder::isStoreKey(own)) {
+                key = own; // a downloaded copy keeps the key it was downloaded under
             }
         }
         *record = recordFor(*action.remote, key.isEmpty() ? PromisePlaceholder::newStoreKey() : key);

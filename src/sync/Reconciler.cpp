@@ -67,6 +67,12 @@ SyncAction decideRemoteFile(const std::optional<SyncRecord> &base, const LocalIt
             return sameVersion ? action(Kind::Nothing, path, base, remote)
                                : action(Kind::ReplaceWithPlaceholder, path, base, remote);
         }
+        if (!known && local.size == remote.size && remote.modified.isValid()
+            && local.modifiedMs == remote.modified.toMSecsSinceEpoch()) {
+            // the server's very document, downloaded before the journal knew it (a journal
+            // started afresh): taken as it is
+            return action(Kind::Record, path, base, remote);
+        }
         // changed here; on the server too, or new on both sides under one name
         return send(sameVersion ? Kind::UploadChange : Kind::KeepBoth, path, base, remote, local);
     case LocalKind::Folder:

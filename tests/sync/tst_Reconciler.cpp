@@ -117,6 +117,15 @@ private slots:
         QCOMPARE(action.kind, Kind::KeepBoth);
     }
 
+    void aCopyOfTheServersVersionUnknownToTheJournalIsTakenAsItIs()
+    {
+        DavResource server = remote();
+        server.size = 10;
+        server.modified = QDateTime::fromMSecsSinceEpoch(1000);
+        QCOMPARE(decide(std::nullopt, local(LocalKind::File, 10, 1000), server), Kind::Record);
+        QCOMPARE(decide(std::nullopt, local(LocalKind::File, 10, 2000), server), Kind::KeepBoth);
+    }
+
     void aDocumentChangedOnTheDeviceOnlyIsSentOverItsVersion()
     {
         const SyncAction action = Reconciler::decide(base(), local(LocalKind::File, 11, 1000), remote(), QStringLiteral("a.txt"));

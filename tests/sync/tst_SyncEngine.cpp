@@ -246,6 +246,27 @@ private slots:
         QVERIFY(logged(LOG_NOTICE, QStringLiteral("\"Mine.txt\" changed on the device and on the server: the device's version is now \"%1\"").arg(conflict)));
     }
 
+    void aDownloadedCopyIsNoConflictForAJournalStartedAfresh()
+    {
+        WebDavTestServer *dav = m_apache.get();
+        const QString top = freshStart(dav, "afresh");
+        QCOMPARE(dav->put(top + QStringLiteral("/Photo.jpg"), "pixels"), 201);
+        QVERIFY(sync(dav, top).succeeded);
+        // downloaded as the app does it: the content under the name, with the server's date
+        const QString path = m_drive.path(QStringLiteral("Photo.jpg"));
+        const QDateTime serverDate = placeholderAt(path)->modificationDate;
+        QVERIFY(QFile::remove(PromisePlaceholder::placeholderPathFor(path)));
+        QVERIFY(writeOnDevice(QStringLiteral("Photo.jpg"), "pixels", serverDate.toSecsSinceEpoch()));
+        for (const QString &suffix : {QString(), QStringLiteral("-wal"), QStringLiteral("-shm")}) {
+            QFile::remove(DriveLayout::syncJournalFile() + suffix);
+        }
+        const SyncOutcome outcome = sync(dav, top);
+        QVERIFY(outcome.succeeded);
+        QCOMPARE(conflictCopyOf(QStringLiteral("Photo.jpg")), QString());
+        QCOMPARE(TestDrive::readFile(path), QByteArray("pixels"));
+        QCOMPARE(sync(dav, top).changes, 0);
+    }
+
     void aConflictNameKeepsTheExtensionAndSaysWhen()
     {
         const QDateTime when(QDate(2026, 11, 22), QTime(18, 3, 59));
