@@ -4,6 +4,7 @@
 #include "sync/DavClient.h"
 #include "platform/drive/FileAttributes.h"
 #include "platform/drive/PromisePlaceholder.h"
+#include "platform/foundation/FilePath.h"
 #include "sync/LocalPropagator.h"
 #include "sync/LocalScanner.h"
 #include "sync/Reconciler.h"
@@ -15,6 +16,8 @@
 #include <QSet>
 
 #include <future>
+
+#include <sys/stat.h>
 
 namespace {
 
@@ -123,6 +126,29 @@ QHash<QString, SyncAction> movesOnTheDevice(const QHash<QString, SyncRecord> &ba
     return moves;
 }
 
+/// Whether the device's item at `path` was last changed before `sinceMs`.
+bool unchangedSince(const QString &path, qint64 sinceMs)
+{
+    const std::optional<QString> local = RemoteMapping::localPathFor(path);
+    const std::optional<struct stat> st = local ? FilePath::linkStatus(*local) : std::nullopt;
+    if (!st) {
+        return false;
+    }
+    const qint64 changed = std::max(qint64(st->st_mtim.tv_sec) * 1000 + st->st_mtim.tv_nsec / 1000000,
+                                    qint64(st->st_ctim.tv_sec) * 1000 + st->st_ctim.tv_nsec / 1000000);
+    return changed < sinceMs;
+}
+
+/// An item the device held before this account's first sync is not sent by itself: after a
+/// new sign-in the drive may still hold another account's documents, or the demo's. Touched
+/// since (edited, moved, renamed, or a folder given a new item), it goes.
+bool isHeldBack(const SyncAction &action, qint64 sendSinceMs)
+{
+    const bool sendsSomethingNew = !action.base
+        && (action.kind == Kind::Upload || action.kind == Kind::MakeRemoteFolder || action.kind == Kind::KeepBoth);
+    return sendsSomethingNew && unchangedSince(action.path, sendSinceMs);
+}
+
 } // namespace
 
 SyncEngine::SyncEngine(DavClient *client, SyncJournal *journal)
@@ -154,6 +180,7 @@ SyncOutcome SyncEngine::run()
     }
 
     const QHash<QString, SyncRecord> base = m_journal->records();
+    const qint64 sendSince = sendSinceMs();
     const QHash<QString, LocalItem> local = localScan.get();
     const QHash<QString, SyncAction> moves = movesOnTheDevice(base, local, *remote);
     QSet<QString> movedAway;
@@ -161,6 +188,7 @@ SyncOutcome SyncEngine::run()
         movedAway.insert(move.fromPath);
     }
     QList<SyncAction> actions(moves.cbegin(), moves.cend());
+    int heldBack = 0;
     const auto consider = [&](const QString &path) {
         if (moves.contains(path) || movedAway.contains(path)) {
             return; // decided as a move
@@ -179,6 +207,10 @@ SyncOutcome SyncEngine::run()
         }
         SyncAction action = Reconciler::decide(baseIt == base.cend() ? std::nullopt : std::optional(*baseIt), here,
                                                remoteIt == remote->cend() ? std::nullopt : std::optional(*remoteIt), path);
+        if (isHeldBack(action, sendSince)) {
+            ++heldBack;
+            return;
+        }
         if (action.kind != Kind::Nothing) {
             actions << action;
         }
@@ -195,6 +227,11 @@ SyncOutcome SyncEngine::run()
         if (!remote->contains(it.key()) && !base.contains(it.key())) {
             consider(it.key());
         }
+    }
+    if (heldBack > 0) {
+        // said once per run, not once per item: an old drive may hold thousands
+        DRLog(LOG_NOTICE, "Not sending %d items that were on the device before this account's first sync; edit, move or rename one to send it",
+              heldBack);
     }
     actions = Reconciler::pairMoves(actions);
     sortForApplying(actions);
@@ -264,4 +301,16 @@ void SyncEngine::record(const SyncAction &action, const QList<SyncRecord> &recor
             DRLog(LOG_ERR, "Cannot record \"%@\" in the sync journal: %@", record.path, m_journal->lastError());
         }
     }
+}
+
+qint64 SyncEngine::sendSinceMs()
+{
+    const QString since = m_journal->value(QStringLiteral("sendSince"));
+    if (!since.isEmpty()) {
+        return since.toLongLong();
+    }
+    // the account's first sync: what the device holds now stays unless touched
+    const qint64 now = QDateTime::currentMSecsSinceEpoch();
+    m_journal->setValue(QStringLiteral("sendSince"), QString::number(now));
+    return now;
 }

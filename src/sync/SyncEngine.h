@@ -21,6 +21,8 @@ public:
     SyncOutcome run();
 
 private:
+    /// When this account's first sync began: the device's items untouched since are not sent.
+    qint64 sendSinceMs();
     /// Keeps what an action left in the journal: its records, and the base no longer held.
     void record(const SyncAction &action, const QList<SyncRecord> &records, SyncOutcome *outcome);
 

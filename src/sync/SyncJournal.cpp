@@ -172,7 +172,8 @@ bool SyncJournal::remove(const QString &storeKey)
 
 bool SyncJournal::clear()
 {
-    return exec(QStringLiteral("DELETE FROM items")) && exec(QStringLiteral("DELETE FROM partials"));
+    return exec(QStringLiteral("DELETE FROM items")) && exec(QStringLiteral("DELETE FROM partials"))
+        && exec(QStringLiteral("DELETE FROM named"));
 }
 
 QString SyncJournal::value(const QString &name) const

@@ -67,6 +67,22 @@ private:
         for (const QString &suffix : {QString(), QStringLiteral("-wal"), QStringLiteral("-shm")}) {
             QFile::remove(DriveLayout::syncJournalFile() + suffix);
         }
+        // as if the account had synced long ago: what a test writes before its first run is new
+        SyncJournal journal(DriveLayout::syncJournalFile());
+        QString error;
+        if (!journal.open(&error) || !journal.setValue(QStringLiteral("sendSince"), QStringLiteral("0"))) {
+            qWarning() << "journal:" << error;
+        }
+        return folder;
+    }
+
+    /// Starts like freshStart, but as a first sign-in: the journal has never run.
+    QString firstSignIn(WebDavTestServer *server, const char *name)
+    {
+        const QString folder = freshStart(server, name);
+        for (const QString &suffix : {QString(), QStringLiteral("-wal"), QStringLiteral("-shm")}) {
+            QFile::remove(DriveLayout::syncJournalFile() + suffix);
+        }
         return folder;
     }
 
@@ -296,6 +312,35 @@ private slots:
         const SyncOutcome again = sync(dav, top);
         QVERIFY(again.succeeded);
         QCOMPARE(again.changes, 0);
+    }
+
+    void whatTheDeviceHeldBeforeTheFirstSyncIsNotSentUntilTouched()
+    {
+        WebDavTestServer *dav = m_apache.get();
+        const QString top = firstSignIn(dav, "before");
+        // another account's (or the demo's) documents, left in the drive before this sign-in
+        QVERIFY(QDir().mkpath(m_drive.path(QStringLiteral("Old Folder"))));
+        QVERIFY(writeOnDevice(QStringLiteral("Old Folder/Letter.txt"), "someone else's"));
+        QVERIFY(writeOnDevice(QStringLiteral("Old.txt"), "old"));
+        QTest::qWait(20); // the clock of file dates is coarser than the journal's
+        LogSpy::clear();
+        const SyncOutcome first = sync(dav, top);
+        QVERIFY2(first.succeeded && first.failures.isEmpty(), qPrintable(first.failures.join(u'\n')));
+        QCOMPARE(first.changes, 0);
+        QCOMPARE(onServer(dav, top + QStringLiteral("/Old.txt")), QByteArray("(404)"));
+        QCOMPARE(onServer(dav, top + QStringLiteral("/Old Folder/Letter.txt")), QByteArray("(404)"));
+        QVERIFY(logged(LOG_NOTICE, QStringLiteral("Not sending 3 items that were on the device before this account's first sync")));
+        // the device keeps them as they are
+        QCOMPARE(TestDrive::readFile(m_drive.path(QStringLiteral("Old.txt"))), QByteArray("old"));
+        // touched after the first sync, an item goes; its folder goes with it
+        QTest::qWait(20);
+        QVERIFY(writeOnDevice(QStringLiteral("Old.txt"), "edited since"));
+        QVERIFY(writeOnDevice(QStringLiteral("Old Folder/New.txt"), "new"));
+        const SyncOutcome second = sync(dav, top);
+        QVERIFY2(second.succeeded && second.failures.isEmpty(), qPrintable(second.failures.join(u'\n')));
+        QCOMPARE(onServer(dav, top + QStringLiteral("/Old.txt")), QByteArray("edited since"));
+        QCOMPARE(onServer(dav, top + QStringLiteral("/Old Folder/New.txt")), QByteArray("new"));
+        QCOMPARE(onServer(dav, top + QStringLiteral("/Old Folder/Letter.txt")), QByteArray("(404)"));
     }
 
     void aDocumentChangedOnTheDeviceIsSentOverTheVersionItStartedFrom()
