@@ -1,6 +1,7 @@
 #include "sync/DavClient.h"
 
 #include "platform/foundation/FilePath.h"
+#include "sync/HttpDate.h"
 #include "sync/MultistatusParser.h"
 
 #include <QEventLoop>
@@ -150,16 +151,16 @@ QNetworkReply *DavClient::put(const QString &path, const QByteArray &content)
     return m_network->put(request, content);
 }
 
-QNetworkReply *DavClient::upload(const QString &path, QIODevice *content, const QString &overVersion)
+QNetworkReply *DavClient::upload(const QString &path, QIODevice *content, const std::optional<DavResource> &over)
 {
     QNetworkRequest request = this->request(urlFor(path));
     request.setHeader(QNetworkRequest::ContentTypeHeader, QByteArrayLiteral("application/octet-stream"));
     request.setHeader(QNetworkRequest::ContentLengthHeader, content->size());
-    if (overVersion.isEmpty()) {
+    if (over) {
+        setUnchangedSince(&request, *over);
+    } else {
         request.setRawHeader("If-None-Match", "*");
-    } else if (!overVersion.contains(QLatin1Char('@'))) {
-        request.setRawHeader("If-Match", '"' + overVersion.toUtf8() + '"');
-    } // a server without entity tags cannot be asked: the run's fresh look is all there is
+    }
     return m_network->put(request, content);
 }
 
@@ -176,9 +177,24 @@ QNetworkReply *DavClient::move(const QString &from, const QString &to, bool isCo
     return send("MOVE", request);
 }
 
-QNetworkReply *DavClient::remove(const QString &path, bool isCollection)
+void DavClient::setUnchangedSince(QNetworkRequest *request, const DavResource &seen)
 {
-    return send("DELETE", request(urlFor(path, isCollection)));
+    if (!seen.etag.isEmpty() && !seen.weakETag) {
+        request->setRawHeader("If-Match", '"' + seen.etag.toUtf8() + '"');
+    } else if (seen.modified.isValid()) {
+        // a weak tag never matches (a server gives one for a document changed in the last
+        // second), and a server may give none: its date is the condition then
+        request->setRawHeader("If-Unmodified-Since", HttpDate::format(seen.modified));
+    }
+}
+
+QNetworkReply *DavClient::remove(const QString &path, bool isCollection, const std::optional<DavResource> &seen)
+{
+    QNetworkRequest request = this->request(urlFor(path, isCollection));
+    if (seen) {
+        setUnchangedSince(&request, *seen);
+    }
+    return send("DELETE", request);
 }
 
 DavError DavClient::errorOf(QNetworkReply *reply)

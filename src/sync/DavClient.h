@@ -48,13 +48,14 @@ public:
     QNetworkReply *get(const QString &path, qint64 offset = 0, const QString &ifRange = {});
     QNetworkReply *options(const QString &path = {});
     QNetworkReply *put(const QString &path, const QByteArray &content);
-    /// PUT of `content` (open, from its start, for as long as the reply runs). With
-    /// `overVersion` empty only where the server has nothing (`If-None-Match: *`), else only
-    /// over that version (`If-Match`): a server's document is never overwritten unseen.
-    QNetworkReply *upload(const QString &path, QIODevice *content, const QString &overVersion);
+    /// PUT of `content` (open, from its start, for as long as the reply runs). Without `over`
+    /// only where the server has nothing (`If-None-Match: *`), else only over that version of
+    /// the server's document: a server's document is never overwritten unseen.
+    QNetworkReply *upload(const QString &path, QIODevice *content, const std::optional<DavResource> &over);
     QNetworkReply *mkcol(const QString &path);
     QNetworkReply *move(const QString &from, const QString &to, bool isCollection = false);
-    QNetworkReply *remove(const QString &path, bool isCollection = false);
+    /// DELETE; with `seen`, only while the server's document is still that version.
+    QNetworkReply *remove(const QString &path, bool isCollection = false, const std::optional<DavResource> &seen = {});
 
     /// The error of a finished reply, none for a 2xx answer.
     static DavError errorOf(QNetworkReply *reply);
@@ -73,6 +74,9 @@ public:
 
 private:
     QNetworkRequest request(const QUrl &url) const;
+    /// The condition that the server's resource is still the version `seen`: `If-Match` on its
+    /// strong entity tag, else `If-Unmodified-Since` its date.
+    static void setUnchangedSince(QNetworkRequest *request, const DavResource &seen);
     QNetworkReply *send(const QByteArray &verb, QNetworkRequest request, const QByteArray &body = {});
     void limitListing(QNetworkReply *reply);
 

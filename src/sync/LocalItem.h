@@ -1,6 +1,6 @@
 #pragma once
 
-#include <QtGlobal>
+#include <QString>
 
 /// What the device holds at an item's place, as a sync run sees it.
 struct LocalItem {
@@ -20,4 +20,7 @@ struct LocalItem {
     qint64 modifiedMs = 0;
     /// For a file: quiet long enough not to be half-written (else it waits for a later run).
     bool settled = true;
+    /// For a folder: the store key it carries (it follows the folder when it is moved); empty
+    /// for a folder the drive has not recorded.
+    QString storeKey;
 };

@@ -335,6 +335,7 @@ bool LocalPropagator::apply(const SyncAction &action, SyncRecord *record, QStrin
     case Kind::MakeRemoteFolder:
     case Kind::KeepBoth:
     case Kind::MoveRemote:
+    case Kind::DeleteRemote:
         break; // the server's part
     }
     *error = QStringLiteral("nothing to do on the device");

@@ -2,6 +2,7 @@
 
 #include "platform/drive/ContainerRegistry.h"
 #include "platform/drive/DriveLayout.h"
+#include "platform/drive/FileAttributes.h"
 #include "platform/drive/KDContainer.h"
 #include "platform/drive/PromisePlaceholder.h"
 #include "platform/foundation/FilePath.h"
@@ -48,6 +49,7 @@ LocalItem itemFor(const QString &path, const Entry &entry, qint64 nowMs)
     LocalItem item;
     if (entry.kind == EntryKind::Folder) {
         item.kind = LocalItem::Kind::Folder;
+        item.storeKey = FileAttributes::storeKey(path);
         return item;
     }
     if (entry.kind == EntryKind::Link) {

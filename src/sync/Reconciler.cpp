@@ -34,8 +34,10 @@ SyncAction decideRemoteFolder(const std::optional<SyncRecord> &base, const Local
 {
     switch (local.kind) {
     case LocalKind::Absent:
-        // a folder deleted here is not sent yet: the server's comes back rather than vanishing
-        return action(Kind::MakeFolder, path, base, remote);
+        // known and gone here: deleted on the device (whether nothing in it changed on the
+        // server is the run's to tell); new on the server: made here
+        return base && base->isFolder ? action(Kind::DeleteRemote, path, base, remote)
+                                      : action(Kind::MakeFolder, path, base, remote);
     case LocalKind::Folder:
         return base && base->isFolder && base->version == remote.version() ? action(Kind::Nothing, path, base, remote)
                                                                            : action(Kind::Record, path, base, remote);
@@ -52,10 +54,9 @@ SyncAction decideRemoteFile(const std::optional<SyncRecord> &base, const LocalIt
     const bool sameVersion = known && base->version == remote.version();
     switch (local.kind) {
     case LocalKind::Absent:
-        // known and gone here: deleted on the device; it is not sent yet, so it stays away
-        // rather than coming back as a promise under the user's eyes; unless the server changed
-        // it since: a change beats a delete
-        return sameVersion ? action(Kind::Nothing, path, base, remote, QStringLiteral("deleted on the device"))
+        // known and gone here: deleted on the device, unless the server changed it since (a
+        // change beats a delete)
+        return sameVersion ? action(Kind::DeleteRemote, path, base, remote)
                            : action(Kind::CreatePlaceholder, path, base, remote);
     case LocalKind::Placeholder:
         if (sameVersion) {

@@ -100,7 +100,7 @@ bool RemotePropagator::apply(const SyncAction &action, QList<SyncRecord> *record
     case Kind::UploadChange: {
         const bool change = action.kind == Kind::UploadChange;
         const QString key = action.base && !action.base->isFolder ? action.base->storeKey : PromisePlaceholder::newStoreKey();
-        if (!upload(action.path, *local, action.local, change ? action.base->version : QString(), key, &record, error)) {
+        if (!upload(action.path, *local, action.local, change ? action.remote : std::nullopt, key, &record, error)) {
             return false;
         }
         *records << record;
@@ -114,6 +114,8 @@ bool RemotePropagator::apply(const SyncAction &action, QList<SyncRecord> *record
         }
         *records << record;
         return true;
+    case Kind::DeleteRemote:
+        return deleteRemote(action, *local, records, error);
     default:
         *error = QStringLiteral("nothing to send");
         return false;
@@ -168,7 +170,8 @@ bool RemotePropagator::makeFolder(const QString &path, SyncRecord *record, QStri
 }
 
 bool RemotePropagator::upload(const QString &path, const QString &localPath, const LocalItem &seen,
-                              const QString &overVersion, const QString &storeKey, SyncRecord *record, QString *error)
+                              const std::optional<DavResource> &over, const QString &storeKey, SyncRecord *record,
+                              QString *error)
 {
     // never through a link, never blocked by a FIFO
     const int fd = ::open(FilePath::encode(localPath).constData(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
@@ -187,7 +190,7 @@ bool RemotePropagator::upload(const QString &path, const QString &localPath, con
         *error = QStringLiteral("it changed since the run looked; the next run sends it");
         return false;
     }
-    const auto reply = finished(m_client->upload(path, &file, overVersion));
+    const auto reply = finished(m_client->upload(path, &file, over));
     if (const DavError davError = DavClient::errorOf(reply.get())) {
         *error = davError.description();
         return false;
@@ -224,6 +227,7 @@ bool RemotePropagator::upload(const QString &path, const QString &localPath, con
 bool RemotePropagator::moveRemote(const SyncAction &action, const QString &localPath, SyncRecord *record, QString *error)
 {
     const bool promised = action.local.kind == LocalItem::Kind::Placeholder;
+    const bool isFolder = action.base->isFolder;
     const QString localItem = promised ? PromisePlaceholder::placeholderPathFor(localPath) : localPath;
     const QString folder = parentOf(localPath);
     const QString remoteFolder = parentOf(action.path);
@@ -235,7 +239,7 @@ bool RemotePropagator::moveRemote(const SyncAction &action, const QString &local
     // the name the device gave it, else the next one free on both sides
     QString name = action.path.section(QLatin1Char('/'), -1);
     for (int n = 1;;) {
-        auto reply = finished(m_client->move(action.fromPath, joined(remoteFolder, name)));
+        auto reply = finished(m_client->move(action.fromPath, joined(remoteFolder, name), isFolder));
         if (statusOf(reply.get()) != 412) {
             if (const DavError davError = DavClient::errorOf(reply.get())) {
                 *error = davError.description();
@@ -267,8 +271,37 @@ bool RemotePropagator::moveRemote(const SyncAction &action, const QString &local
     record->path = path;
     // a server may give a moved document a new entity tag: the same content keeps its version
     QString lookError;
-    if (const std::optional<DavResource> moved = look(path, false, &lookError); moved && moved->size == action.base->size) {
+    if (const std::optional<DavResource> moved = look(path, isFolder, &lookError); moved && moved->size == action.base->size) {
         record->version = moved->version();
+    }
+    return true;
+}
+
+bool RemotePropagator::deleteRemote(const SyncAction &action, const QString &localPath, QList<SyncRecord> *records,
+                                    QString *error)
+{
+    const bool folder = action.base->isFolder;
+    const bool back = FilePath::linkStatus(localPath) || FilePath::linkStatus(PromisePlaceholder::placeholderPathFor(localPath));
+    if (back) {
+        *error = QStringLiteral("it is on the device again; the next run looks again");
+        return false;
+    }
+    // a document only while it is the version deleted here: a change on the server beats it
+    const auto reply = finished(m_client->remove(action.path, folder, folder ? std::nullopt : action.remote));
+    const int status = statusOf(reply.get());
+    if (status == 412) {
+        *records << *action.base; // the next run sees the server's new version and brings it back
+        DRLog(LOG_NOTICE, "\"%@\" changed on the server since it was deleted on the device: it comes back", action.path);
+        return true;
+    }
+    if (status == 207) {
+        // some of a folder's items could not be deleted: what is left comes back at the next run
+        *error = QStringLiteral("the server deleted only part of it");
+        return false;
+    }
+    if (const DavError davError = DavClient::errorOf(reply.get()); davError && status != 404) { // 404: gone already
+        *error = davError.description();
+        return false;
     }
     return true;
 }
@@ -307,7 +340,7 @@ bool RemotePropagator::keepBoth(const SyncAction &action, const QString &localPa
 
     // the device's goes up as a new document
     SyncRecord sent;
-    if (!upload(joined(parentOf(action.path), conflict), conflictPath, action.local, {}, PromisePlaceholder::newStoreKey(),
+    if (!upload(joined(parentOf(action.path), conflict), conflictPath, action.local, std::nullopt, PromisePlaceholder::newStoreKey(),
                 &sent, error)) {
         return false; // a document of the device's only: the next run sends it
     }

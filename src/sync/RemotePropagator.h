@@ -10,7 +10,7 @@
 class DavClient;
 
 /// Carries a sync run's decisions out on the server: the device's new and changed documents
-/// and its new folders go up. A document is opened without following links, must be a regular
+/// and its new folders go up, its moves and deletes are made there. A document is opened without following links, must be a regular
 /// file still as the run saw it, and is sent under a condition (`If-None-Match: *` for a new
 /// one, `If-Match` for a changed one), so nothing on the server is overwritten unseen. One that
 /// changes while it is sent is not taken as in step: the next run sends it again. A move is
@@ -33,9 +33,11 @@ public:
 
 private:
     bool makeFolder(const QString &path, SyncRecord *record, QString *error);
-    bool upload(const QString &path, const QString &localPath, const LocalItem &seen, const QString &overVersion,
+    /// Sends the document at `localPath` as `path`: over the server's version `over`, or as new.
+    bool upload(const QString &path, const QString &localPath, const LocalItem &seen, const std::optional<DavResource> &over,
                 const QString &storeKey, SyncRecord *record, QString *error);
     bool moveRemote(const SyncAction &action, const QString &localPath, SyncRecord *record, QString *error);
+    bool deleteRemote(const SyncAction &action, const QString &localPath, QList<SyncRecord> *records, QString *error);
     bool keepBoth(const SyncAction &action, const QString &localPath, QList<SyncRecord> *records, QString *error,
                   QSet<QString> *checkedFolders);
     /// The server's own description of `path`, just made or sent.

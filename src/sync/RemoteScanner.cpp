@@ -18,6 +18,7 @@ RemoteScanner::RemoteScanner(DavClient *client)
 std::optional<QHash<QString, DavResource>> RemoteScanner::scan(DavError *error)
 {
     m_refused.clear();
+    m_unheld.clear();
     QHash<QString, DavResource> items;
     std::deque<QString> pending{QString()};
     std::vector<std::pair<QString, std::unique_ptr<QNetworkReply>>> inFlight;
@@ -69,6 +70,8 @@ std::optional<QHash<QString, DavResource>> RemoteScanner::scan(DavError *error)
             const bool listed = resource.isCollection && (held || RemoteMapping::isListedOnly(resource.path));
             if (held) {
                 items.insert(resource.path, resource);
+            } else {
+                m_unheld << resource.path;
             }
             if (listed) {
                 pending.push_back(resource.path);

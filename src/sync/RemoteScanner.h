@@ -28,11 +28,15 @@ public:
     std::optional<QHash<QString, DavResource>> scan(DavError *error);
     /// The items the server sent that were refused, with the reason.
     QStringList refused() const { return m_refused; }
+    /// The paths of the items the server holds that the drive does not (refused, hidden): a
+    /// folder deleted on the device is not deleted on the server while it holds any.
+    QStringList unheld() const { return m_unheld; }
     /// The signed-in folder's own resource, as the last scan listed it.
     DavResource root() const { return m_root; }
 
 private:
     DavClient *m_client;
     QStringList m_refused;
+    QStringList m_unheld;
     DavResource m_root;
 };

@@ -40,9 +40,12 @@ struct SyncAction {
         UploadChange,
         /// A folder made on the device.
         MakeRemoteFolder,
-        /// A document or placeholder moved or renamed on the device (its store key is known at
-        /// `fromPath`): moved on the server, never over anything there.
+        /// A document, placeholder or folder moved or renamed on the device (its store key is
+        /// known at `fromPath`): moved on the server, never over anything there.
         MoveRemote,
+        /// Deleted on the device and unchanged on the server since: deleted there (a folder
+        /// whole, only while nothing in it changed on the server).
+        DeleteRemote,
         /// A document changed on both sides, or new on both under one name: the server's
         /// version keeps the name and comes down as a placeholder; the device's moves to a free
         /// "(conflict …)" name and is sent as a new document.

@@ -27,12 +27,14 @@ using Kind = SyncAction::Kind;
 /// then what goes away, folders last and from the bottom, so each finds its place ready.
 int phase(const SyncAction &action)
 {
+    const bool folder = action.base && action.base->isFolder;
     switch (action.kind) {
     case Kind::MakeFolder:
     case Kind::MakeRemoteFolder: return 0;
-    case Kind::Move:
-    case Kind::MoveRemote: return 1;
+    case Kind::Move: return 1;
+    case Kind::MoveRemote: return folder ? 0 : 1;
     case Kind::RemoveFolder: return 4;
+    case Kind::DeleteRemote: return folder ? 4 : 3;
     case Kind::RemoveLocal:
     case Kind::Forget: return 3;
     default: return 2;
@@ -66,6 +68,7 @@ QString describe(Kind kind)
     case Kind::MakeRemoteFolder: return QStringLiteral("new folder on the device, made on the server");
     case Kind::MoveRemote: return QStringLiteral("moved on the device, moved on the server");
     case Kind::KeepBoth: return QStringLiteral("changed on both sides, both versions kept");
+    case Kind::DeleteRemote: return QStringLiteral("deleted on the device, deleted on the server");
     default: return {};
     }
 }
@@ -73,7 +76,7 @@ QString describe(Kind kind)
 bool isSending(Kind kind)
 {
     return kind == Kind::Upload || kind == Kind::UploadChange || kind == Kind::MakeRemoteFolder || kind == Kind::KeepBoth
-        || kind == Kind::MoveRemote;
+        || kind == Kind::MoveRemote || kind == Kind::DeleteRemote;
 }
 
 /// The store key the device's item at `path` carries: a placeholder's own, a downloaded
@@ -149,6 +152,138 @@ bool isHeldBack(const SyncAction &action, qint64 sendSinceMs)
     return sendsSomethingNew && unchangedSince(action.path, sendSinceMs);
 }
 
+bool isInside(const QString &path, const QString &folder)
+{
+    return path.size() > folder.size() + 1 && path.startsWith(folder) && path.at(folder.size()) == QLatin1Char('/');
+}
+
+/// `path` with its part `from` (itself or a folder above it) replaced by `to`.
+QString moved(const QString &path, const QString &from, const QString &to)
+{
+    return to + path.mid(from.size());
+}
+
+/// Folders the device moved or renamed: a folder the journal does not know at its place, whose
+/// store key it knows for a folder at a place where the device has nothing now and the server
+/// still has a folder. The outermost of them: those inside are found once these are followed.
+QList<SyncAction> foldersMovedOnTheDevice(const QHash<QString, SyncRecord> &base, const QHash<QString, LocalItem> &local,
+                                          const QHash<QString, DavResource> &remote)
+{
+    QHash<QString, const SyncRecord *> byKey;
+    for (const SyncRecord &record : base) {
+        if (record.isFolder) {
+            byKey.insert(record.storeKey, &record);
+        }
+    }
+    QList<SyncAction> moves;
+    for (auto it = local.cbegin(); it != local.cend(); ++it) {
+        if (it->kind != LocalItem::Kind::Folder || it->storeKey.isEmpty() || base.contains(it.key())) {
+            continue;
+        }
+        const SyncRecord *record = byKey.value(it->storeKey);
+        if (!record || local.contains(record->path) || !remote.value(record->path).isCollection) {
+            continue;
+        }
+        SyncAction move;
+        move.kind = Kind::MoveRemote;
+        move.path = it.key();
+        move.fromPath = record->path;
+        move.base = *record;
+        move.remote = remote.value(record->path);
+        move.local = it.value();
+        moves << move;
+    }
+    QList<SyncAction> outermost;
+    for (const SyncAction &move : std::as_const(moves)) {
+        const bool inner = std::any_of(moves.cbegin(), moves.cend(), [&move](const SyncAction &other) {
+            return isInside(move.fromPath, other.fromPath) || isInside(move.path, other.path);
+        });
+        if (!inner) {
+            outermost << move;
+        }
+    }
+    return outermost;
+}
+
+/// Moves the items at `from` and inside it to `to` in a map by path, as the run's view of them
+/// once the folder's move is sent.
+template <typename Item>
+void moveInView(QHash<QString, Item> *items, const QString &from, const QString &to)
+{
+    QList<Item> movedItems;
+    for (auto it = items->begin(); it != items->end();) {
+        if (it.key() == from || isInside(it.key(), from)) {
+            Item item = it.value();
+            item.path = moved(it.key(), from, to);
+            movedItems << item;
+            it = items->erase(it);
+        } else {
+            ++it;
+        }
+    }
+    for (const Item &item : std::as_const(movedItems)) {
+        items->insert(item.path, item);
+    }
+}
+
+/// A folder deleted on the device goes whole, in one request, while everything the run decided
+/// inside it is a delete too. Anything else inside (changed or new on the server, or an item the
+/// device cannot show) and the folder comes back, holding just that: a change beats a delete.
+/// Gives the number of the known items deleted with their folders.
+int settleFolderDeletes(QList<SyncAction> *actions, const QStringList &unheld)
+{
+    QMap<QString, qsizetype> byPath; // in order: the items inside a folder follow it
+    for (qsizetype i = 0; i < actions->size(); ++i) {
+        byPath.insert(actions->at(i).path, i);
+    }
+    QList<qsizetype> folders;
+    for (qsizetype i = 0; i < actions->size(); ++i) {
+        const SyncAction &action = actions->at(i);
+        if (action.kind == Kind::DeleteRemote && action.base->isFolder) {
+            folders << i;
+        }
+    }
+    // the deepest first: a folder inside that comes back brings its folder back too
+    std::sort(folders.begin(), folders.end(), [actions](qsizetype a, qsizetype b) {
+        return actions->at(a).path.count(QLatin1Char('/')) > actions->at(b).path.count(QLatin1Char('/'));
+    });
+    QSet<qsizetype> dropped;
+    int deletedInside = 0;
+    for (qsizetype folderIndex : std::as_const(folders)) {
+        SyncAction &folder = (*actions)[folderIndex];
+        QList<qsizetype> inside;
+        bool keep = std::any_of(unheld.cbegin(), unheld.cend(), [&folder](const QString &path) { return isInside(path, folder.path); });
+        for (auto it = byPath.lowerBound(folder.path + QLatin1Char('/')); it != byPath.cend() && isInside(it.key(), folder.path); ++it) {
+            const Kind kind = actions->at(it.value()).kind;
+            keep = keep || (kind != Kind::DeleteRemote && kind != Kind::Forget);
+            inside << it.value();
+        }
+        if (keep) {
+            folder.kind = Kind::MakeFolder;
+            DRLog(LOG_NOTICE, "\"%@\" was deleted on the device but holds items changed or new on the server: it comes back with them",
+                  folder.path);
+            continue;
+        }
+        for (qsizetype index : std::as_const(inside)) {
+            if (!dropped.contains(index) && actions->at(index).kind == Kind::DeleteRemote) {
+                ++deletedInside;
+            }
+            dropped.insert(index);
+        }
+    }
+    QList<qsizetype> order(dropped.cbegin(), dropped.cend());
+    std::sort(order.begin(), order.end(), std::greater<>());
+    for (qsizetype index : std::as_const(order)) {
+        actions->removeAt(index);
+    }
+    return deletedInside;
+}
+
+bool isDelete(Kind kind)
+{
+    return kind == Kind::RemoveLocal || kind == Kind::RemoveFolder || kind == Kind::DeleteRemote;
+}
+
 } // namespace
 
 SyncEngine::SyncEngine(DavClient *client, SyncJournal *journal)
@@ -160,44 +295,103 @@ SyncEngine::SyncEngine(DavClient *client, SyncJournal *journal)
 SyncOutcome SyncEngine::run()
 {
     SyncOutcome outcome;
+    const auto fail = [&outcome](const QString &error, const QString &kind = {}) {
+        outcome.error = error;
+        outcome.errorKind = kind;
+        outcome.ended = QDateTime::currentDateTimeUtc();
+        return outcome;
+    };
+    // a drive folder gone (a disk not mounted, a folder removed by hand) is no sign that the
+    // user deleted everything
+    if (!FilePath::linkStatus(*RemoteMapping::localPathFor(QString()))) {
+        DRLog(LOG_ERR, "The drive's folder is missing: nothing is synced until it is back");
+        return fail(QStringLiteral("The drive's folder is missing"), QStringLiteral("drive missing"));
+    }
     // the device's tree is walked while the server's answers are awaited
     std::future<QHash<QString, LocalItem>> localScan = std::async(std::launch::async, [] {
         return LocalScanner::scan(QDateTime::currentMSecsSinceEpoch());
     });
     RemoteScanner scanner(m_client);
     DavError error;
-    const std::optional<QHash<QString, DavResource>> remote = scanner.scan(&error);
+    std::optional<QHash<QString, DavResource>> remote = scanner.scan(&error);
     outcome.refused = scanner.refused();
     for (const QString &refused : std::as_const(outcome.refused)) {
         DRLog(LOG_WARNING, "Refusing the server's item %@", refused);
     }
+    const QHash<QString, LocalItem> local = localScan.get();
     if (!remote) {
-        outcome.error = error.description();
-        outcome.errorKind = error.kindName();
-        outcome.ended = QDateTime::currentDateTimeUtc();
-        DRLog(LOG_ERR, "Sync with %@ failed: %@", m_client->folder().toDisplayString(), outcome.error);
-        return outcome;
+        DRLog(LOG_ERR, "Sync with %@ failed: %@", m_client->folder().toDisplayString(), error.description());
+        return fail(error.description(), error.kindName());
     }
 
-    const QHash<QString, SyncRecord> base = m_journal->records();
-    const qint64 sendSince = sendSinceMs();
-    const QHash<QString, LocalItem> local = localScan.get();
-    const QHash<QString, SyncAction> moves = movesOnTheDevice(base, local, *remote);
+    QHash<QString, SyncRecord> base = m_journal->records();
+    adoptFolderKeys(base, local);
+    QList<SyncAction> actions = decide(&base, local, &*remote);
+    const int deletedInside = settleFolderDeletes(&actions, scanner.unheld());
+    const qsizetype deletes = deletedInside + std::count_if(actions.cbegin(), actions.cend(), [](const SyncAction &action) {
+                                  return isDelete(action.kind);
+                              });
+    if (base.size() >= massDeleteFloor && deletes * 2 > base.size() && !m_deletesConfirmed) {
+        // a server restored from an old backup, or a drive emptied by mistake, must not wipe
+        // the other side
+        DRLog(LOG_WARNING, "This sync would delete %d of the %d items it knows; it waits for `aerovadrive-ctl sync confirm-deletes`",
+              int(deletes), int(base.size()));
+        return fail(QStringLiteral("This sync would delete %1 of the %2 items it knows; it waits for `aerovadrive-ctl sync confirm-deletes`")
+                        .arg(deletes)
+                        .arg(base.size()),
+                    QStringLiteral("deletes held"));
+    }
+    sortForApplying(actions);
+    apply(actions, &outcome);
+    outcome.succeeded = outcome.error.isEmpty();
+    outcome.ended = QDateTime::currentDateTimeUtc();
+    return outcome;
+}
+
+void SyncEngine::adoptFolderKeys(const QHash<QString, SyncRecord> &base, const QHash<QString, LocalItem> &local)
+{
+    // folders recorded before they carried their key get it now, so a later move of theirs is
+    // seen as one
+    for (const SyncRecord &record : base) {
+        const auto here = local.constFind(record.path);
+        if (record.isFolder && here != local.cend() && here->kind == LocalItem::Kind::Folder && here->storeKey.isEmpty()) {
+            if (const std::optional<QString> path = RemoteMapping::localPathFor(record.path)) {
+                FileAttributes::setFolderStoreKey(*path, record.storeKey);
+            }
+        }
+    }
+}
+
+QList<SyncAction> SyncEngine::decide(QHash<QString, SyncRecord> *base, const QHash<QString, LocalItem> &local,
+                                     QHash<QString, DavResource> *remote)
+{
+    // folders moved on the device first: everything inside them is then judged at its new place
+    QList<SyncAction> actions;
+    for (QList<SyncAction> found = foldersMovedOnTheDevice(*base, local, *remote); !found.isEmpty();
+         found = foldersMovedOnTheDevice(*base, local, *remote)) {
+        for (const SyncAction &move : std::as_const(found)) {
+            moveInView(base, move.fromPath, move.path);
+            moveInView(remote, move.fromPath, move.path);
+        }
+        actions << found;
+    }
+    const QHash<QString, SyncAction> moves = movesOnTheDevice(*base, local, *remote);
     QSet<QString> movedAway;
     for (const SyncAction &move : moves) {
         movedAway.insert(move.fromPath);
     }
-    QList<SyncAction> actions(moves.cbegin(), moves.cend());
+    actions << QList<SyncAction>(moves.cbegin(), moves.cend());
+    const qint64 sendSince = sendSinceMs();
     int heldBack = 0;
     const auto consider = [&](const QString &path) {
         if (moves.contains(path) || movedAway.contains(path)) {
             return; // decided as a move
         }
-        const auto baseIt = base.constFind(path);
+        const auto baseIt = base->constFind(path);
         const auto remoteIt = remote->constFind(path);
         const LocalItem here = local.value(path);
         // a document neither side changed needs nothing from this run
-        if (baseIt != base.cend() && remoteIt != remote->cend() && !baseIt->isFolder && !remoteIt->isCollection
+        if (baseIt != base->cend() && remoteIt != remote->cend() && !baseIt->isFolder && !remoteIt->isCollection
             && baseIt->version == remoteIt->version()
             && (here.kind == LocalItem::Kind::Placeholder || Reconciler::isUnchangedCopy(*baseIt, here))) {
             return;
@@ -205,8 +399,8 @@ SyncOutcome SyncEngine::run()
         if (!RemoteMapping::localPathFor(path)) {
             return;
         }
-        SyncAction action = Reconciler::decide(baseIt == base.cend() ? std::nullopt : std::optional(*baseIt), here,
-                                               remoteIt == remote->cend() ? std::nullopt : std::optional(*remoteIt), path);
+        const SyncAction action = Reconciler::decide(baseIt == base->cend() ? std::nullopt : std::optional(*baseIt), here,
+                                                     remoteIt == remote->cend() ? std::nullopt : std::optional(*remoteIt), path);
         if (isHeldBack(action, sendSince)) {
             ++heldBack;
             return;
@@ -218,13 +412,13 @@ SyncOutcome SyncEngine::run()
     for (auto it = remote->cbegin(); it != remote->cend(); ++it) {
         consider(it.key());
     }
-    for (auto it = base.cbegin(); it != base.cend(); ++it) {
+    for (auto it = base->cbegin(); it != base->cend(); ++it) {
         if (!remote->contains(it.key())) {
             consider(it.key());
         }
     }
     for (auto it = local.cbegin(); it != local.cend(); ++it) {
-        if (!remote->contains(it.key()) && !base.contains(it.key())) {
+        if (!remote->contains(it.key()) && !base->contains(it.key())) {
             consider(it.key());
         }
     }
@@ -233,19 +427,28 @@ SyncOutcome SyncEngine::run()
         DRLog(LOG_NOTICE, "Not sending %d items that were on the device before this account's first sync; edit, move or rename one to send it",
               heldBack);
     }
-    actions = Reconciler::pairMoves(actions);
-    sortForApplying(actions);
+    return Reconciler::pairMoves(actions);
+}
 
+void SyncEngine::apply(const QList<SyncAction> &actions, SyncOutcome *outcome)
+{
     const bool writes = std::any_of(actions.cbegin(), actions.cend(),
                                     [](const SyncAction &action) { return action.kind != Kind::KeepLocal; });
     if (writes && !m_journal->begin()) {
-        outcome.error = QStringLiteral("The sync journal cannot be written: %1").arg(m_journal->lastError());
-        outcome.ended = QDateTime::currentDateTimeUtc();
-        return outcome;
+        outcome->error = QStringLiteral("The sync journal cannot be written: %1").arg(m_journal->lastError());
+        return;
     }
     QSet<QString> checkedFolders;
     RemotePropagator sender(m_client);
-    for (const SyncAction &action : std::as_const(actions)) {
+    // what failed, or moved elsewhere than planned: what the run planned inside them waits
+    QStringList unsettled;
+    const auto waitingOn = [&unsettled](const SyncAction &action) {
+        return std::find_if(unsettled.cbegin(), unsettled.cend(), [&action](const QString &path) {
+            return isInside(action.path, path) || (!action.fromPath.isEmpty() && isInside(action.fromPath, path))
+                || (action.kind == Kind::DeleteRemote && isInside(path, action.path));
+        });
+    };
+    for (const SyncAction &action : actions) {
         if (action.kind == Kind::KeepLocal) {
             DRLog(LOG_NOTICE, "Leaving \"%@\" as it is on the device: %@", action.path, action.reason);
             continue;
@@ -254,7 +457,9 @@ SyncOutcome SyncEngine::run()
         QString failure;
         // every item is attempted: one failure must not strand the rest
         bool done = false;
-        if (isSending(action.kind)) {
+        if (const auto waiting = waitingOn(action); waiting != unsettled.cend()) {
+            failure = QStringLiteral("\"%1\" is not in step yet; the next run looks again").arg(*waiting);
+        } else if (isSending(action.kind)) {
             done = sender.apply(action, &records, &failure, &checkedFolders);
         } else {
             SyncRecord record;
@@ -264,24 +469,40 @@ SyncOutcome SyncEngine::run()
             }
         }
         if (!done) {
-            outcome.failures << QStringLiteral("\"%1\": %2").arg(action.path, failure);
+            unsettled << action.path;
+            if (!action.fromPath.isEmpty()) {
+                unsettled << action.fromPath;
+            }
+            outcome->failures << QStringLiteral("\"%1\": %2").arg(action.path, failure);
             DRLog(LOG_ERR, isSending(action.kind) ? "Cannot send \"%@\" to the server: %@" : "Cannot bring \"%@\" from the server: %@",
                   action.path, failure);
             if (records.isEmpty()) {
                 continue;
             }
         } else if (const QString what = describe(action.kind); !what.isEmpty()) {
-            ++outcome.changes;
+            ++outcome->changes;
             DRLog(LOG_DEBUG, "Synced \"%@\" (%@)", action.path, what);
         }
-        record(action, records, &outcome);
+        if (done && action.base && action.base->isFolder) {
+            followFolder(action, records, &unsettled);
+        }
+        record(action, records, outcome);
     }
     if (writes && !m_journal->commit()) {
-        outcome.error = QStringLiteral("The sync journal cannot be written: %1").arg(m_journal->lastError());
+        outcome->error = QStringLiteral("The sync journal cannot be written: %1").arg(m_journal->lastError());
     }
-    outcome.succeeded = outcome.error.isEmpty();
-    outcome.ended = QDateTime::currentDateTimeUtc();
-    return outcome;
+}
+
+void SyncEngine::followFolder(const SyncAction &action, const QList<SyncRecord> &records, QStringList *unsettled)
+{
+    if (action.kind == Kind::DeleteRemote) {
+        m_journal->removeInside(action.path);
+    } else if (action.kind == Kind::MoveRemote && !records.isEmpty()) {
+        m_journal->moveInside(action.fromPath, records.first().path);
+        if (records.first().path != action.path) {
+            unsettled->append(action.path); // it took another name: what was planned inside waits
+        }
+    }
 }
 
 void SyncEngine::record(const SyncAction &action, const QList<SyncRecord> &records, SyncOutcome *outcome)
@@ -299,6 +520,11 @@ void SyncEngine::record(const SyncAction &action, const QList<SyncRecord> &recor
         if (!m_journal->put(record)) {
             outcome->failures << QStringLiteral("\"%1\": the sync journal cannot record it: %2").arg(record.path, m_journal->lastError());
             DRLog(LOG_ERR, "Cannot record \"%@\" in the sync journal: %@", record.path, m_journal->lastError());
+        } else if (record.isFolder) {
+            // the key goes with the folder wherever the device moves it
+            if (const std::optional<QString> path = RemoteMapping::localPathFor(record.path)) {
+                FileAttributes::setFolderStoreKey(*path, record.storeKey);
+            }
         }
     }
 }

@@ -170,6 +170,41 @@ bool SyncJournal::remove(const QString &storeKey)
     return exec(QStringLiteral("DELETE FROM items WHERE storeKey = ?"), {storeKey});
 }
 
+bool SyncJournal::removeInside(const QString &folderPath)
+{
+    // a range, not LIKE: names may hold '%' and '_'; '0' follows '/' in the byte order
+    return exec(QStringLiteral("DELETE FROM items WHERE path >= ? AND path < ?"),
+                {QString(folderPath + QLatin1Char('/')), QString(folderPath + QLatin1Char('0'))});
+}
+
+bool SyncJournal::moveInside(const QString &from, const QString &to)
+{
+    QList<std::pair<QString, QString>> moved; // store key, new path
+    {
+        QSqlQuery query(QSqlDatabase::database(m_connection, false));
+        query.setForwardOnly(true);
+        query.prepare(QStringLiteral("SELECT storeKey, path FROM items WHERE path >= ? AND path < ?"));
+        query.addBindValue(QString(from + QLatin1Char('/')));
+        query.addBindValue(QString(from + QLatin1Char('0')));
+        if (!query.exec()) {
+            m_lastError = query.lastError().text();
+            return false;
+        }
+        while (query.next()) {
+            moved.append({query.value(0).toString(), to + query.value(1).toString().mid(from.size())});
+        }
+    }
+    if (!removeInside(to)) {
+        return false;
+    }
+    for (const auto &[storeKey, path] : std::as_const(moved)) {
+        if (!exec(QStringLiteral("UPDATE items SET path = ? WHERE storeKey = ?"), {path, storeKey})) {
+            return false;
+        }
+    }
+    return true;
+}
+
 bool SyncJournal::clear()
 {
     return exec(QStringLiteral("DELETE FROM items")) && exec(QStringLiteral("DELETE FROM partials"))

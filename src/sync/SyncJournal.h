@@ -34,6 +34,10 @@ public:
     void rollback();
     bool put(const SyncRecord &record);
     bool remove(const QString &storeKey);
+    /// Forgets every record inside the folder at `folderPath` (not the folder's own).
+    bool removeInside(const QString &folderPath);
+    /// Gives every record inside the folder at `from` its place inside `to`: a folder moved.
+    bool moveInside(const QString &from, const QString &to);
     /// Forgets every record: a new account starts from nothing.
     bool clear();
 

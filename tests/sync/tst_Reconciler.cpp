@@ -47,7 +47,7 @@ DavResource remoteFolder()
 
 LocalItem local(LocalKind kind, qint64 size = -1, qint64 modifiedMs = 0)
 {
-    return LocalItem{kind, size, modifiedMs};
+    return LocalItem{kind, size, modifiedMs, true, {}};
 }
 
 Kind decide(const std::optional<SyncRecord> &b, const LocalItem &l, const std::optional<DavResource> &r)
@@ -177,10 +177,12 @@ private slots:
         QCOMPARE(decide(base(), local(LocalKind(localKind), size, 1000), std::nullopt), expected);
     }
 
-    void deletedOnTheDeviceDoesNotComeBack()
+    void deletedOnTheDeviceIsDeletedOnTheServer()
     {
-        QCOMPARE(decide(base(), local(LocalKind::Absent), remote()), Kind::Nothing);
+        QCOMPARE(decide(base(), local(LocalKind::Absent), remote()), Kind::DeleteRemote);
+        QCOMPARE(decide(folderBase(), local(LocalKind::Absent), remoteFolder()), Kind::DeleteRemote);
     }
+
 
     void foldersFollowTheServer()
     {

@@ -464,6 +464,255 @@ private slots:
         QCOMPARE(placeholderAt(m_drive.path(QStringLiteral("Final.pdf")))->size, qint64(16));
     }
 
+    void deletesOnTheDeviceReachTheServer_data() { servers_data(); }
+    void deletesOnTheDeviceReachTheServer()
+    {
+        QFETCH(WebDavTestServer::Kind, kind);
+        WebDavTestServer *dav = server(kind);
+        const QString top = freshStart(dav, "deleted");
+        QCOMPARE(dav->put(top + QStringLiteral("/Promised.txt"), "only a promise here"), 201);
+        QCOMPARE(dav->mkcol(top + QStringLiteral("/Old Trip")), 201);
+        QCOMPARE(dav->mkcol(top + QStringLiteral("/Old Trip/Day 1")), 201);
+        QCOMPARE(dav->put(top + QStringLiteral("/Old Trip/Day 1/Photo.jpg"), "pixels"), 201);
+        QVERIFY(writeOnDevice(QStringLiteral("Mine.txt"), "mine"));
+        QVERIFY(sync(dav, top).succeeded);
+        QVERIFY(writeOnDevice(QStringLiteral("Old Trip/Notes.txt"), "notes"));
+        QVERIFY(sync(dav, top).succeeded);
+        QCOMPARE(onServer(dav, top + QStringLiteral("/Old Trip/Notes.txt")), QByteArray("notes"));
+
+        // as the browser deletes: a document, a promised item's placeholder, a folder whole
+        QVERIFY(QFile::remove(m_drive.path(QStringLiteral("Mine.txt"))));
+        QVERIFY(QFile::remove(PromisePlaceholder::placeholderPathFor(m_drive.path(QStringLiteral("Promised.txt")))));
+        QVERIFY(QDir(m_drive.path(QStringLiteral("Old Trip"))).removeRecursively());
+        const qsizetype before = dav->accessLog().size();
+        const SyncOutcome outcome = sync(dav, top);
+        const QByteArray requests = dav->accessLog().mid(before);
+        QVERIFY2(outcome.succeeded && outcome.failures.isEmpty(), qPrintable(outcome.failures.join(u'\n') + outcome.error));
+        QCOMPARE(outcome.changes, 3);
+        QCOMPARE(onServer(dav, top + QStringLiteral("/Mine.txt")), QByteArray("(404)"));
+        QCOMPARE(onServer(dav, top + QStringLiteral("/Promised.txt")), QByteArray("(404)"));
+        QCOMPARE(dav->request("PROPFIND", top + QStringLiteral("/Old Trip/")), 404);
+        if (kind == WebDavTestServer::Kind::Apache) { // the folder went in one request, its items with it
+            QCOMPARE(requests.count("DELETE "), 3);
+        }
+        // and nothing comes back: the journal forgot them
+        QCOMPARE(sync(dav, top).changes, 0);
+        QVERIFY(!QFileInfo::exists(m_drive.path(QStringLiteral("Old Trip"))));
+    }
+
+    void aFolderDeletedHereKeepsWhatChangedOnTheServer()
+    {
+        WebDavTestServer *dav = m_apache.get();
+        const QString top = freshStart(dav, "folderbeats");
+        QCOMPARE(dav->mkcol(top + QStringLiteral("/Shared")), 201);
+        QCOMPARE(dav->put(top + QStringLiteral("/Shared/Unchanged.txt"), "same"), 201);
+        QCOMPARE(dav->put(top + QStringLiteral("/Shared/Edited.txt"), "v1"), 201);
+        QVERIFY(sync(dav, top).succeeded);
+        QVERIFY(QDir(m_drive.path(QStringLiteral("Shared"))).removeRecursively());
+        // meanwhile another device edits one document and adds one
+        QCOMPARE(dav->put(top + QStringLiteral("/Shared/Edited.txt"), "v2, edited elsewhere"), 204);
+        QCOMPARE(dav->put(top + QStringLiteral("/Shared/Added.txt"), "new elsewhere"), 201);
+        LogSpy::clear();
+        const SyncOutcome outcome = sync(dav, top);
+        QVERIFY2(outcome.succeeded && outcome.failures.isEmpty(), qPrintable(outcome.failures.join(u'\n') + outcome.error));
+        // the folder comes back with what changed; what did not is deleted
+        QCOMPARE(onServer(dav, top + QStringLiteral("/Shared/Edited.txt")), QByteArray("v2, edited elsewhere"));
+        QCOMPARE(onServer(dav, top + QStringLiteral("/Shared/Added.txt")), QByteArray("new elsewhere"));
+        QCOMPARE(onServer(dav, top + QStringLiteral("/Shared/Unchanged.txt")), QByteArray("(404)"));
+        QVERIFY(PromisePlaceholder::isPromisedItem(m_drive.path(QStringLiteral("Shared/Edited.txt"))));
+        QVERIFY(PromisePlaceholder::isPromisedItem(m_drive.path(QStringLiteral("Shared/Added.txt"))));
+        QVERIFY(!PromisePlaceholder::isPromisedItem(m_drive.path(QStringLiteral("Shared/Unchanged.txt"))));
+        QVERIFY(logged(LOG_NOTICE, QStringLiteral("\"Shared\" was deleted on the device but holds items changed or new on the server: it comes back with them")));
+        QCOMPARE(sync(dav, top).changes, 0);
+    }
+
+    void aFolderHoldingWhatTheDeviceCannotShowIsNotDeletedOnTheServer()
+    {
+        WebDavTestServer *dav = m_apache.get();
+        const QString top = freshStart(dav, "unheld");
+        QCOMPARE(dav->mkcol(top + QStringLiteral("/Box")), 201);
+        QCOMPARE(dav->put(top + QStringLiteral("/Box/Seen.txt"), "seen"), 201);
+        QCOMPARE(dav->put(top + QStringLiteral("/Box/.hidden"), "never shown here"), 201);
+        QVERIFY(sync(dav, top).succeeded);
+        QVERIFY(QDir(m_drive.path(QStringLiteral("Box"))).removeRecursively());
+        QVERIFY(sync(dav, top).succeeded);
+        QCOMPARE(onServer(dav, top + QStringLiteral("/Box/.hidden")), QByteArray("never shown here"));
+        QCOMPARE(onServer(dav, top + QStringLiteral("/Box/Seen.txt")), QByteArray("(404)"));
+        QVERIFY(QFileInfo(m_drive.path(QStringLiteral("Box"))).isDir());
+    }
+
+    void aDeleteNeverTakesAVersionTheDeviceDidNotSee()
+    {
+        WebDavTestServer *dav = m_apache.get();
+        const QString top = freshStart(dav, "ifmatch");
+        QCOMPARE(dav->put(top + QStringLiteral("/Doc.txt"), "v1"), 201);
+        QVERIFY(sync(dav, top).succeeded);
+        QVERIFY(QFile::remove(PromisePlaceholder::placeholderPathFor(m_drive.path(QStringLiteral("Doc.txt")))));
+        // decided against the version the run saw; the server's changes right after
+        SyncJournal journal(DriveLayout::syncJournalFile());
+        QString error;
+        QVERIFY(journal.open(&error));
+        SyncAction action;
+        action.kind = SyncAction::Kind::DeleteRemote;
+        action.path = QStringLiteral("Doc.txt");
+        action.base = journal.records().value(action.path);
+        DavClient client(dav->url(top + QLatin1Char('/')), dav->user(), dav->password());
+        DavError listError;
+        const auto seen = client.list(action.path, 0, &listError, nullptr, false);
+        QVERIFY(seen && seen->size() == 1);
+        action.remote = seen->first();
+        QTest::qWait(1100); // a change the server can tell by its date too
+        QCOMPARE(dav->put(top + QStringLiteral("/Doc.txt"), "v2 from elsewhere"), 204);
+        QList<SyncRecord> records;
+        QString failure;
+        QVERIFY2(RemotePropagator(&client).apply(action, &records, &failure), qPrintable(failure));
+        QCOMPARE(onServer(dav, top + QStringLiteral("/Doc.txt")), QByteArray("v2 from elsewhere"));
+        QCOMPARE(records.size(), 1); // the journal keeps it: the next run brings the new version back
+        QVERIFY(sync(dav, top).succeeded);
+        QVERIFY(PromisePlaceholder::isPromisedItem(m_drive.path(QStringLiteral("Doc.txt"))));
+    }
+
+    void aRunThatWouldDeleteMostOfTheDriveWaitsForConfirmation()
+    {
+        WebDavTestServer *dav = m_apache.get();
+        const QString top = freshStart(dav, "guard");
+        for (int i = 0; i < 24; ++i) {
+            QCOMPARE(dav->put(top + QStringLiteral("/Doc %1.txt").arg(i), "content"), 201);
+        }
+        QVERIFY(sync(dav, top).succeeded);
+        // 13 of 24 deleted here: over half
+        for (int i = 0; i < 13; ++i) {
+            QVERIFY(QFile::remove(PromisePlaceholder::placeholderPathFor(m_drive.path(QStringLiteral("Doc %1.txt").arg(i)))));
+        }
+        QVERIFY(writeOnDevice(QStringLiteral("New.txt"), "new"));
+        LogSpy::clear();
+        const SyncOutcome held = sync(dav, top);
+        QVERIFY(!held.succeeded);
+        QCOMPARE(held.error, QStringLiteral("This sync would delete 13 of the 24 items it knows; it waits for `aerovadrive-ctl sync confirm-deletes`"));
+        QCOMPARE(held.errorKind, QStringLiteral("deletes held"));
+        QVERIFY(logged(LOG_WARNING, QStringLiteral("This sync would delete 13 of the 24 items it knows; it waits for `aerovadrive-ctl sync confirm-deletes`")));
+        // nothing at all changed, on either side
+        QCOMPARE(onServer(dav, top + QStringLiteral("/Doc 0.txt")), QByteArray("content"));
+        QCOMPARE(onServer(dav, top + QStringLiteral("/New.txt")), QByteArray("(404)"));
+        QVERIFY(!PromisePlaceholder::isPromisedItem(m_drive.path(QStringLiteral("Doc 0.txt"))));
+
+        // confirmed: the deletes go
+        DavClient client(dav->url(top + QLatin1Char('/')), dav->user(), dav->password());
+        SyncJournal journal(DriveLayout::syncJournalFile());
+        QString error;
+        QVERIFY(journal.open(&error));
+        SyncEngine engine(&client, &journal);
+        engine.setDeletesConfirmed(true);
+        const SyncOutcome confirmed = engine.run();
+        QVERIFY2(confirmed.succeeded, qPrintable(confirmed.error));
+        QCOMPARE(onServer(dav, top + QStringLiteral("/Doc 0.txt")), QByteArray("(404)"));
+        QCOMPARE(onServer(dav, top + QStringLiteral("/Doc 13.txt")), QByteArray("content"));
+        QCOMPARE(onServer(dav, top + QStringLiteral("/New.txt")), QByteArray("new"));
+    }
+
+    void aServerEmptiedDoesNotWipeTheDevice()
+    {
+        WebDavTestServer *dav = m_apache.get();
+        const QString top = freshStart(dav, "wiped");
+        for (int i = 0; i < 20; ++i) {
+            QVERIFY(writeOnDevice(QStringLiteral("Mine %1.txt").arg(i), "mine"));
+        }
+        QVERIFY(sync(dav, top).succeeded);
+        // a server restored from a backup older than all of them
+        for (int i = 0; i < 20; ++i) {
+            QCOMPARE(dav->remove(top + QStringLiteral("/Mine %1.txt").arg(i)), 204);
+        }
+        const SyncOutcome held = sync(dav, top);
+        QCOMPARE(held.errorKind, QStringLiteral("deletes held"));
+        QCOMPARE(TestDrive::readFile(m_drive.path(QStringLiteral("Mine 0.txt"))), QByteArray("mine"));
+    }
+
+    void aFewDeletesOfASmallDriveNeedNoConfirmation()
+    {
+        WebDavTestServer *dav = m_apache.get();
+        const QString top = freshStart(dav, "small");
+        for (int i = 0; i < 19; ++i) {
+            QCOMPARE(dav->put(top + QStringLiteral("/Doc %1.txt").arg(i), "content"), 201);
+        }
+        QVERIFY(sync(dav, top).succeeded);
+        for (int i = 0; i < 19; ++i) {
+            QVERIFY(QFile::remove(PromisePlaceholder::placeholderPathFor(m_drive.path(QStringLiteral("Doc %1.txt").arg(i)))));
+        }
+        QVERIFY(sync(dav, top).succeeded);
+        QCOMPARE(onServer(dav, top + QStringLiteral("/Doc 18.txt")), QByteArray("(404)"));
+    }
+
+    void aMissingDriveFolderDeletesNothing()
+    {
+        WebDavTestServer *dav = m_apache.get();
+        const QString top = freshStart(dav, "missing");
+        QCOMPARE(dav->put(top + QStringLiteral("/Doc.txt"), "content"), 201);
+        QVERIFY(sync(dav, top).succeeded);
+        QVERIFY(QDir(m_drive.root()).removeRecursively());
+        LogSpy::clear();
+        const SyncOutcome outcome = sync(dav, top);
+        QVERIFY(!outcome.succeeded);
+        QCOMPARE(outcome.error, QStringLiteral("The drive's folder is missing"));
+        QVERIFY(logged(LOG_ERR, QStringLiteral("The drive's folder is missing: nothing is synced until it is back")));
+        QCOMPARE(onServer(dav, top + QStringLiteral("/Doc.txt")), QByteArray("content"));
+        QVERIFY(QDir().mkpath(m_drive.root()));
+    }
+
+    void aFolderMovedOnTheDeviceIsOneMoveOnTheServer_data() { servers_data(); }
+    void aFolderMovedOnTheDeviceIsOneMoveOnTheServer()
+    {
+        QFETCH(WebDavTestServer::Kind, kind);
+        WebDavTestServer *dav = server(kind);
+        const QString top = freshStart(dav, "foldermove");
+        QCOMPARE(dav->mkcol(top + QStringLiteral("/Trip")), 201);
+        QCOMPARE(dav->mkcol(top + QStringLiteral("/Trip/Day 1")), 201);
+        QCOMPARE(dav->put(top + QStringLiteral("/Trip/Day 1/Photo.jpg"), "pixels"), 201);
+        QCOMPARE(dav->mkcol(top + QStringLiteral("/Archive")), 201);
+        QVERIFY(writeOnDevice(QStringLiteral("Trip/Plan.txt"), "plan"));
+        QVERIFY(sync(dav, top).succeeded);
+        QVERIFY(sync(dav, top).succeeded);
+
+        // moved into another folder and renamed, with a folder inside renamed too and a new
+        // document in it
+        QVERIFY(QFile::rename(m_drive.path(QStringLiteral("Trip")), m_drive.path(QStringLiteral("Archive/Trip 2025"))));
+        QVERIFY(QFile::rename(m_drive.path(QStringLiteral("Archive/Trip 2025/Day 1")), m_drive.path(QStringLiteral("Archive/Trip 2025/Arrival"))));
+        QVERIFY(writeOnDevice(QStringLiteral("Archive/Trip 2025/Arrival/Late.txt"), "late"));
+        const qsizetype before = dav->accessLog().size();
+        const SyncOutcome outcome = sync(dav, top);
+        const QByteArray requests = dav->accessLog().mid(before);
+        QVERIFY2(outcome.succeeded && outcome.failures.isEmpty(), qPrintable(outcome.failures.join(u'\n') + outcome.error));
+        QCOMPARE(onServer(dav, top + QStringLiteral("/Archive/Trip 2025/Plan.txt")), QByteArray("plan"));
+        QCOMPARE(onServer(dav, top + QStringLiteral("/Archive/Trip 2025/Arrival/Photo.jpg")), QByteArray("pixels"));
+        QCOMPARE(onServer(dav, top + QStringLiteral("/Archive/Trip 2025/Arrival/Late.txt")), QByteArray("late"));
+        QCOMPARE(dav->request("PROPFIND", top + QStringLiteral("/Trip/")), 404);
+        if (kind == WebDavTestServer::Kind::Apache) { // a move for each folder; nothing sent again or deleted
+            QCOMPARE(requests.count("MOVE "), 2);
+            QCOMPARE(requests.count("DELETE "), 0);
+            QCOMPARE(requests.count("PUT "), 1);
+        }
+        QVERIFY(PromisePlaceholder::isPromisedItem(m_drive.path(QStringLiteral("Archive/Trip 2025/Arrival/Photo.jpg"))));
+        QCOMPARE(sync(dav, top).changes, 0);
+    }
+
+    void aFolderMovedToANameTheServerTookGetsTheNextFreeName()
+    {
+        WebDavTestServer *dav = m_apache.get();
+        const QString top = freshStart(dav, "foldertaken");
+        QCOMPARE(dav->mkcol(top + QStringLiteral("/Drafts")), 201);
+        QCOMPARE(dav->put(top + QStringLiteral("/Drafts/One.txt"), "one"), 201);
+        QVERIFY(sync(dav, top).succeeded);
+        QVERIFY(QFile::rename(m_drive.path(QStringLiteral("Drafts")), m_drive.path(QStringLiteral("Final"))));
+        QCOMPARE(dav->mkcol(top + QStringLiteral("/Final")), 201); // another device's, meanwhile
+        QVERIFY(sync(dav, top).succeeded);
+        QCOMPARE(onServer(dav, top + QStringLiteral("/Final 2/One.txt")), QByteArray("one"));
+        QVERIFY(PromisePlaceholder::isPromisedItem(m_drive.path(QStringLiteral("Final 2/One.txt"))));
+        // the rest settles at the next runs: the server's folder comes down beside it
+        QVERIFY(sync(dav, top).succeeded);
+        QVERIFY(QFileInfo(m_drive.path(QStringLiteral("Final"))).isDir());
+        QCOMPARE(sync(dav, top).changes, 0);
+        QCOMPARE(onServer(dav, top + QStringLiteral("/Final 2/One.txt")), QByteArray("one"));
+    }
+
     void theServerIsNeverWrittenOverUnseen()
     {
         WebDavTestServer *dav = m_apache.get();
@@ -479,7 +728,9 @@ private slots:
         QCOMPARE(DavClient::errorOf(asNew.get()).kind, DavError::Kind::Changed);
         // over a version the server no longer has: refused
         content.seek(0);
-        std::unique_ptr<QNetworkReply> overOld(client.upload(QStringLiteral("Theirs.txt"), &content, QStringLiteral("1-2-3")));
+        DavResource old;
+        old.etag = QStringLiteral("1-2-3");
+        std::unique_ptr<QNetworkReply> overOld(client.upload(QStringLiteral("Theirs.txt"), &content, old));
         DavClient::waitFor(overOld.get());
         QCOMPARE(DavClient::errorOf(overOld.get()).kind, DavError::Kind::Changed);
         QCOMPARE(DavClient::errorOf(overOld.get()).description(), QStringLiteral("The item changed on the server meanwhile. (HTTP 412 Precondition Failed)"));

@@ -124,6 +124,17 @@ void FileAttributes::setStoreKey(int fd, const QString &key)
     writeAttribute(fd, storeKeyName, key.toLatin1());
 }
 
+bool FileAttributes::setFolderStoreKey(const QString &folderPath, const QString &key)
+{
+    const int fd = ::open(FilePath::encode(folderPath).constData(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+    if (fd < 0) {
+        return false;
+    }
+    const bool ok = writeAttribute(fd, storeKeyName, key.toLatin1());
+    ::close(fd);
+    return ok;
+}
+
 QString FileAttributes::sharedRole(const QString &path)
 {
     return QString::fromLatin1(readAttribute(path, roleName));

@@ -24,6 +24,9 @@ public:
 
     static QString storeKey(const QString &path);
     static void setStoreKey(int fd, const QString &key);
+    /// A folder's key: it lets a sync tell a folder moved on the device from a new one. Never
+    /// through a link.
+    static bool setFolderStoreKey(const QString &folderPath, const QString &key);
 
     /// "owner" or "participant" for a shared item; empty when not shared.
     static QString sharedRole(const QString &path);
