@@ -49,6 +49,7 @@ commands:
                                 --store-password-in-file, in Service/credentials, mode 0600)
   sign-out                      sign out: the drive is disabled
   sync                          ask the sync service for a sync run now
+  sync confirm-deletes          let the sync held back for deleting most of the drive go on
   network wifi|cellular|offline|clear
                                 override the network the app sees
   store-rate BYTES_PER_SECOND   slow downloads from the store down (0: full speed)
@@ -387,12 +388,12 @@ int signInToServer(const QStringList &args)
     return 0;
 }
 
-int requestSync()
+/// Sends `op` to the sync service; 0 when it answered.
+int requestSync(const QString &op)
 {
     QString error;
     const auto service = SyncServiceClient::connect(&error);
-    const auto answer = service ? service->request(QJsonObject{{QStringLiteral("op"), QStringLiteral("sync")}}, &error)
-                                : std::nullopt;
+    const auto answer = service ? service->request(QJsonObject{{QStringLiteral("op"), op}}, &error) : std::nullopt;
     if (!answer) {
         QTextStream(stderr) << "aerovadrive-ctl: sync: " << error << '\n';
         return 1;
@@ -477,7 +478,14 @@ int main(int argc, char *argv[])
         return signInToServer(args);
     }
     if (command == QLatin1String("sync") && args.isEmpty()) {
-        return requestSync();
+        return requestSync(QStringLiteral("sync"));
+    }
+    if (command == QLatin1String("sync") && args == QStringList{QStringLiteral("confirm-deletes")}) {
+        const int status = requestSync(QStringLiteral("confirmDeletes"));
+        if (status == 0) {
+            QTextStream(stdout) << "Deletes confirmed: the next sync makes them\n";
+        }
+        return status;
     }
     if (command == QLatin1String("sign-in") && args.size() <= 1) {
         stopSyncService();

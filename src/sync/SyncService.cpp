@@ -152,13 +152,18 @@ void SyncService::syncNow()
         return;
     }
     m_syncRunning = true;
-    QMetaObject::invokeMethod(m_worker, &SyncWorker::runSync, Qt::QueuedConnection);
+    m_runCarriesConfirmation = m_deletesConfirmed;
+    QMetaObject::invokeMethod(
+        m_worker, [worker = m_worker, confirmed = m_deletesConfirmed] { worker->runSync(confirmed); }, Qt::QueuedConnection);
 }
 
 void SyncService::onSyncFinished(const SyncOutcome &outcome)
 {
     m_syncRunning = false;
     m_lastOutcome = outcome;
+    if (m_runCarriesConfirmation && outcome.succeeded) {
+        m_deletesConfirmed = false; // a confirmation is for the deletes held then, not for later ones
+    }
     if (outcome.succeeded && (outcome.changes > 0 || !outcome.failures.isEmpty())) {
         DRLog(LOG_INFO, "Sync with %@ ended: %@ changes, %@ items left as they were",
               m_folder.toDisplayString(), outcome.changes, outcome.failures.size());
@@ -268,6 +273,11 @@ void SyncService::handle(QLocalSocket *socket, const QJsonObject &request)
         answer.insert(QStringLiteral("running"), m_syncRunning);
         send(socket, answer);
     } else if (op == QLatin1String("sync")) {
+        syncNow();
+        send(socket, QJsonObject{{QStringLiteral("id"), id}, {QStringLiteral("ok"), true}});
+    } else if (op == QLatin1String("confirmDeletes")) {
+        DRLog(LOG_NOTICE, "The user confirmed the deletes the sync held back");
+        m_deletesConfirmed = true;
         syncNow();
         send(socket, QJsonObject{{QStringLiteral("id"), id}, {QStringLiteral("ok"), true}});
     } else if (op == QLatin1String("quit")) {

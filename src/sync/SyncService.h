@@ -34,6 +34,8 @@ class SyncWorker;
 ///                                                   "result":…,"failures":[…]}
 ///     {"op":"sync","id":10}                       → a sync run now (the app became active, the
 ///                                                   network came back): {"id":10,"ok":true}
+///     {"op":"confirmDeletes","id":12}             → the run held back for deleting most of the
+///                                                   drive goes on, now: {"id":12,"ok":true}
 ///     {"op":"quit"}                               → the service stops (a new sign-in)
 ///     {"op":"watch"}                              → the app is open: polls every minute while
 ///                                                   such a connection lasts, else every 15
@@ -88,6 +90,9 @@ private:
     QTimer m_pollTimer;
     bool m_syncRunning = false;
     bool m_syncAgain = false;
+    /// The user confirmed the deletes held back; until a run that carries it ends well.
+    bool m_deletesConfirmed = false;
+    bool m_runCarriesConfirmation = false;
     SyncOutcome m_lastOutcome;
     QByteArray m_lastStatusWritten;
     QHash<qint64, std::shared_ptr<Download>> m_downloads;

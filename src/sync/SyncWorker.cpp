@@ -15,7 +15,7 @@ SyncWorker::SyncWorker(const QUrl &folder, const QString &user, const QString &p
 
 SyncWorker::~SyncWorker() = default;
 
-void SyncWorker::runSync()
+void SyncWorker::runSync(bool deletesConfirmed)
 {
     // made on first use, on the worker's own thread, which owns them
     if (!m_client) {
@@ -34,5 +34,7 @@ void SyncWorker::runSync()
         emit syncFinished(outcome);
         return;
     }
-    emit syncFinished(SyncEngine(m_client.get(), m_journal.get()).run());
+    SyncEngine engine(m_client.get(), m_journal.get());
+    engine.setDeletesConfirmed(deletesConfirmed);
+    emit syncFinished(engine.run());
 }

@@ -21,8 +21,9 @@ public:
     ~SyncWorker() override;
 
 public slots:
-    /// Runs one sync now; a run asked for while one is under way happens once after it.
-    void runSync();
+    /// Runs one sync now; a run asked for while one is under way happens once after it. With
+    /// `deletesConfirmed`, however many deletes it finds are made.
+    void runSync(bool deletesConfirmed = false);
 
 signals:
     void syncFinished(const SyncOutcome &outcome);

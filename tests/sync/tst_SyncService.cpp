@@ -345,6 +345,37 @@ private slots:
         QCOMPARE(m_server.remove(QStringLiteral(".Sneaky.txt.promise")), 204);
     }
 
+    void deletingMostOfTheDriveWaitsUntilTheControlProgramConfirmsIt()
+    {
+        QCOMPARE(m_server.mkcol(QStringLiteral("Many")), 201);
+        for (int i = 0; i < 40; ++i) {
+            QCOMPARE(m_server.put(QStringLiteral("Many/Doc %1.txt").arg(i), "content"), 201);
+        }
+        QVERIFY(syncNow());
+        QVERIFY(QDir(m_drive.path(QStringLiteral("Many"))).removeRecursively());
+        QVERIFY(syncNow());
+        QCOMPARE(m_server.request("PROPFIND", QStringLiteral("Many/"), {}, {{"Depth", "0"}}), 207);
+        QProcess ctl;
+        ctl.start(QStringLiteral(AEROVA_CTL_PATH), {QStringLiteral("status")});
+        QVERIFY(ctl.waitForFinished(20000));
+        const QString status = QString::fromUtf8(ctl.readAllStandardOutput());
+        QVERIFY2(status.contains(QRegularExpression(QStringLiteral("This sync would delete 41 of the \\d+ items it knows; it waits for "
+                                                                   "`aerovadrive-ctl sync confirm-deletes`"))),
+                 qPrintable(status));
+
+        ctl.start(QStringLiteral(AEROVA_CTL_PATH), {QStringLiteral("sync"), QStringLiteral("confirm-deletes")});
+        QVERIFY(ctl.waitForFinished(20000));
+        QCOMPARE(ctl.exitCode(), 0);
+        QCOMPARE(QString::fromUtf8(ctl.readAllStandardOutput()), QStringLiteral("Deletes confirmed: the next sync makes them\n"));
+        QTRY_COMPARE_WITH_TIMEOUT(m_server.request("PROPFIND", QStringLiteral("Many/"), {}, {{"Depth", "0"}}), 404, 20000);
+        QVERIFY(!QFileInfo::exists(m_drive.path(QStringLiteral("Many"))));
+        // the confirmation was for those: the next runs go on as usual
+        QVERIFY(syncNow());
+        QCOMPARE(m_server.put(QStringLiteral("After.txt"), "after"), 201);
+        QVERIFY(syncNow());
+        QVERIFY(PromisePlaceholder::isPromisedItem(m_drive.path(QStringLiteral("After.txt"))));
+    }
+
     void aRefusedPasswordSignsTheDriveOut()
     {
         QVERIFY(DriveFileManager::ubiquityIdentityToken());
