@@ -43,10 +43,12 @@ bool CuttingProxy::start(QString *error)
     return listening;
 }
 
-void CuttingProxy::cutAfter(qint64 bytes, const QByteArray &request)
+void CuttingProxy::cutAfter(qint64 bytes, const QByteArray &request, int times)
 {
     QMutexLocker lock(&m_mutex);
     m_request = request;
+    m_cutBytes = bytes;
+    m_cutsLeft = times;
     m_cutAfter = bytes;
 }
 
@@ -98,7 +100,10 @@ void CuttingProxy::relay(QTcpServer *server)
                 }
             }
             if (cutAfter >= 0 && bytes.size() >= cutAfter) {
-                m_cutAfter = -1;
+                {
+                    QMutexLocker lock(&m_mutex);
+                    m_cutAfter = --m_cutsLeft > 0 ? m_cutBytes : -1;
+                }
                 ++m_cuts;
                 // what came before the cut still reaches the client; then the connection ends
                 upstream->abort();

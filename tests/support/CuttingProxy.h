@@ -23,9 +23,10 @@ public:
     /// `serverUrl` with the relay's port in place of the server's.
     QUrl relayed(const QUrl &serverUrl) const;
     /// After `bytes` more have gone from the server to a client on a connection whose last
-    /// request began with `request` ("GET /Big.bin"), that connection is dropped; then the
-    /// relay passes everything again. Other connections are not counted.
-    void cutAfter(qint64 bytes, const QByteArray &request);
+    /// request began with `request` ("GET /Big.bin"), that connection is dropped; so `times`
+    /// times (an HTTP client may send the request again by itself), then the relay passes
+    /// everything again. Other connections are not counted.
+    void cutAfter(qint64 bytes, const QByteArray &request, int times = 1);
     int cuts() const { return m_cuts; }
 
 private:
@@ -38,5 +39,7 @@ private:
     QMutex m_mutex;
     QByteArray m_request; // guarded by m_mutex
     std::atomic<qint64> m_cutAfter{-1};
+    qint64 m_cutBytes = 0; // guarded by m_mutex
+    int m_cutsLeft = 0;    // guarded by m_mutex
     std::atomic<int> m_cuts{0};
 };

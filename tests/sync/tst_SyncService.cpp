@@ -277,9 +277,11 @@ private slots:
         const QString storeKey = PromisePlaceholder::read(PromisePlaceholder::placeholderPathFor(path), nullptr)->storeKey;
         const QString partial = DriveLayout::partialDownloadsPath() + QLatin1Char('/') + storeKey;
 
-        m_network->cutAfter(3 * 1024 * 1024, "GET /Dropped.bin");
+        // every attempt of the download is cut: the HTTP stack may try again by itself
+        m_network->cutAfter(3 * 1024 * 1024, "GET /Dropped.bin", 5);
         const std::optional<Error> dropped = PromiseStore::materialize(path, nullptr);
-        QCOMPARE(m_network->cuts(), 1);
+        m_network->cutAfter(-1, {});
+        QVERIFY(m_network->cuts() >= 1);
         QVERIFY(dropped);
         QCOMPARE(dropped->code(), UbiquityServerNotAvailableError);
         QVERIFY2(dropped->localizedFailureReason().contains(QStringLiteral("cannot be reached")),
