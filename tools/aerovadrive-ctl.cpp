@@ -427,6 +427,9 @@ void printSyncStatus(QTextStream &out)
         out << " (" << result << ')';
     }
     out << '\n';
+    if (const int waiting = status->value(QStringLiteral("waitingForRoom")).toInt(); waiting > 0) {
+        out << "The server is full: " << waiting << " documents wait until it has room\n";
+    }
     for (const char *list : {"failures", "refused"}) {
         const QJsonArray items = status->value(QString::fromLatin1(list)).toArray();
         if (!items.isEmpty()) {

@@ -79,6 +79,7 @@ QString RemotePropagator::conflictName(const QString &name, const QDateTime &whe
 bool RemotePropagator::apply(const SyncAction &action, QList<SyncRecord> *records, QString *error,
                              QSet<QString> *checkedFolders)
 {
+    m_lastError = {};
     QString reason;
     const std::optional<QString> local = RemoteMapping::localPathFor(action.path, &reason);
     if (!local) {
@@ -127,6 +128,7 @@ std::optional<DavResource> RemotePropagator::look(const QString &path, bool coll
     DavError davError;
     const auto listed = m_client->list(path, 0, &davError, nullptr, collection);
     if (!listed) {
+        m_lastError = davError;
         *error = davError.description();
         return std::nullopt;
     }
@@ -149,6 +151,7 @@ bool RemotePropagator::makeFolder(const QString &path, SyncRecord *record, QStri
     }
     const DavError davError = DavClient::errorOf(reply.get());
     if (davError && statusOf(reply.get()) != 405) { // 405: the name is taken; by a folder is fine
+        m_lastError = davError;
         *error = davError.description();
         return false;
     }
@@ -192,6 +195,7 @@ bool RemotePropagator::upload(const QString &path, const QString &localPath, con
     }
     const auto reply = finished(m_client->upload(path, &file, over));
     if (const DavError davError = DavClient::errorOf(reply.get())) {
+        m_lastError = davError;
         *error = davError.description();
         return false;
     }
@@ -242,6 +246,7 @@ bool RemotePropagator::moveRemote(const SyncAction &action, const QString &local
         auto reply = finished(m_client->move(action.fromPath, joined(remoteFolder, name), isFolder));
         if (statusOf(reply.get()) != 412) {
             if (const DavError davError = DavClient::errorOf(reply.get())) {
+                m_lastError = davError;
                 *error = davError.description();
                 return false;
             }
@@ -300,6 +305,7 @@ bool RemotePropagator::deleteRemote(const SyncAction &action, const QString &loc
         return false;
     }
     if (const DavError davError = DavClient::errorOf(reply.get()); davError && status != 404) { // 404: gone already
+        m_lastError = davError;
         *error = davError.description();
         return false;
     }

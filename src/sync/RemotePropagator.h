@@ -1,5 +1,6 @@
 #pragma once
 
+#include "sync/DavError.h"
 #include "sync/SyncAction.h"
 
 #include <QDateTime>
@@ -27,6 +28,9 @@ public:
     bool apply(const SyncAction &action, QList<SyncRecord> *records, QString *error,
                QSet<QString> *checkedFolders = nullptr);
 
+    /// The server's answer that made the last `apply` fail; none when it failed on the device.
+    DavError lastServerError() const { return m_lastError; }
+
     /// The name the device's version of a document gets in a conflict:
     /// "Report (conflict 2026-11-22 1803).pdf".
     static QString conflictName(const QString &name, const QDateTime &when);
@@ -44,4 +48,5 @@ private:
     std::optional<DavResource> look(const QString &path, bool collection, QString *error);
 
     DavClient *m_client;
+    DavError m_lastError;
 };

@@ -11,6 +11,7 @@
 #include "sync/RemoteMapping.h"
 #include "sync/RemotePropagator.h"
 #include "sync/RemoteScanner.h"
+#include "sync/SendFailures.h"
 #include "sync/SyncJournal.h"
 
 #include <QSet>
@@ -440,6 +441,7 @@ void SyncEngine::apply(const QList<SyncAction> &actions, SyncOutcome *outcome)
     }
     QSet<QString> checkedFolders;
     RemotePropagator sender(m_client);
+    SendFailures sendFailures(m_journal, QDateTime::currentMSecsSinceEpoch());
     // what failed, or moved elsewhere than planned: what the run planned inside them waits
     QStringList unsettled;
     const auto waitingOn = [&unsettled](const SyncAction &action) {
@@ -457,10 +459,18 @@ void SyncEngine::apply(const QList<SyncAction> &actions, SyncOutcome *outcome)
         QString failure;
         // every item is attempted: one failure must not strand the rest
         bool done = false;
+        bool waits = false;
         if (const auto waiting = waitingOn(action); waiting != unsettled.cend()) {
             failure = QStringLiteral("\"%1\" is not in step yet; the next run looks again").arg(*waiting);
         } else if (isSending(action.kind)) {
-            done = sender.apply(action, &records, &failure, &checkedFolders);
+            failure = sendFailures.waitReason(action);
+            waits = !failure.isEmpty();
+            done = !waits && sender.apply(action, &records, &failure, &checkedFolders);
+            if (done) {
+                sendFailures.succeeded(action);
+            } else if (const DavError answer = sender.lastServerError(); !waits && answer) {
+                failure = sendFailures.failed(action, answer);
+            }
         } else {
             SyncRecord record;
             done = LocalPropagator::apply(action, &record, &failure, &checkedFolders);
@@ -474,8 +484,12 @@ void SyncEngine::apply(const QList<SyncAction> &actions, SyncOutcome *outcome)
                 unsettled << action.fromPath;
             }
             outcome->failures << QStringLiteral("\"%1\": %2").arg(action.path, failure);
-            DRLog(LOG_ERR, isSending(action.kind) ? "Cannot send \"%@\" to the server: %@" : "Cannot bring \"%@\" from the server: %@",
-                  action.path, failure);
+            if (waits) {
+                DRLog(LOG_DEBUG, "Not sending \"%@\" in this run: %@", action.path, failure);
+            } else {
+                DRLog(LOG_ERR, isSending(action.kind) ? "Cannot send \"%@\" to the server: %@" : "Cannot bring \"%@\" from the server: %@",
+                      action.path, failure);
+            }
             if (records.isEmpty()) {
                 continue;
             }
@@ -487,6 +501,11 @@ void SyncEngine::apply(const QList<SyncAction> &actions, SyncOutcome *outcome)
             followFolder(action, records, &unsettled);
         }
         record(action, records, outcome);
+    }
+    sendFailures.finish();
+    outcome->waitingForRoom = sendFailures.waitingForRoom();
+    if (outcome->waitingForRoom > 0) {
+        DRLog(LOG_WARNING, "The server is full: %d documents wait until it has room", outcome->waitingForRoom);
     }
     if (writes && !m_journal->commit()) {
         outcome->error = QStringLiteral("The sync journal cannot be written: %1").arg(m_journal->lastError());

@@ -67,7 +67,10 @@ bool SyncJournal::open(QString *error)
                                "isFolder INTEGER NOT NULL, version TEXT NOT NULL, size INTEGER NOT NULL, "
                                "modifiedMs INTEGER NOT NULL, contentType TEXT NOT NULL)"))
         && exec(QStringLiteral("CREATE TABLE IF NOT EXISTS named (name TEXT PRIMARY KEY, value TEXT NOT NULL)"))
-        && exec(QStringLiteral("CREATE TABLE IF NOT EXISTS partials (storeKey TEXT PRIMARY KEY, version TEXT NOT NULL)"));
+        && exec(QStringLiteral("CREATE TABLE IF NOT EXISTS partials (storeKey TEXT PRIMARY KEY, version TEXT NOT NULL)"))
+        && exec(QStringLiteral("CREATE TABLE IF NOT EXISTS failures (path TEXT PRIMARY KEY, attempts INTEGER NOT NULL, "
+                               "message TEXT NOT NULL, nextTryMs INTEGER NOT NULL, localState TEXT NOT NULL, "
+                               "permanent INTEGER NOT NULL)"));
     if (!made) {
         *error = m_lastError;
     }
@@ -208,7 +211,41 @@ bool SyncJournal::moveInside(const QString &from, const QString &to)
 bool SyncJournal::clear()
 {
     return exec(QStringLiteral("DELETE FROM items")) && exec(QStringLiteral("DELETE FROM partials"))
-        && exec(QStringLiteral("DELETE FROM named"));
+        && exec(QStringLiteral("DELETE FROM named")) && exec(QStringLiteral("DELETE FROM failures"));
+}
+
+QHash<QString, SyncFailure> SyncJournal::failures() const
+{
+    QHash<QString, SyncFailure> failures;
+    QSqlQuery query(QSqlDatabase::database(m_connection, false));
+    query.setForwardOnly(true);
+    if (!query.exec(QStringLiteral("SELECT path, attempts, message, nextTryMs, localState, permanent FROM failures"))) {
+        m_lastError = query.lastError().text();
+        return failures;
+    }
+    while (query.next()) {
+        SyncFailure failure;
+        failure.path = query.value(0).toString();
+        failure.attempts = query.value(1).toInt();
+        failure.message = query.value(2).toString();
+        failure.nextTryMs = query.value(3).toLongLong();
+        failure.localState = query.value(4).toString();
+        failure.permanent = query.value(5).toBool();
+        failures.insert(failure.path, failure);
+    }
+    return failures;
+}
+
+bool SyncJournal::putFailure(const SyncFailure &failure)
+{
+    return exec(QStringLiteral("INSERT OR REPLACE INTO failures VALUES (?, ?, ?, ?, ?, ?)"),
+                {failure.path, failure.attempts, notNull(failure.message), failure.nextTryMs, notNull(failure.localState),
+                 failure.permanent ? 1 : 0});
+}
+
+bool SyncJournal::removeFailure(const QString &path)
+{
+    return exec(QStringLiteral("DELETE FROM failures WHERE path = ?"), {path});
 }
 
 QString SyncJournal::value(const QString &name) const

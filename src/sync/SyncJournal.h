@@ -1,5 +1,6 @@
 #pragma once
 
+#include "sync/SyncFailure.h"
 #include "sync/SyncRecord.h"
 
 #include <QHash>
@@ -11,7 +12,8 @@
 class QSqlQuery;
 
 /// The sync service's memory of the last sync (`Service/sync.db`): one record per item, keyed
-/// by its store key; a few named values; and the partly received downloads. SQLite through Qt's
+/// by its store key; a few named values; the partly received downloads; and the items the
+/// server would not take. SQLite through Qt's
 /// QSQLITE driver in WAL mode, so that the service's threads read while one writes. Each
 /// thread opens its own journal (a connection belongs to the thread that opened it).
 class SyncJournal final
@@ -43,6 +45,11 @@ public:
 
     QString value(const QString &name) const;
     bool setValue(const QString &name, const QString &value);
+
+    /// The items the server would not take, by path.
+    QHash<QString, SyncFailure> failures() const;
+    bool putFailure(const SyncFailure &failure);
+    bool removeFailure(const QString &path);
 
     /// The version a partly received download of `storeKey` belongs to; empty when none.
     QString partialVersion(const QString &storeKey) const;

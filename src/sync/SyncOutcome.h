@@ -19,6 +19,8 @@ struct SyncOutcome {
     QStringList failures;
     /// Items of the server the drive refused, each with the reason.
     QStringList refused;
+    /// Documents that wait for the server to have room (it answered 507).
+    int waitingForRoom = 0;
 };
 
 Q_DECLARE_METATYPE(SyncOutcome)

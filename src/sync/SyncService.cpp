@@ -189,6 +189,7 @@ QJsonObject SyncService::status() const
         status.insert(QStringLiteral("changes"), m_lastOutcome.changes);
         status.insert(QStringLiteral("failures"), QJsonArray::fromStringList(m_lastOutcome.failures));
         status.insert(QStringLiteral("refused"), QJsonArray::fromStringList(m_lastOutcome.refused));
+        status.insert(QStringLiteral("waitingForRoom"), m_lastOutcome.waitingForRoom);
     }
     return status;
 }

@@ -31,7 +31,8 @@ class SyncWorker;
 ///                                                   received is kept for the next attempt
 ///     {"op":"quota","id":8}                       → {"id":8,"available":n,"used":m} or failed
 ///     {"op":"status","id":9}                      → {"id":9,"server":…,"user":…,"lastSync":…,
-///                                                   "result":…,"failures":[…]}
+///                                                   "result":…,"failures":[…],
+///                                                   "waitingForRoom":n}
 ///     {"op":"sync","id":10}                       → a sync run now (the app became active, the
 ///                                                   network came back): {"id":10,"ok":true}
 ///     {"op":"confirmDeletes","id":12}             → the run held back for deleting most of the

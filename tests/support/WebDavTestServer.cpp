@@ -5,6 +5,9 @@
 #include <QDir>
 #include <QEventLoop>
 #include <QFile>
+#include <QFileInfo>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QHostAddress>
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
@@ -134,6 +137,8 @@ bool WebDavTestServer::start(QString *error)
             env.insert(QStringLiteral("DAV_ROOT"), m_dir.filePath(QStringLiteral("root")));
             env.insert(QStringLiteral("DAV_LOCKS"), m_dir.filePath(QStringLiteral("run/locks")));
             env.insert(QStringLiteral("DAV_QUOTA"), m_dir.filePath(QStringLiteral("conf/quota.json")));
+            env.insert(QStringLiteral("DAV_FAULTS"), m_dir.filePath(QStringLiteral("conf/faults.json")));
+            env.insert(QStringLiteral("DAV_LOG"), m_dir.filePath(QStringLiteral("run/access.log")));
             m_process->setProcessEnvironment(env);
             m_process->start(QStringLiteral("php"), {QStringLiteral("-S"), QStringLiteral("127.0.0.1:%1").arg(m_port),
                                                      m_dir.filePath(QStringLiteral("conf/sabre-server.php"))});
@@ -204,6 +209,28 @@ bool WebDavTestServer::failQuota(const QString &message)
 {
     return writeText(m_dir.filePath(QStringLiteral("conf/quota.json")),
                      QStringLiteral("{\"fail\": \"%1\"}").arg(message).toUtf8());
+}
+
+bool WebDavTestServer::clearQuota()
+{
+    const QString file = m_dir.filePath(QStringLiteral("conf/quota.json"));
+    return !QFileInfo::exists(file) || QFile::remove(file);
+}
+
+bool WebDavTestServer::setFault(const QByteArray &verb, const QString &path, int status)
+{
+    const QString file = m_dir.filePath(QStringLiteral("conf/faults.json"));
+    QJsonObject faults;
+    if (QFile existing(file); existing.open(QIODevice::ReadOnly)) {
+        faults = QJsonDocument::fromJson(existing.readAll()).object();
+    }
+    const QString key = QString::fromLatin1(verb) + QLatin1Char(' ') + path;
+    if (status == 0) {
+        faults.remove(key);
+    } else {
+        faults.insert(key, status);
+    }
+    return writeText(file, QJsonDocument(faults).toJson());
 }
 
 int WebDavTestServer::request(const QByteArray &verb, const QString &path, const QByteArray &body,

@@ -40,11 +40,16 @@ public:
     /// The folder the server serves: only a benchmark's set-up writes there directly (tests
     /// change the server through WebDAV requests).
     QString servedFolder() const { return m_dir.filePath(QStringLiteral("root")); }
-    /// Apache: one line per request, "METHOD /path STATUS RANGE".
+    /// One line per request, "METHOD /path STATUS RANGE".
     QByteArray accessLog() const;
-    /// SabreDAV: the quota it reports from now on; `fail` makes it answer 503.
+    /// SabreDAV: the quota it reports (and holds documents to) from now on; `fail` makes it
+    /// answer 503; clearQuota goes back to the disk's.
     bool setQuota(qint64 used, qint64 available);
     bool failQuota(const QString &message);
+    bool clearQuota();
+    /// SabreDAV: `verb` requests of `path` (below the served folder, "/" first) answer `status`
+    /// from now on; 0 lets them through again.
+    bool setFault(const QByteArray &verb, const QString &path, int status);
 
     /// A WebDAV request with the test's credentials; the HTTP status, 0 without an answer.
     int request(const QByteArray &verb, const QString &path, const QByteArray &body = {},

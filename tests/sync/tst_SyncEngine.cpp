@@ -1,3 +1,4 @@
+#include "app/DRLogging.h"
 #include "model/FileUtils.h"
 #include "platform/drive/DriveLayout.h"
 #include "platform/drive/FileAttributes.h"
@@ -10,6 +11,7 @@
 #include "sync/DavClient.h"
 #include "sync/LocalScanner.h"
 #include "sync/RemotePropagator.h"
+#include "sync/SendFailures.h"
 #include "sync/SyncEngine.h"
 #include "sync/SyncJournal.h"
 #include "sync/SyncService.h"
@@ -604,7 +606,7 @@ private slots:
         SyncEngine engine(&client, &journal);
         engine.setDeletesConfirmed(true);
         const SyncOutcome confirmed = engine.run();
-        QVERIFY2(confirmed.succeeded, qPrintable(confirmed.error));
+        QVERIFY2(confirmed.succeeded && confirmed.failures.isEmpty(), qPrintable(confirmed.error + confirmed.failures.join(u'\n')));
         QCOMPARE(onServer(dav, top + QStringLiteral("/Doc 0.txt")), QByteArray("(404)"));
         QCOMPARE(onServer(dav, top + QStringLiteral("/Doc 13.txt")), QByteArray("content"));
         QCOMPARE(onServer(dav, top + QStringLiteral("/New.txt")), QByteArray("new"));
@@ -735,6 +737,166 @@ private slots:
         QCOMPARE(DavClient::errorOf(overOld.get()).kind, DavError::Kind::Changed);
         QCOMPARE(DavClient::errorOf(overOld.get()).description(), QStringLiteral("The item changed on the server meanwhile. (HTTP 412 Precondition Failed)"));
         QCOMPARE(onServer(dav, top + QStringLiteral("/Theirs.txt")), QByteArray("theirs"));
+    }
+
+    /// How many times the server was asked to write `path`.
+    static int putsOf(WebDavTestServer *server, const QString &path)
+    {
+        return int(server->accessLog().count(QByteArray("PUT /" + path.toUtf8() + ' ')));
+    }
+
+    static SyncFailure failureOf(const QString &path)
+    {
+        SyncJournal journal(DriveLayout::syncJournalFile());
+        QString error;
+        return journal.open(&error) ? journal.failures().value(path) : SyncFailure();
+    }
+
+    /// As if the wait of `path`'s last failure had passed.
+    static bool dueNow(const QString &path)
+    {
+        SyncJournal journal(DriveLayout::syncJournalFile());
+        QString error;
+        if (!journal.open(&error)) {
+            return false;
+        }
+        SyncFailure failure = journal.failures().value(path);
+        failure.nextTryMs = 0;
+        return journal.putFailure(failure);
+    }
+
+    void theWaitBeforeSendingAgainDoublesUpToAnHour()
+    {
+        QCOMPARE(SendFailures::retryDelayMs(1), 30'000);
+        QCOMPARE(SendFailures::retryDelayMs(2), 60'000);
+        QCOMPARE(SendFailures::retryDelayMs(3), 120'000);
+        QCOMPARE(SendFailures::retryDelayMs(7), 1'920'000);
+        QCOMPARE(SendFailures::retryDelayMs(8), 3'600'000);
+        QCOMPARE(SendFailures::retryDelayMs(100), 3'600'000);
+    }
+
+    void aServerErrorIsSentAgainAfterAWait()
+    {
+        WebDavTestServer *dav = m_sabre.get();
+        const QString top = freshStart(dav, "retry");
+        const QString onTheServer = top + QStringLiteral("/Report.txt");
+        QVERIFY(dav->setFault("PUT", QLatin1Char('/') + onTheServer, 503));
+        QVERIFY(writeOnDevice(QStringLiteral("Report.txt"), "quarterly"));
+        const qint64 before = QDateTime::currentMSecsSinceEpoch();
+        LogSpy::clear();
+        const SyncOutcome first = sync(dav, top);
+        QCOMPARE(putsOf(dav, onTheServer), 1);
+        QCOMPARE(first.failures.size(), 1);
+        QVERIFY2(first.failures.first().contains(QStringLiteral("(failed 1 time; tried again at ")), qPrintable(first.failures.first()));
+        QVERIFY(logged(LOG_ERR, QStringLiteral("Cannot send \"Report.txt\" to the server")));
+        SyncFailure failure = failureOf(QStringLiteral("Report.txt"));
+        QCOMPARE(failure.attempts, 1);
+        QVERIFY(!failure.permanent);
+        QVERIFY(failure.nextTryMs >= before + 30'000);
+
+        // a run before the wait is over does not ask the server again
+        LogSpy::clear();
+        const qint64 level = DRLogGetLevel();
+        DRLogSetLevel(LOG_DEBUG);
+        const SyncOutcome early = sync(dav, top);
+        DRLogSetLevel(int(level));
+        QCOMPARE(putsOf(dav, onTheServer), 1);
+        QCOMPARE(early.failures.size(), 1);
+        QVERIFY(logged(LOG_DEBUG, QStringLiteral("Not sending \"Report.txt\" in this run")));
+        QVERIFY(!logged(LOG_ERR, QStringLiteral("Cannot send \"Report.txt\"")));
+
+        // each failure in a row doubles the wait; the fifth names it as failing
+        for (int attempt = 2; attempt <= SendFailures::failedAfter; ++attempt) {
+            QVERIFY(dueNow(QStringLiteral("Report.txt")));
+            const qint64 at = QDateTime::currentMSecsSinceEpoch();
+            const SyncOutcome again = sync(dav, top);
+            QCOMPARE(putsOf(dav, onTheServer), attempt);
+            failure = failureOf(QStringLiteral("Report.txt"));
+            QCOMPARE(failure.attempts, attempt);
+            QVERIFY(failure.nextTryMs >= at + SendFailures::retryDelayMs(attempt));
+            QCOMPARE(again.failures.size(), 1);
+            QCOMPARE(again.failures.first().contains(QStringLiteral("times in a row;")), attempt == SendFailures::failedAfter);
+        }
+
+        // the server is back: it goes at the next try, and the failure is forgotten
+        QVERIFY(dav->setFault("PUT", QLatin1Char('/') + onTheServer, 0));
+        QVERIFY(dueNow(QStringLiteral("Report.txt")));
+        const SyncOutcome back = sync(dav, top);
+        QVERIFY2(back.failures.isEmpty(), qPrintable(back.failures.join(u'\n')));
+        QCOMPARE(onServer(dav, onTheServer), QByteArray("quarterly"));
+        QCOMPARE(failureOf(QStringLiteral("Report.txt")).attempts, 0);
+    }
+
+    void aRefusalIsNotAskedAgainUntilTheDocumentChanges_data()
+    {
+        QTest::addColumn<int>("status");
+        QTest::newRow("forbidden") << 403;
+        QTest::newRow("unsupported type") << 415;
+    }
+    void aRefusalIsNotAskedAgainUntilTheDocumentChanges()
+    {
+        QFETCH(int, status);
+        WebDavTestServer *dav = m_sabre.get();
+        const QString top = freshStart(dav, QTest::currentDataTag()[0] == 'f' ? "refused-403" : "refused-415");
+        const QString onTheServer = top + QStringLiteral("/Movie.mkv");
+        QVERIFY(dav->setFault("PUT", QLatin1Char('/') + onTheServer, status));
+        QVERIFY(writeOnDevice(QStringLiteral("Movie.mkv"), "frames"));
+        const SyncOutcome first = sync(dav, top);
+        QCOMPARE(first.failures.size(), 1);
+        QVERIFY2(first.failures.first().endsWith(QStringLiteral("(it is sent again once it changes)")), qPrintable(first.failures.first()));
+        QVERIFY(failureOf(QStringLiteral("Movie.mkv")).permanent);
+        // neither time nor the server's change of mind sends it again
+        QVERIFY(dav->setFault("PUT", QLatin1Char('/') + onTheServer, 0));
+        QVERIFY(dueNow(QStringLiteral("Movie.mkv")));
+        const SyncOutcome again = sync(dav, top);
+        QCOMPARE(putsOf(dav, onTheServer), 1);
+        QCOMPARE(again.failures.size(), 1);
+        QCOMPARE(onServer(dav, onTheServer), QByteArray("(404)"));
+        // the device keeps it
+        QCOMPARE(TestDrive::readFile(m_drive.path(QStringLiteral("Movie.mkv"))), QByteArray("frames"));
+        // changed on the device, it is sent
+        QVERIFY(writeOnDevice(QStringLiteral("Movie.mkv"), "frames, cut", 1700000500));
+        const SyncOutcome changed = sync(dav, top);
+        QVERIFY2(changed.failures.isEmpty(), qPrintable(changed.failures.join(u'\n')));
+        QCOMPARE(onServer(dav, onTheServer), QByteArray("frames, cut"));
+    }
+
+    void aFullServerKeepsEveryDocumentUntilItHasRoom()
+    {
+        WebDavTestServer *dav = m_sabre.get();
+        const QString top = freshStart(dav, "full");
+        QVERIFY(dav->setQuota(5'000'000'000, 10));
+        QVERIFY(QDir().mkpath(m_drive.path(QStringLiteral("Photos"))));
+        QVERIFY(writeOnDevice(QStringLiteral("Photos/A.jpg"), QByteArray(100, 'a')));
+        QVERIFY(writeOnDevice(QStringLiteral("Photos/B.jpg"), QByteArray(100, 'b')));
+        QVERIFY(writeOnDevice(QStringLiteral("Photos/C.jpg"), QByteArray(100, 'c')));
+        LogSpy::clear();
+        const SyncOutcome full = sync(dav, top);
+        QVERIFY2(full.waitingForRoom == 3, qPrintable(full.failures.join(u'\n')));
+        QVERIFY(logged(LOG_WARNING, QStringLiteral("The server is full: 3 documents wait until it has room")));
+        // one document asks; the others wait without asking
+        QCOMPARE(int(dav->accessLog().count(QByteArray("PUT /" + top.toUtf8() + "/Photos/"))), 1);
+        QVERIFY(dav->accessLog().contains(" 507 "));
+        QCOMPARE(full.failures.size(), 3);
+        QVERIFY(full.failures.filter(QStringLiteral("it waits until the server has room")).size() == 3);
+        // a folder takes no room: it is made
+        QCOMPARE(dav->request("PROPFIND", top + QStringLiteral("/Photos"), {}, {{"Depth", "0"}}), 207);
+        // nothing on the device is touched
+        for (const char *name : {"A", "B", "C"}) {
+            QCOMPARE(TestDrive::readFile(m_drive.path(QStringLiteral("Photos/%1.jpg").arg(QLatin1String(name)))),
+                     QByteArray(100, char(name[0] + 32)));
+        }
+        // still full: asked again at the next run, at once
+        const SyncOutcome stillFull = sync(dav, top);
+        QCOMPARE(stillFull.waitingForRoom, 3);
+        QCOMPARE(int(dav->accessLog().count(QByteArray("PUT /" + top.toUtf8() + "/Photos/"))), 2);
+        // room again: everything goes
+        QVERIFY(dav->clearQuota());
+        const SyncOutcome room = sync(dav, top);
+        QVERIFY2(room.failures.isEmpty(), qPrintable(room.failures.join(u'\n')));
+        QCOMPARE(room.waitingForRoom, 0);
+        QCOMPARE(onServer(dav, top + QStringLiteral("/Photos/C.jpg")), QByteArray(100, 'c'));
+        QVERIFY(failureOf(QStringLiteral("Photos/A.jpg")).path.isEmpty());
     }
 
     void aDocumentStillBeingWrittenWaits()

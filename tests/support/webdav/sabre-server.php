@@ -2,7 +2,10 @@
 // SabreDAV (php-sabre-dav) over the folder in $DAV_ROOT, for PHP's built-in server, as the
 // tests' second WebDAV server. Its quota (RFC 4331) is read from the JSON file $DAV_QUOTA,
 // {"used": bytes, "available": bytes}, when that exists, so a test sets the user's plan;
-// {"fail": "message"} answers 503; no file means the disk's.
+// {"fail": "message"} answers 503; no file means the disk's. A document larger than the
+// quota's "available" is refused with 507. $DAV_FAULTS, a JSON object {"PUT /path": status},
+// makes those requests fail with that status. Every request is logged to $DAV_LOG as
+// "METHOD /path STATUS RANGE", as the Apache server's access log.
 require '/usr/share/php/Sabre/autoload.php';
 
 class QuotaDirectory extends \Sabre\DAV\FSExt\Directory
@@ -26,9 +29,8 @@ class QuotaDirectory extends \Sabre\DAV\FSExt\Directory
 
     public function getQuotaInfo()
     {
-        $file = getenv('DAV_QUOTA');
-        if ($file && is_readable($file)) {
-            $quota = json_decode(file_get_contents($file), true);
+        $quota = quotaFile();
+        if ($quota) {
             if (!empty($quota['fail'])) {
                 throw new \Sabre\DAV\Exception\ServiceUnavailable($quota['fail']);
             }
@@ -36,6 +38,39 @@ class QuotaDirectory extends \Sabre\DAV\FSExt\Directory
         }
         return parent::getQuotaInfo();
     }
+}
+
+function quotaFile()
+{
+    $file = getenv('DAV_QUOTA');
+    return $file && is_readable($file) ? json_decode(file_get_contents($file), true) : null;
+}
+
+$method = $_SERVER['REQUEST_METHOD'];
+$path = rawurldecode(parse_url($_SERVER['REQUEST_URI'], PHP_URL_PATH));
+register_shutdown_function(function () use ($method, $path) {
+    file_put_contents(getenv('DAV_LOG'), $method . ' ' . $path . ' ' . http_response_code() . ' '
+                      . ($_SERVER['HTTP_RANGE'] ?? '-') . "\n", FILE_APPEND | LOCK_EX);
+});
+
+$faults = getenv('DAV_FAULTS');
+if ($faults && is_readable($faults)) {
+    $list = json_decode(file_get_contents($faults), true) ?: [];
+    if (isset($list[$method . ' ' . $path])) {
+        http_response_code((int)$list[$method . ' ' . $path]);
+        header('Content-Type: text/plain');
+        echo "A fault the test asked for\n";
+        exit;
+    }
+}
+
+$quota = quotaFile();
+if ($method === 'PUT' && $quota && isset($quota['available'])
+    && (int)($_SERVER['CONTENT_LENGTH'] ?? 0) > (int)$quota['available']) {
+    http_response_code(507);
+    header('Content-Type: text/plain');
+    echo "The quota is used up\n";
+    exit;
 }
 
 $server = new \Sabre\DAV\Server(new QuotaDirectory(getenv('DAV_ROOT')));
