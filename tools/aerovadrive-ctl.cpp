@@ -427,6 +427,9 @@ void printSyncStatus(QTextStream &out)
         out << " (" << result << ')';
     }
     out << '\n';
+    if (const QString meaning = status->value(QStringLiteral("serverIgnoresIfMatch")).toString(); !meaning.isEmpty()) {
+        out << "The server ignores If-Match: " << meaning << '\n';
+    }
     if (const int waiting = status->value(QStringLiteral("waitingForRoom")).toInt(); waiting > 0) {
         out << "The server is full: " << waiting << " documents wait until it has room\n";
     }

@@ -141,6 +141,44 @@ std::optional<DavResource> RemotePropagator::look(const QString &path, bool coll
     return std::nullopt;
 }
 
+bool RemotePropagator::stillAsSeen(const QString &path, const std::optional<DavResource> &seen, QString *error,
+                                   std::optional<DavResource> *now)
+{
+    DavError davError;
+    const auto listed = m_client->list(path, 0, &davError, nullptr, false);
+    now->reset();
+    if (listed) {
+        for (const DavResource &resource : *listed) {
+            if (resource.path == path) {
+                *now = resource;
+            }
+        }
+    } else if (davError.kind != DavError::Kind::NotFound) {
+        m_lastError = davError;
+        *error = davError.description();
+        return false;
+    }
+    if (now->has_value() == seen.has_value() && (!*now || (*now)->version() == seen->version())) {
+        return true;
+    }
+    m_lastError.kind = DavError::Kind::Changed;
+    m_lastError.httpStatus = 412;
+    *error = QStringLiteral("the item changed on the server meanwhile");
+    return false;
+}
+
+bool RemotePropagator::conditionFor(const QString &path, const std::optional<DavResource> &seen, QString *error,
+                                    std::optional<DavResource> *condition)
+{
+    *condition = seen;
+    // a weak entity tag leaves only the date as the condition, and some servers (Apache's
+    // mod_dav) hold a date condition on PUT and DELETE to the current second: the server's
+    // version is looked at again, and its own description, now with a strong tag, is the
+    // condition
+    const bool onlyADate = seen && (seen->etag.isEmpty() || seen->weakETag);
+    return !(m_looksBeforeWriting || onlyADate) || stillAsSeen(path, seen, error, condition);
+}
+
 bool RemotePropagator::makeFolder(const QString &path, SyncRecord *record, QString *error)
 {
     auto reply = finished(m_client->mkcol(path));
@@ -193,7 +231,11 @@ bool RemotePropagator::upload(const QString &path, const QString &localPath, con
         *error = QStringLiteral("it changed since the run looked; the next run sends it");
         return false;
     }
-    const auto reply = finished(m_client->upload(path, &file, over));
+    std::optional<DavResource> condition;
+    if (!conditionFor(path, over, error, &condition)) {
+        return false;
+    }
+    const auto reply = finished(m_client->upload(path, &file, condition));
     if (const DavError davError = DavClient::errorOf(reply.get())) {
         m_lastError = davError;
         *error = davError.description();
@@ -292,8 +334,13 @@ bool RemotePropagator::deleteRemote(const SyncAction &action, const QString &loc
         return false;
     }
     // a document only while it is the version deleted here: a change on the server beats it
-    const auto reply = finished(m_client->remove(action.path, folder, folder ? std::nullopt : action.remote));
-    const int status = statusOf(reply.get());
+    std::optional<DavResource> condition;
+    const bool asSeen = folder || conditionFor(action.path, action.remote, error, &condition);
+    if (!asSeen && m_lastError.kind != DavError::Kind::Changed) {
+        return false;
+    }
+    const auto reply = asSeen ? finished(m_client->remove(action.path, folder, condition)) : nullptr;
+    const int status = reply ? statusOf(reply.get()) : 412;
     if (status == 412) {
         *records << *action.base; // the next run sees the server's new version and brings it back
         DRLog(LOG_NOTICE, "\"%@\" changed on the server since it was deleted on the device: it comes back", action.path);

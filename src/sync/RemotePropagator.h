@@ -28,6 +28,11 @@ public:
     bool apply(const SyncAction &action, QList<SyncRecord> *records, QString *error,
                QSet<QString> *checkedFolders = nullptr);
 
+    /// For a server that ignores If-Match: each write and delete first looks whether the server
+    /// still holds the version the run saw (a change made in between is then caught, though
+    /// one made in the instant between the look and the write is not).
+    void setLooksBeforeWriting(bool looks) { m_looksBeforeWriting = looks; }
+
     /// The server's answer that made the last `apply` fail; none when it failed on the device.
     DavError lastServerError() const { return m_lastError; }
 
@@ -44,9 +49,19 @@ private:
     bool deleteRemote(const SyncAction &action, const QString &localPath, QList<SyncRecord> *records, QString *error);
     bool keepBoth(const SyncAction &action, const QString &localPath, QList<SyncRecord> *records, QString *error,
                   QSet<QString> *checkedFolders);
+    /// Whether the server still holds `seen` at `path` (nothing there, for none), with `now`
+    /// its description; false with `error` set when it holds another version (the last error
+    /// is then Changed, as the server's 412) or cannot be asked.
+    bool stillAsSeen(const QString &path, const std::optional<DavResource> &seen, QString *error,
+                     std::optional<DavResource> *now);
+    /// What a write over `seen` at `path` names as its condition: `seen`, or the server's own
+    /// description of that version when it must be looked at first; false as stillAsSeen.
+    bool conditionFor(const QString &path, const std::optional<DavResource> &seen, QString *error,
+                      std::optional<DavResource> *condition);
     /// The server's own description of `path`, just made or sent.
     std::optional<DavResource> look(const QString &path, bool collection, QString *error);
 
     DavClient *m_client;
     DavError m_lastError;
+    bool m_looksBeforeWriting = false;
 };

@@ -296,6 +296,7 @@ SyncEngine::SyncEngine(DavClient *client, SyncJournal *journal)
 SyncOutcome SyncEngine::run()
 {
     SyncOutcome outcome;
+    outcome.serverIgnoresIfMatch = m_serverIgnoresIfMatch;
     const auto fail = [&outcome](const QString &error, const QString &kind = {}) {
         outcome.error = error;
         outcome.errorKind = kind;
@@ -441,6 +442,7 @@ void SyncEngine::apply(const QList<SyncAction> &actions, SyncOutcome *outcome)
     }
     QSet<QString> checkedFolders;
     RemotePropagator sender(m_client);
+    sender.setLooksBeforeWriting(m_serverIgnoresIfMatch);
     SendFailures sendFailures(m_journal, QDateTime::currentMSecsSinceEpoch());
     // what failed, or moved elsewhere than planned: what the run planned inside them waits
     QStringList unsettled;
@@ -546,6 +548,13 @@ void SyncEngine::record(const SyncAction &action, const QList<SyncRecord> &recor
             }
         }
     }
+}
+
+QString SyncEngine::ifMatchIgnoredMeaning()
+{
+    return QStringLiteral("an edit made on another device while this one sends its own can be overwritten there "
+                          "instead of being kept as a conflict copy; the drive looks at the server's version just "
+                          "before each write, which narrows that window but cannot close it");
 }
 
 qint64 SyncEngine::sendSinceMs()

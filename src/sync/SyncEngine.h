@@ -27,6 +27,12 @@ public:
     /// Lets the run delete however many items it finds deleted (the user confirmed them).
     void setDeletesConfirmed(bool confirmed) { m_deletesConfirmed = confirmed; }
 
+    /// For a server that takes a write over a version it no longer has: each write first looks
+    /// at the server's version, and the outcome says so.
+    void setServerIgnoresIfMatch(bool ignores) { m_serverIgnoresIfMatch = ignores; }
+    /// What a server that ignores If-Match means for the user, in the status.
+    static QString ifMatchIgnoredMeaning();
+
     SyncOutcome run();
 
 private:
@@ -47,4 +53,5 @@ private:
     DavClient *m_client;
     SyncJournal *m_journal;
     bool m_deletesConfirmed = false;
+    bool m_serverIgnoresIfMatch = false;
 };

@@ -21,6 +21,8 @@ struct SyncOutcome {
     QStringList refused;
     /// Documents that wait for the server to have room (it answered 507).
     int waitingForRoom = 0;
+    /// The server takes writes over versions it no longer has.
+    bool serverIgnoresIfMatch = false;
 };
 
 Q_DECLARE_METATYPE(SyncOutcome)

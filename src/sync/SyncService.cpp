@@ -7,6 +7,7 @@
 #include "platform/foundation/Error.h"
 #include "platform/foundation/FilePath.h"
 #include "sync/DavClient.h"
+#include "sync/SyncEngine.h"
 #include "sync/SyncJournal.h"
 #include "sync/SyncWorker.h"
 
@@ -190,6 +191,9 @@ QJsonObject SyncService::status() const
         status.insert(QStringLiteral("failures"), QJsonArray::fromStringList(m_lastOutcome.failures));
         status.insert(QStringLiteral("refused"), QJsonArray::fromStringList(m_lastOutcome.refused));
         status.insert(QStringLiteral("waitingForRoom"), m_lastOutcome.waitingForRoom);
+        if (m_lastOutcome.serverIgnoresIfMatch) {
+            status.insert(QStringLiteral("serverIgnoresIfMatch"), SyncEngine::ifMatchIgnoredMeaning());
+        }
     }
     return status;
 }

@@ -3,6 +3,7 @@
 #include "app/DRLogging.h"
 #include "platform/drive/DriveLayout.h"
 #include "sync/DavClient.h"
+#include "sync/ServerProbe.h"
 #include "sync/SyncEngine.h"
 #include "sync/SyncJournal.h"
 
@@ -36,5 +37,28 @@ void SyncWorker::runSync(bool deletesConfirmed)
     }
     SyncEngine engine(m_client.get(), m_journal.get());
     engine.setDeletesConfirmed(deletesConfirmed);
+    engine.setServerIgnoresIfMatch(serverIgnoresIfMatch());
     emit syncFinished(engine.run());
+}
+
+bool SyncWorker::serverIgnoresIfMatch()
+{
+    // kept by server: a sign-in elsewhere asks the new one
+    const QString name = QStringLiteral("ifMatch ") + m_folder.toString(QUrl::FullyEncoded);
+    ServerProbe::IfMatch answer = ServerProbe::fromText(m_journal->value(name));
+    if (answer != ServerProbe::IfMatch::Unknown) {
+        return answer == ServerProbe::IfMatch::Ignored;
+    }
+    DavError error;
+    answer = ServerProbe::ifMatch(m_client.get(), &error);
+    if (answer == ServerProbe::IfMatch::Unknown) {
+        // asked again at the next run; this one's own requests say what is wrong
+        DRLog(LOG_NOTICE, "Cannot ask %@ whether it honours If-Match: %@", m_folder.toDisplayString(), error.description());
+        return false;
+    }
+    m_journal->setValue(name, ServerProbe::toText(answer));
+    if (answer == ServerProbe::IfMatch::Ignored) {
+        DRLog(LOG_WARNING, "%@ ignores If-Match: %@", m_folder.toDisplayString(), SyncEngine::ifMatchIgnoredMeaning());
+    }
+    return answer == ServerProbe::IfMatch::Ignored;
 }

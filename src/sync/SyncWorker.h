@@ -29,6 +29,9 @@ signals:
     void syncFinished(const SyncOutcome &outcome);
 
 private:
+    /// Whether the server ignores If-Match: asked once for each server and kept in the journal.
+    bool serverIgnoresIfMatch();
+
     QUrl m_folder;
     QString m_user;
     QString m_password;

@@ -44,7 +44,12 @@ WebDavTestServer::~WebDavTestServer()
 
 QString WebDavTestServer::kindName(Kind kind)
 {
-    return kind == Kind::Apache ? QStringLiteral("apache") : QStringLiteral("sabre");
+    switch (kind) {
+    case Kind::Apache: return QStringLiteral("apache");
+    case Kind::Sabre: return QStringLiteral("sabre");
+    case Kind::Rclone: return QStringLiteral("rclone");
+    }
+    return {};
 }
 
 QUrl WebDavTestServer::url() const
@@ -129,6 +134,11 @@ bool WebDavTestServer::start(QString *error)
             m_process->start(QStringLiteral("/usr/sbin/apache2"),
                              {QStringLiteral("-f"), m_dir.filePath(QStringLiteral("conf/httpd.conf")),
                               QStringLiteral("-DFOREGROUND")});
+        } else if (m_kind == Kind::Rclone) {
+            m_process->start(QStringLiteral("rclone"),
+                             {QStringLiteral("--config"), QStringLiteral("/dev/null"), QStringLiteral("serve"), QStringLiteral("webdav"),
+                              m_dir.filePath(QStringLiteral("root")), QStringLiteral("--addr"), QStringLiteral("127.0.0.1:%1").arg(m_port),
+                              QStringLiteral("--user"), m_user, QStringLiteral("--pass"), m_password});
         } else {
             QFile::copy(QStringLiteral(AEROVA_TEST_SUPPORT_DIR "/webdav/sabre-server.php"),
                         m_dir.filePath(QStringLiteral("conf/sabre-server.php")));

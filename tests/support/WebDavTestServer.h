@@ -11,13 +11,14 @@
 
 /// A real WebDAV server on 127.0.0.1, on a free port, serving a temporary folder, for one test
 /// class: Apache's mod_dav_fs (with Basic authentication for `user` and `password`) as the
-/// reference, or SabreDAV under PHP's built-in server (no authentication; its quota set by the
-/// test). Started from a temporary config in the foreground; the destructor stops it, also
+/// reference, SabreDAV under PHP's built-in server (no authentication; its quota set by the
+/// test), or rclone's `serve webdav` (Basic authentication; a server that ignores If-Match and
+/// keeps no entity tags for folders). Started from a temporary config in the foreground; the destructor stops it, also
 /// when a test failed. Changes a test makes on the server go through WebDAV requests.
 class WebDavTestServer final
 {
 public:
-    enum class Kind { Apache, Sabre };
+    enum class Kind { Apache, Sabre, Rclone };
 
     explicit WebDavTestServer(Kind kind, const QString &user = QStringLiteral("alice"),
                               const QString &password = QStringLiteral("secret words"));

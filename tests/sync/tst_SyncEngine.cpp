@@ -12,9 +12,11 @@
 #include "sync/LocalScanner.h"
 #include "sync/RemotePropagator.h"
 #include "sync/SendFailures.h"
+#include "sync/ServerProbe.h"
 #include "sync/SyncEngine.h"
 #include "sync/SyncJournal.h"
 #include "sync/SyncService.h"
+#include "sync/SyncWorker.h"
 
 #include <QBuffer>
 #include <QDir>
@@ -40,10 +42,16 @@ private:
     TestDrive m_drive;
     std::unique_ptr<WebDavTestServer> m_apache;
     std::unique_ptr<WebDavTestServer> m_sabre;
+    std::unique_ptr<WebDavTestServer> m_rclone;
 
     WebDavTestServer *server(WebDavTestServer::Kind kind) const
     {
-        return kind == WebDavTestServer::Kind::Apache ? m_apache.get() : m_sabre.get();
+        switch (kind) {
+        case WebDavTestServer::Kind::Apache: return m_apache.get();
+        case WebDavTestServer::Kind::Sabre: return m_sabre.get();
+        case WebDavTestServer::Kind::Rclone: return m_rclone.get();
+        }
+        return nullptr;
     }
 
     /// One sync run of a fresh drive folder against `server`'s folder `remoteFolder`.
@@ -119,6 +127,8 @@ private slots:
         QVERIFY2(m_apache->start(&error), qPrintable(error));
         m_sabre = std::make_unique<WebDavTestServer>(WebDavTestServer::Kind::Sabre);
         QVERIFY2(m_sabre->start(&error), qPrintable(error));
+        m_rclone = std::make_unique<WebDavTestServer>(WebDavTestServer::Kind::Rclone);
+        QVERIFY2(m_rclone->start(&error), qPrintable(error));
         LocalScanner::setSettleMs(0); // documents written by a test are whole at once
     }
 
@@ -154,6 +164,7 @@ private slots:
         QTest::addColumn<WebDavTestServer::Kind>("kind");
         QTest::newRow("apache") << WebDavTestServer::Kind::Apache;
         QTest::newRow("sabre") << WebDavTestServer::Kind::Sabre;
+        QTest::newRow("rclone") << WebDavTestServer::Kind::Rclone;
     }
 
     void theServersTreeArrivesAsPlaceholdersAndFolders_data() { servers_data(); }
@@ -897,6 +908,186 @@ private slots:
         QCOMPARE(room.waitingForRoom, 0);
         QCOMPARE(onServer(dav, top + QStringLiteral("/Photos/C.jpg")), QByteArray(100, 'c'));
         QVERIFY(failureOf(QStringLiteral("Photos/A.jpg")).path.isEmpty());
+    }
+
+    void theProbeFindsWhetherTheServerHonoursIfMatch_data()
+    {
+        QTest::addColumn<WebDavTestServer::Kind>("kind");
+        QTest::addColumn<int>("answer");
+        QTest::newRow("apache") << WebDavTestServer::Kind::Apache << int(ServerProbe::IfMatch::Honoured);
+        QTest::newRow("sabre") << WebDavTestServer::Kind::Sabre << int(ServerProbe::IfMatch::Honoured);
+        QTest::newRow("rclone") << WebDavTestServer::Kind::Rclone << int(ServerProbe::IfMatch::Ignored);
+    }
+    void theProbeFindsWhetherTheServerHonoursIfMatch()
+    {
+        QFETCH(WebDavTestServer::Kind, kind);
+        QFETCH(int, answer);
+        WebDavTestServer *dav = server(kind);
+        const QString top = freshStart(dav, "probe");
+        DavClient client(dav->url(top + QLatin1Char('/')), dav->user(), dav->password());
+        DavError error;
+        QCOMPARE(int(ServerProbe::ifMatch(&client, &error)), answer);
+        // the test document is gone, the hidden folder stays
+        QCOMPARE(dav->request("PROPFIND", top + QStringLiteral("/.aerova/"), {}, {{"Depth", "1"}}), 207);
+        QVERIFY2(!dav->lastBody().contains(".probe-"), dav->lastBody().constData());
+        // and nothing of it reaches the device
+        const SyncOutcome outcome = sync(dav, top);
+        QVERIFY2(outcome.succeeded && outcome.refused.isEmpty(), qPrintable(outcome.refused.join(u'\n')));
+    }
+
+    void aServerThatIsDownIsAskedAgainLater()
+    {
+        DavClient client(QUrl(QStringLiteral("http://127.0.0.1:1/")), QStringLiteral("alice"), QStringLiteral("secret"));
+        DavError error;
+        QCOMPARE(ServerProbe::ifMatch(&client, &error), ServerProbe::IfMatch::Unknown);
+        QCOMPARE(error.kind, DavError::Kind::Unreachable);
+    }
+
+    void theServiceAsksEachServerOnceAndSaysWhenItIgnoresIfMatch_data()
+    {
+        QTest::addColumn<WebDavTestServer::Kind>("kind");
+        QTest::addColumn<bool>("ignores");
+        QTest::newRow("apache") << WebDavTestServer::Kind::Apache << false;
+        QTest::newRow("rclone") << WebDavTestServer::Kind::Rclone << true;
+    }
+    void theServiceAsksEachServerOnceAndSaysWhenItIgnoresIfMatch()
+    {
+        QFETCH(WebDavTestServer::Kind, kind);
+        QFETCH(bool, ignores);
+        WebDavTestServer *dav = server(kind);
+        const QString top = freshStart(dav, "asked");
+        QVERIFY(writeOnDevice(QStringLiteral("Mine.txt"), "mine"));
+        const QUrl folder = dav->url(top + QLatin1Char('/'));
+        SyncWorker worker(folder, dav->user(), dav->password());
+        QList<SyncOutcome> outcomes;
+        connect(&worker, &SyncWorker::syncFinished, this, [&outcomes](const SyncOutcome &outcome) { outcomes << outcome; });
+        LogSpy::clear();
+        worker.runSync();
+        QCOMPARE(outcomes.size(), 1);
+        QVERIFY2(outcomes.first().succeeded, qPrintable(outcomes.first().error));
+        QCOMPARE(outcomes.first().serverIgnoresIfMatch, ignores);
+        QCOMPARE(onServer(dav, top + QStringLiteral("/Mine.txt")), QByteArray("mine"));
+        QCOMPARE(logged(LOG_WARNING, QStringLiteral("ignores If-Match: an edit made on another device while this one sends its own")),
+                 ignores);
+        {
+            SyncJournal journal(DriveLayout::syncJournalFile());
+            QString error;
+            QVERIFY(journal.open(&error));
+            QCOMPARE(journal.value(QStringLiteral("ifMatch ") + folder.toString(QUrl::FullyEncoded)),
+                     ignores ? QStringLiteral("ignored") : QStringLiteral("honoured"));
+        }
+        // asked once: the next run goes straight to the sync
+        LogSpy::clear();
+        const QByteArray logBefore = dav->accessLog();
+        worker.runSync();
+        QCOMPARE(outcomes.size(), 2);
+        QCOMPARE(outcomes.last().serverIgnoresIfMatch, ignores);
+        QVERIFY(!logged(LOG_WARNING, QStringLiteral("ignores If-Match")));
+        if (kind == WebDavTestServer::Kind::Apache) {
+            QCOMPARE(dav->accessLog().mid(logBefore.size()).count(".probe-"), 0);
+            QCOMPARE(logBefore.count(QByteArray("PUT /" + top.toUtf8() + "/.aerova/.probe-")), 2);
+        }
+    }
+
+    void aServerIgnoringIfMatchIsLookedAtBeforeEachWrite_data()
+    {
+        QTest::addColumn<bool>("looks");
+        QTest::newRow("looking first") << true;
+        QTest::newRow("trusting If-Match") << false;
+    }
+    void aServerIgnoringIfMatchIsLookedAtBeforeEachWrite()
+    {
+        QFETCH(bool, looks);
+        WebDavTestServer *dav = m_rclone.get();
+        const QString top = freshStart(dav, looks ? "looks" : "trusts");
+        QVERIFY(writeOnDevice(QStringLiteral("Shared.txt"), "first"));
+        QVERIFY(sync(dav, top).succeeded);
+        DavClient client(dav->url(top + QLatin1Char('/')), dav->user(), dav->password());
+        DavError error;
+        const auto seen = client.list(QStringLiteral("Shared.txt"), 0, &error, nullptr, false);
+        QVERIFY2(seen && !seen->isEmpty(), qPrintable(error.description()));
+        // this device edits; the run sees the server's version; then another device writes
+        QVERIFY(writeOnDevice(QStringLiteral("Shared.txt"), "mine, edited here", 1700000100));
+        const QHash<QString, LocalItem> local = LocalScanner::scan(QDateTime::currentMSecsSinceEpoch());
+        const int written = dav->put(top + QStringLiteral("/Shared.txt"), "theirs, written between");
+        QVERIFY2(written == 201 || written == 204, qPrintable(QString::number(written)));
+        SyncJournal journal(DriveLayout::syncJournalFile());
+        QString openError;
+        QVERIFY(journal.open(&openError));
+        SyncAction action;
+        action.kind = SyncAction::Kind::UploadChange;
+        action.path = QStringLiteral("Shared.txt");
+        action.base = journal.records().value(action.path);
+        action.local = local.value(action.path);
+        action.remote = seen->first();
+        QVERIFY(action.base.has_value() && !action.base->storeKey.isEmpty());
+        RemotePropagator sender(&client);
+        sender.setLooksBeforeWriting(looks);
+        QList<SyncRecord> records;
+        QString failure;
+        const bool sent = sender.apply(action, &records, &failure);
+        if (looks) {
+            QVERIFY(!sent);
+            QCOMPARE(sender.lastServerError().kind, DavError::Kind::Changed);
+            QCOMPARE(onServer(dav, top + QStringLiteral("/Shared.txt")), QByteArray("theirs, written between"));
+        } else {
+            // what such a server does when trusted: the other device's write is lost
+            QVERIFY2(sent, qPrintable(failure));
+            QCOMPARE(onServer(dav, top + QStringLiteral("/Shared.txt")), QByteArray("mine, edited here"));
+        }
+    }
+
+    /// A run that saw the server's documents in the second they were written (Apache gives a
+    /// weak entity tag then, and holds a date condition on PUT and DELETE to the current second)
+    /// still sends and deletes over them.
+    void aWeakEntityTagStillLetsAWriteOrADeleteThrough()
+    {
+        WebDavTestServer *dav = m_apache.get();
+        const QString top = freshStart(dav, "weak");
+        QVERIFY(writeOnDevice(QStringLiteral("Edited.txt"), "before"));
+        QVERIFY(writeOnDevice(QStringLiteral("Deleted.txt"), "doomed"));
+        QVERIFY(sync(dav, top).succeeded);
+        DavClient client(dav->url(top + QLatin1Char('/')), dav->user(), dav->password());
+        DavError error;
+        const auto listed = client.list({}, 1, &error);
+        QVERIFY2(listed, qPrintable(error.description()));
+        QHash<QString, DavResource> seen;
+        for (DavResource resource : *listed) {
+            resource.weakETag = true; // as seen in the second they were written
+            seen.insert(resource.path, resource);
+        }
+        QTest::qWait(1100);
+        QVERIFY(writeOnDevice(QStringLiteral("Edited.txt"), "after", 1700000100));
+        QVERIFY(QFile::remove(m_drive.path(QStringLiteral("Deleted.txt"))));
+        const QHash<QString, LocalItem> local = LocalScanner::scan(QDateTime::currentMSecsSinceEpoch());
+        SyncJournal journal(DriveLayout::syncJournalFile());
+        QString openError;
+        QVERIFY(journal.open(&openError));
+        const QHash<QString, SyncRecord> byKey = journal.records();
+        const auto recordAt = [&byKey](const QString &path) {
+            for (const SyncRecord &record : byKey) {
+                if (record.path == path) {
+                    return std::optional<SyncRecord>(record);
+                }
+            }
+            return std::optional<SyncRecord>();
+        };
+        RemotePropagator sender(&client);
+        for (const auto &[kind, path] : {std::pair{SyncAction::Kind::UploadChange, QStringLiteral("Edited.txt")},
+                                         std::pair{SyncAction::Kind::DeleteRemote, QStringLiteral("Deleted.txt")}}) {
+            SyncAction action;
+            action.kind = kind;
+            action.path = path;
+            action.base = recordAt(path);
+            action.local = local.value(path);
+            action.remote = seen.value(path);
+            QVERIFY(action.base.has_value());
+            QList<SyncRecord> records;
+            QString failure;
+            QVERIFY2(sender.apply(action, &records, &failure), qPrintable(failure));
+        }
+        QCOMPARE(onServer(dav, top + QStringLiteral("/Edited.txt")), QByteArray("after"));
+        QCOMPARE(onServer(dav, top + QStringLiteral("/Deleted.txt")), QByteArray("(404)"));
     }
 
     void aDocumentStillBeingWrittenWaits()

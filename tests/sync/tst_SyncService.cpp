@@ -12,6 +12,7 @@
 #include "support/CuttingProxy.h"
 #include "support/TestDrive.h"
 #include "support/WebDavTestServer.h"
+#include "sync/SyncJournal.h"
 
 #include <QCryptographicHash>
 #include <QDeadlineTimer>
@@ -345,6 +346,36 @@ private slots:
                                              "placeholder of the drive")),
                  qPrintable(out));
         QCOMPARE(m_server.remove(QStringLiteral(".Sneaky.txt.promise")), 204);
+    }
+
+    /// What `aerovadrive-ctl status` prints.
+    static QString ctlStatus()
+    {
+        QProcess ctl;
+        ctl.start(QStringLiteral(AEROVA_CTL_PATH), {QStringLiteral("status")});
+        ctl.waitForFinished(20000);
+        return QString::fromUtf8(ctl.readAllStandardOutput());
+    }
+
+    void aServerThatIgnoresIfMatchIsNamedInTheStatus()
+    {
+        const QString name = QStringLiteral("ifMatch ") + serverUrl().toString(QUrl::FullyEncoded);
+        SyncJournal journal(DriveLayout::syncJournalFile());
+        QString error;
+        QVERIFY(journal.open(&error));
+        // the service asked this server at its first run
+        QCOMPARE(journal.value(name), QStringLiteral("honoured"));
+        QVERIFY(!ctlStatus().contains(QStringLiteral("If-Match")));
+        // as a server that ignores it would have answered
+        QVERIFY(journal.setValue(name, QStringLiteral("ignored")));
+        QVERIFY(syncNow());
+        const QString status = ctlStatus();
+        QVERIFY2(status.contains(QStringLiteral("The server ignores If-Match: an edit made on another device while this one "
+                                                "sends its own can be overwritten there instead of being kept as a conflict copy")),
+                 qPrintable(status));
+        QVERIFY(journal.setValue(name, QStringLiteral("honoured")));
+        QVERIFY(syncNow());
+        QVERIFY(!ctlStatus().contains(QStringLiteral("If-Match")));
     }
 
     void deletingMostOfTheDriveWaitsUntilTheControlProgramConfirmsIt()

@@ -1,0 +1,229 @@
+#include "credentials/Credentials.h"
+#include "platform/drive/DriveLayout.h"
+#include "platform/drive/DriveSetup.h"
+#include "platform/drive/KDContainer.h"
+#include "platform/drive/PromisePlaceholder.h"
+#include "platform/drive/PromiseStore.h"
+#include "platform/drive/RemoteAccount.h"
+#include "platform/drive/SyncServiceClient.h"
+#include "support/TestDrive.h"
+#include "support/WebDavTestServer.h"
+
+#include <QDeadlineTimer>
+#include <QDir>
+#include <QFile>
+#include <QJsonObject>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QThread>
+
+#include <array>
+#include <memory>
+
+/// Two devices on one server, each with a drive and a sync service of its own: what one makes,
+/// edits, moves and deletes reaches the other; an edit made on both keeps both.
+class tst_TwoDevices : public QObject
+{
+    Q_OBJECT
+
+private:
+    /// One device: its own drive folder, settings and service socket.
+    struct Device {
+        QTemporaryDir dir;
+        std::unique_ptr<QProcess> service;
+
+        QHash<QByteArray, QString> environment() const
+        {
+            return {{"AEROVA_HOME", dir.filePath(QStringLiteral("home"))},
+                    {"XDG_CACHE_HOME", dir.filePath(QStringLiteral("cache"))},
+                    {"XDG_CONFIG_HOME", dir.filePath(QStringLiteral("config"))},
+                    {"XDG_RUNTIME_DIR", dir.filePath(QStringLiteral("runtime"))}};
+        }
+        /// Makes this process act on this device's drive.
+        void use() const
+        {
+            const auto variables = environment();
+            for (auto it = variables.cbegin(); it != variables.cend(); ++it) {
+                qputenv(it.key().constData(), QFile::encodeName(it.value()));
+            }
+        }
+        QString path(const QString &relative) const
+        {
+            use();
+            return DriveLayout::mobileDocumentsPath() + QLatin1Char('/') + KDUbiquitousDefaultContainerID + QLatin1Char('/')
+                + relative;
+        }
+    };
+
+    TestDrive m_drive; // the test's own, where nothing happens: each device has one of its own
+    WebDavTestServer m_server{WebDavTestServer::Kind::Apache};
+    std::array<Device, 2> m_devices;
+
+    Device &phone() { return m_devices[0]; }
+    Device &tablet() { return m_devices[1]; }
+
+    bool setUp(Device &device)
+    {
+        device.use();
+        QDir().mkpath(device.dir.filePath(QStringLiteral("runtime")));
+        QFile::setPermissions(device.dir.filePath(QStringLiteral("runtime")), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+        if (DriveSetup::initialize()) {
+            return false;
+        }
+        const RemoteAccount account{m_server.url(), m_server.user()};
+        QString error;
+        if (!account.signIn() || !Credentials::store(account, m_server.password(), Credentials::Storage::File, &error)) {
+            qWarning() << "sign-in:" << error;
+            return false;
+        }
+        device.service = std::make_unique<QProcess>();
+        device.service->setProcessChannelMode(QProcess::ForwardedChannels);
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        const auto variables = device.environment();
+        for (auto it = variables.cbegin(); it != variables.cend(); ++it) {
+            environment.insert(QString::fromLatin1(it.key()), it.value());
+        }
+        device.service->setProcessEnvironment(environment);
+        device.service->start(QStringLiteral(AEROVA_SYNCD_PATH), {});
+        if (!device.service->waitForStarted(5000)) {
+            return false;
+        }
+        QDeadlineTimer deadline(10000);
+        while (!deadline.hasExpired()) {
+            if (SyncServiceClient::connect(&error, false)) {
+                return true;
+            }
+            QThread::msleep(50);
+        }
+        return false;
+    }
+
+    /// Asks `device`'s service for a sync run and waits until it has ended.
+    static bool syncNow(const Device &device)
+    {
+        device.use();
+        QString error;
+        const auto client = SyncServiceClient::connect(&error, false);
+        if (!client) {
+            return false;
+        }
+        const auto status = [&] { return client->request(QJsonObject{{QStringLiteral("op"), QStringLiteral("status")}}, &error); };
+        const QString before = status()->value(QStringLiteral("lastSync")).toString();
+        QThread::msleep(1100); // the end of the next run is a later second
+        client->request(QJsonObject{{QStringLiteral("op"), QStringLiteral("sync")}}, &error);
+        QDeadlineTimer deadline(20000);
+        while (!deadline.hasExpired()) {
+            const auto now = status();
+            if (now && !now->value(QStringLiteral("running")).toBool() && now->value(QStringLiteral("lastSync")).toString() != before) {
+                return true;
+            }
+            QThread::msleep(50);
+        }
+        return false;
+    }
+
+    /// The content of `relative` on `device`, downloaded through its service when promised.
+    static QByteArray open(const Device &device, const QString &relative)
+    {
+        const QString path = device.path(relative);
+        if (PromisePlaceholder::isPromisedItem(path) && PromiseStore::materialize(path, nullptr)) {
+            return "(cannot be downloaded)";
+        }
+        return TestDrive::readFile(path);
+    }
+
+    static bool isPromised(const Device &device, const QString &relative)
+    {
+        return PromisePlaceholder::isPromisedItem(device.path(relative));
+    }
+
+    /// The names in `device`'s top folder matching `pattern`.
+    static QStringList named(const Device &device, const QString &pattern)
+    {
+        return QDir(device.path({})).entryList({pattern}, QDir::Files | QDir::Hidden);
+    }
+
+private slots:
+    void initTestCase()
+    {
+        qputenv("AEROVA_SYNCD", "/bin/false"); // no automatic start that would race the test's
+        QString error;
+        QVERIFY2(m_server.start(&error), qPrintable(error));
+        QVERIFY(setUp(phone()));
+        QVERIFY(setUp(tablet()));
+        QVERIFY(syncNow(phone()));
+        QVERIFY(syncNow(tablet()));
+    }
+
+    void cleanupTestCase()
+    {
+        for (Device &device : m_devices) {
+            if (device.service) {
+                device.service->terminate();
+                device.service->waitForFinished(5000);
+            }
+        }
+    }
+
+    void whatOneDeviceMakesTheOtherSees()
+    {
+        QVERIFY(QDir().mkpath(phone().path(QStringLiteral("Trip"))));
+        QVERIFY(TestDrive::writeFile(phone().path(QStringLiteral("Trip/Plan.txt")), "day one: the coast"));
+        QTest::qWait(2100); // a document written in the last two seconds waits for a later run
+        QVERIFY(syncNow(phone()));
+        QVERIFY(syncNow(tablet()));
+        QVERIFY(isPromised(tablet(), QStringLiteral("Trip/Plan.txt")));
+        QCOMPARE(open(tablet(), QStringLiteral("Trip/Plan.txt")), QByteArray("day one: the coast"));
+    }
+
+    void anEditOnOneDeviceReachesTheOther()
+    {
+        QVERIFY(TestDrive::writeFile(tablet().path(QStringLiteral("Trip/Plan.txt")), "day one: the coast; day two: the hills"));
+        QTest::qWait(2100);
+        QVERIFY(syncNow(tablet()));
+        QVERIFY(syncNow(phone()));
+        QCOMPARE(open(phone(), QStringLiteral("Trip/Plan.txt")), QByteArray("day one: the coast; day two: the hills"));
+    }
+
+    void aRenameOnOneDeviceIsARenameOnTheOther()
+    {
+        QVERIFY(QFile::rename(phone().path(QStringLiteral("Trip")), phone().path(QStringLiteral("Trip 2026"))));
+        QVERIFY(syncNow(phone()));
+        QVERIFY(syncNow(tablet()));
+        QVERIFY(!QFileInfo::exists(tablet().path(QStringLiteral("Trip"))));
+        QCOMPARE(open(tablet(), QStringLiteral("Trip 2026/Plan.txt")), QByteArray("day one: the coast; day two: the hills"));
+    }
+
+    void anEditOnBothKeepsBoth()
+    {
+        QVERIFY(TestDrive::writeFile(phone().path(QStringLiteral("Trip 2026/Plan.txt")), "the phone's plan"));
+        QVERIFY(TestDrive::writeFile(tablet().path(QStringLiteral("Trip 2026/Plan.txt")), "the tablet's plan"));
+        QTest::qWait(2100);
+        QVERIFY(syncNow(phone()));
+        QVERIFY(syncNow(tablet())); // the second keeps both
+        QVERIFY(syncNow(phone()));
+        for (const Device *device : {&phone(), &tablet()}) {
+            QCOMPARE(open(*device, QStringLiteral("Trip 2026/Plan.txt")), QByteArray("the phone's plan"));
+            const QStringList copies = QDir(device->path(QStringLiteral("Trip 2026"))).entryList({QStringLiteral("*Plan (conflict *).txt*")}, QDir::Files | QDir::Hidden);
+            QCOMPARE(copies.size(), 1);
+            QString copy = copies.first();
+            if (PromisePlaceholder::isPlaceholderName(copy)) {
+                copy = copy.mid(1).chopped(QStringLiteral(".promise").size());
+            }
+            QCOMPARE(open(*device, QStringLiteral("Trip 2026/") + copy), QByteArray("the tablet's plan"));
+        }
+    }
+
+    void aDeleteOnOneDeviceIsADeleteOnTheOther()
+    {
+        QVERIFY(QDir(tablet().path(QStringLiteral("Trip 2026"))).removeRecursively());
+        QVERIFY(syncNow(tablet()));
+        QVERIFY(syncNow(phone()));
+        QVERIFY(!QFileInfo::exists(phone().path(QStringLiteral("Trip 2026"))));
+        QCOMPARE(m_server.request("PROPFIND", QStringLiteral("Trip 2026/"), {}, {{"Depth", "0"}}), 404);
+    }
+};
+
+QTEST_GUILESS_MAIN(tst_TwoDevices)
+#include "tst_TwoDevices.moc"
