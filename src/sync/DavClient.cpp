@@ -11,6 +11,8 @@
 #include <QNetworkReply>
 #include <QNetworkRequest>
 #include <QPointer>
+#include <QXmlStreamReader>
+#include <QXmlStreamWriter>
 
 namespace {
 
@@ -167,6 +169,43 @@ QNetworkReply *DavClient::upload(const QString &path, QIODevice *content, const 
 QNetworkReply *DavClient::mkcol(const QString &path)
 {
     return send("MKCOL", request(urlFor(path, true)));
+}
+
+QNetworkReply *DavClient::setTags(const QString &path, const QStringList &tags)
+{
+    QByteArray body;
+    QXmlStreamWriter xml(&body);
+    xml.writeStartDocument();
+    xml.writeNamespace(QStringLiteral("DAV:"), QStringLiteral("d"));
+    xml.writeNamespace(QStringLiteral("urn:x-aerova:"), QStringLiteral("a"));
+    xml.writeStartElement(QStringLiteral("DAV:"), QStringLiteral("propertyupdate"));
+    xml.writeStartElement(QStringLiteral("DAV:"), tags.isEmpty() ? QStringLiteral("remove") : QStringLiteral("set"));
+    xml.writeStartElement(QStringLiteral("DAV:"), QStringLiteral("prop"));
+    xml.writeTextElement(QStringLiteral("urn:x-aerova:"), QStringLiteral("tags"), tags.join(QLatin1Char(',')));
+    xml.writeEndDocument();
+    QNetworkRequest request = this->request(urlFor(path));
+    request.setHeader(QNetworkRequest::ContentTypeHeader, QByteArrayLiteral("application/xml; charset=utf-8"));
+    return send("PROPPATCH", request, body);
+}
+
+bool DavClient::propertiesSet(QNetworkReply *reply)
+{
+    if (reply->error() != QNetworkReply::NoError || reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt() != 207) {
+        return false;
+    }
+    QXmlStreamReader xml(reply->readAll());
+    int statuses = 0;
+    while (!xml.atEnd()) {
+        xml.readNext();
+        if (xml.isStartElement() && xml.namespaceUri() == QLatin1String("DAV:") && xml.name() == QLatin1String("status")) {
+            // "HTTP/1.1 200 OK"
+            if (!xml.readElementText().section(QLatin1Char(' '), 1, 1).startsWith(QLatin1Char('2'))) {
+                return false;
+            }
+            ++statuses;
+        }
+    }
+    return statuses > 0 && !xml.hasError();
 }
 
 QNetworkReply *DavClient::move(const QString &from, const QString &to, bool isCollection)

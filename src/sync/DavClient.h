@@ -53,6 +53,10 @@ public:
     /// the server's document: a server's document is never overwritten unseen.
     QNetworkReply *upload(const QString &path, QIODevice *content, const std::optional<DavResource> &over);
     QNetworkReply *mkcol(const QString &path);
+    /// Sets the document's tags, a dead property the other devices read back; none removes it.
+    QNetworkReply *setTags(const QString &path, const QStringList &tags);
+    /// Whether a PROPPATCH's answer says every property was set (a 207 whose every status is 2xx).
+    static bool propertiesSet(QNetworkReply *reply);
     QNetworkReply *move(const QString &from, const QString &to, bool isCollection = false);
     /// DELETE; with `seen`, only while the server's document is still that version.
     QNetworkReply *remove(const QString &path, bool isCollection = false, const std::optional<DavResource> &seen = {});

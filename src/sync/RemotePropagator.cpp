@@ -12,6 +12,7 @@
 #include <QFile>
 #include <QLocale>
 #include <QNetworkReply>
+#include <QThread>
 
 #include <cerrno>
 #include <cstring>
@@ -176,7 +177,21 @@ bool RemotePropagator::conditionFor(const QString &path, const std::optional<Dav
     // version is looked at again, and its own description, now with a strong tag, is the
     // condition
     const bool onlyADate = seen && (seen->etag.isEmpty() || seen->weakETag);
-    return !(m_looksBeforeWriting || onlyADate) || stillAsSeen(path, seen, error, condition);
+    if (!(m_looksBeforeWriting || onlyADate)) {
+        return true;
+    }
+    if (!stillAsSeen(path, seen, error, condition)) {
+        return false;
+    }
+    // written in the last second: its tag is strong a second after the write, and a date
+    // condition may not outlive the second it names
+    for (int attempt = 0; attempt < 2 && *condition && (*condition)->weakETag; ++attempt) {
+        QThread::msleep(1050);
+        if (!stillAsSeen(path, seen, error, condition)) {
+            return false;
+        }
+    }
+    return true;
 }
 
 bool RemotePropagator::makeFolder(const QString &path, SyncRecord *record, QString *error)

@@ -13,6 +13,7 @@
 #include "sync/RemoteScanner.h"
 #include "sync/SendFailures.h"
 #include "sync/SyncJournal.h"
+#include "sync/TagSync.h"
 
 #include <QSet>
 
@@ -345,6 +346,9 @@ SyncOutcome SyncEngine::run()
     }
     sortForApplying(actions);
     apply(actions, &outcome);
+    if (outcome.error.isEmpty()) {
+        syncTags(base, actions, local, *remote, &outcome);
+    }
     outcome.succeeded = outcome.error.isEmpty();
     outcome.ended = QDateTime::currentDateTimeUtc();
     return outcome;
@@ -512,6 +516,23 @@ void SyncEngine::apply(const QList<SyncAction> &actions, SyncOutcome *outcome)
     if (writes && !m_journal->commit()) {
         outcome->error = QStringLiteral("The sync journal cannot be written: %1").arg(m_journal->lastError());
     }
+}
+
+void SyncEngine::syncTags(const QHash<QString, SyncRecord> &base, const QList<SyncAction> &actions,
+                          const QHash<QString, LocalItem> &local, const QHash<QString, DavResource> &remote, SyncOutcome *outcome)
+{
+    // only what this run left as it was: an item just sent or brought has its tags looked at
+    // by the next run, against the version both sides then hold
+    QHash<QString, SyncRecord> inStep = base;
+    for (const SyncAction &action : actions) {
+        inStep.remove(action.path);
+        inStep.remove(action.fromPath);
+    }
+    if (!m_journal->begin()) {
+        return;
+    }
+    outcome->changes += TagSync(m_client, m_journal).run(inStep, local, remote, &outcome->failures);
+    m_journal->commit();
 }
 
 void SyncEngine::followFolder(const SyncAction &action, const QList<SyncRecord> &records, QStringList *unsettled)

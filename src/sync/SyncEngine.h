@@ -43,6 +43,9 @@ private:
     QList<SyncAction> decide(QHash<QString, SyncRecord> *base, const QHash<QString, LocalItem> &local,
                              QHash<QString, DavResource> *remote);
     void apply(const QList<SyncAction> &actions, SyncOutcome *outcome);
+    /// The tags of the documents this run left in step follow the side that changed them.
+    void syncTags(const QHash<QString, SyncRecord> &base, const QList<SyncAction> &actions,
+                  const QHash<QString, LocalItem> &local, const QHash<QString, DavResource> &remote, SyncOutcome *outcome);
     /// The journal's records inside a folder follow the folder's move or delete.
     void followFolder(const SyncAction &action, const QList<SyncRecord> &records, QStringList *unsettled);
     /// When this account's first sync began: the device's items untouched since are not sent.

@@ -1,5 +1,7 @@
 #include "sync/SyncJournal.h"
 
+#include "platform/drive/FileAttributes.h"
+
 #include <QAtomicInt>
 #include <QSqlDatabase>
 #include <QSqlError>
@@ -70,7 +72,8 @@ bool SyncJournal::open(QString *error)
         && exec(QStringLiteral("CREATE TABLE IF NOT EXISTS partials (storeKey TEXT PRIMARY KEY, version TEXT NOT NULL)"))
         && exec(QStringLiteral("CREATE TABLE IF NOT EXISTS failures (path TEXT PRIMARY KEY, attempts INTEGER NOT NULL, "
                                "message TEXT NOT NULL, nextTryMs INTEGER NOT NULL, localState TEXT NOT NULL, "
-                               "permanent INTEGER NOT NULL)"));
+                               "permanent INTEGER NOT NULL)"))
+        && exec(QStringLiteral("CREATE TABLE IF NOT EXISTS tags (storeKey TEXT PRIMARY KEY, tags TEXT NOT NULL)"));
     if (!made) {
         *error = m_lastError;
     }
@@ -170,7 +173,8 @@ bool SyncJournal::put(const SyncRecord &record)
 
 bool SyncJournal::remove(const QString &storeKey)
 {
-    return exec(QStringLiteral("DELETE FROM items WHERE storeKey = ?"), {storeKey});
+    return exec(QStringLiteral("DELETE FROM items WHERE storeKey = ?"), {storeKey})
+        && exec(QStringLiteral("DELETE FROM tags WHERE storeKey = ?"), {storeKey});
 }
 
 bool SyncJournal::removeInside(const QString &folderPath)
@@ -211,7 +215,7 @@ bool SyncJournal::moveInside(const QString &from, const QString &to)
 bool SyncJournal::clear()
 {
     return exec(QStringLiteral("DELETE FROM items")) && exec(QStringLiteral("DELETE FROM partials"))
-        && exec(QStringLiteral("DELETE FROM named")) && exec(QStringLiteral("DELETE FROM failures"));
+        && exec(QStringLiteral("DELETE FROM named")) && exec(QStringLiteral("DELETE FROM failures")) && exec(QStringLiteral("DELETE FROM tags"));
 }
 
 QHash<QString, SyncFailure> SyncJournal::failures() const
@@ -241,6 +245,30 @@ bool SyncJournal::putFailure(const SyncFailure &failure)
     return exec(QStringLiteral("INSERT OR REPLACE INTO failures VALUES (?, ?, ?, ?, ?, ?)"),
                 {failure.path, failure.attempts, notNull(failure.message), failure.nextTryMs, notNull(failure.localState),
                  failure.permanent ? 1 : 0});
+}
+
+QHash<QString, QStringList> SyncJournal::agreedTags() const
+{
+    QHash<QString, QStringList> tags;
+    QSqlQuery query(QSqlDatabase::database(m_connection, false));
+    query.setForwardOnly(true);
+    if (!query.exec(QStringLiteral("SELECT storeKey, tags FROM tags"))) {
+        m_lastError = query.lastError().text();
+        return tags;
+    }
+    while (query.next()) {
+        tags.insert(query.value(0).toString(), FileAttributes::decodeTags(query.value(1).toString().toUtf8()));
+    }
+    return tags;
+}
+
+bool SyncJournal::setAgreedTags(const QString &storeKey, const QStringList &tags)
+{
+    if (tags.isEmpty()) {
+        return exec(QStringLiteral("DELETE FROM tags WHERE storeKey = ?"), {storeKey});
+    }
+    return exec(QStringLiteral("INSERT OR REPLACE INTO tags (storeKey, tags) VALUES (?, ?)"),
+                {storeKey, QString::fromUtf8(FileAttributes::encodeTags(tags))});
 }
 
 bool SyncJournal::removeFailure(const QString &path)

@@ -5,6 +5,7 @@
 
 #include <QHash>
 #include <QString>
+#include <QStringList>
 
 #include <memory>
 #include <optional>
@@ -45,6 +46,10 @@ public:
 
     QString value(const QString &name) const;
     bool setValue(const QString &name, const QString &value);
+
+    /// The tags the device and the server last agreed on, by store key (none: no tags).
+    QHash<QString, QStringList> agreedTags() const;
+    bool setAgreedTags(const QString &storeKey, const QStringList &tags);
 
     /// The items the server would not take, by path.
     QHash<QString, SyncFailure> failures() const;

@@ -7,6 +7,7 @@
 #include "platform/foundation/Error.h"
 #include "platform/foundation/FilePath.h"
 #include "sync/DavClient.h"
+#include "sync/DriveWatcher.h"
 #include "sync/SyncEngine.h"
 #include "sync/SyncJournal.h"
 #include "sync/SyncWorker.h"
@@ -136,6 +137,10 @@ bool SyncService::start(QString *error)
     m_thread.setObjectName(QStringLiteral("sync"));
     m_thread.start();
     m_pollTimer.start();
+    // what programs of the device change in the drive is sent without waiting for a poll
+    m_watcher = std::make_unique<DriveWatcher>(DriveLayout::mobileDocumentsPath());
+    connect(m_watcher.get(), &DriveWatcher::changed, this, &SyncService::syncNow);
+    m_watcher->start();
     if (!m_hasPassword) {
         writeStatusFile(); // the app shows the drive signed out until a sign-in brings one
     }

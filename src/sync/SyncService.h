@@ -16,6 +16,7 @@ class DavClient;
 class QLocalServer;
 class QLocalSocket;
 class QNetworkReply;
+class DriveWatcher;
 class SyncJournal;
 class SyncWorker;
 
@@ -89,6 +90,7 @@ private:
     QThread m_thread;
     SyncWorker *m_worker = nullptr;
     QTimer m_pollTimer;
+    std::unique_ptr<DriveWatcher> m_watcher;
     bool m_syncRunning = false;
     bool m_syncAgain = false;
     /// The user confirmed the deletes held back; until a run that carries it ends well.

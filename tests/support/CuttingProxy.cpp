@@ -62,6 +62,11 @@ QUrl CuttingProxy::relayed(const QUrl &serverUrl) const
 void CuttingProxy::relay(QTcpServer *server)
 {
     while (QTcpSocket *client = server->nextPendingConnection()) {
+        if (m_offline) {
+            client->abort(); // as a network that is down: the connection goes nowhere
+            client->deleteLater();
+            continue;
+        }
         auto *upstream = new QTcpSocket(client); // goes with the client's side
         const auto dropBoth = [client = QPointer(client), upstream = QPointer(upstream)] {
             if (upstream) {
@@ -73,7 +78,11 @@ void CuttingProxy::relay(QTcpServer *server)
             }
         };
         // the request line a connection carried last tells which answer is on it
-        const auto forward = [client, upstream] {
+        const auto forward = [this, client, upstream] {
+            if (m_offline) {
+                client->abort(); // a connection kept open from before the network went down
+                return;
+            }
             const QByteArray bytes = client->readAll();
             static const QRegularExpression requestLine(QStringLiteral("^[A-Z]+ /"));
             if (requestLine.match(QString::fromLatin1(bytes.left(16))).hasMatch()) {

@@ -28,6 +28,8 @@ public:
     /// everything again. Other connections are not counted.
     void cutAfter(qint64 bytes, const QByteArray &request, int times = 1);
     int cuts() const { return m_cuts; }
+    /// While offline, every connection, new or kept open, ends as soon as it is used.
+    void setOffline(bool offline) { m_offline = offline; }
 
 private:
     void relay(QTcpServer *server);
@@ -42,4 +44,5 @@ private:
     qint64 m_cutBytes = 0; // guarded by m_mutex
     int m_cutsLeft = 0;    // guarded by m_mutex
     std::atomic<int> m_cuts{0};
+    std::atomic<bool> m_offline{false};
 };

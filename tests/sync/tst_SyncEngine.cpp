@@ -257,6 +257,100 @@ private slots:
                  (QStringList{QStringLiteral("Red"), QStringLiteral("Work")}));
     }
 
+    /// The tags the server keeps for `path`.
+    static QStringList serverTags(WebDavTestServer *server, const QString &path)
+    {
+        DavClient client(server->url(), server->user(), server->password());
+        DavError error;
+        const auto listed = client.list(path, 0, &error, nullptr, false);
+        return listed && !listed->isEmpty() ? listed->first().tags : QStringList{QStringLiteral("(%1)").arg(error.description())};
+    }
+
+    static int setServerTags(WebDavTestServer *server, const QString &path, const QByteArray &tags)
+    {
+        return server->request("PROPPATCH", path,
+                               R"(<?xml version="1.0"?><d:propertyupdate xmlns:d="DAV:" xmlns:a="urn:x-aerova:">)"
+                               "<d:set><d:prop><a:tags>" + tags + "</a:tags></d:prop></d:set></d:propertyupdate>",
+                               {{"Content-Type", "application/xml"}});
+    }
+
+    void tagsFollowTheSideThatChangedThem_data()
+    {
+        QTest::addColumn<WebDavTestServer::Kind>("kind");
+        QTest::newRow("apache") << WebDavTestServer::Kind::Apache;
+        QTest::newRow("sabre") << WebDavTestServer::Kind::Sabre;
+    }
+    void tagsFollowTheSideThatChangedThem()
+    {
+        QFETCH(WebDavTestServer::Kind, kind);
+        WebDavTestServer *dav = server(kind);
+        const QString top = freshStart(dav, "tag-sync");
+        const QString local = m_drive.path(QStringLiteral("Report.txt"));
+        QVERIFY(writeOnDevice(QStringLiteral("Report.txt"), "numbers"));
+        QVERIFY(sync(dav, top).succeeded);
+        // set on the device, as a file manager does
+        QVERIFY(FileAttributes::setTags(local, {QStringLiteral("Red"), QStringLiteral("Work")}));
+        const SyncOutcome sent = sync(dav, top);
+        QVERIFY2(sent.succeeded && sent.failures.isEmpty(), qPrintable(sent.failures.join(u'\n')));
+        QCOMPARE(sent.changes, 1);
+        QCOMPARE(serverTags(dav, top + QStringLiteral("/Report.txt")), (QStringList{QStringLiteral("Red"), QStringLiteral("Work")}));
+        // in step: the next run changes nothing
+        QCOMPARE(sync(dav, top).changes, 0);
+        // changed on the server (another device): the device follows
+        QCOMPARE(setServerTags(dav, top + QStringLiteral("/Report.txt"), "Blue"), 207);
+        QVERIFY(sync(dav, top).succeeded);
+        QCOMPARE(FileAttributes::tags(local), QStringList{QStringLiteral("Blue")});
+        // the content is not touched by a tag
+        QCOMPARE(TestDrive::readFile(local), QByteArray("numbers"));
+        // both changed since they last agreed: neither loses a tag
+        QVERIFY(FileAttributes::setTags(local, {QStringLiteral("Blue"), QStringLiteral("Green")}));
+        QCOMPARE(setServerTags(dav, top + QStringLiteral("/Report.txt"), "Blue,Yellow"), 207);
+        QVERIFY(sync(dav, top).succeeded);
+        const QStringList both{QStringLiteral("Blue"), QStringLiteral("Green"), QStringLiteral("Yellow")};
+        QCOMPARE(FileAttributes::tags(local), both);
+        QCOMPARE(serverTags(dav, top + QStringLiteral("/Report.txt")), both);
+        // all removed on the device: removed on the server
+        QVERIFY(FileAttributes::setTags(local, {}));
+        QVERIFY(sync(dav, top).succeeded);
+        QCOMPARE(serverTags(dav, top + QStringLiteral("/Report.txt")), QStringList());
+    }
+
+    void aPlaceholderTakesTheServersNewTags()
+    {
+        WebDavTestServer *dav = m_apache.get();
+        const QString top = freshStart(dav, "tag-promised");
+        QCOMPARE(dav->put(top + QStringLiteral("/Promised.txt"), "far away"), 201);
+        QVERIFY(sync(dav, top).succeeded);
+        QCOMPARE(placeholderAt(m_drive.path(QStringLiteral("Promised.txt")))->tags, QStringList());
+        QCOMPARE(setServerTags(dav, top + QStringLiteral("/Promised.txt"), "Purple"), 207);
+        const SyncOutcome outcome = sync(dav, top);
+        QVERIFY(outcome.succeeded);
+        QCOMPARE(outcome.changes, 1);
+        QCOMPARE(placeholderAt(m_drive.path(QStringLiteral("Promised.txt")))->tags, QStringList{QStringLiteral("Purple")});
+        QVERIFY(PromisePlaceholder::isPromisedItem(m_drive.path(QStringLiteral("Promised.txt"))));
+    }
+
+    void aServerKeepingNoTagsLeavesThemOnTheDevice()
+    {
+        WebDavTestServer *dav = m_rclone.get();
+        const QString top = freshStart(dav, "tag-refused");
+        const QString local = m_drive.path(QStringLiteral("Kept here.txt"));
+        QVERIFY(writeOnDevice(QStringLiteral("Kept here.txt"), "text"));
+        QVERIFY(sync(dav, top).succeeded);
+        QVERIFY(FileAttributes::setTags(local, {QStringLiteral("Orange")}));
+        LogSpy::clear();
+        QVERIFY(sync(dav, top).succeeded);
+        QVERIFY(logged(LOG_WARNING, QStringLiteral("The server keeps no tags (")));
+        QVERIFY(logged(LOG_WARNING, QStringLiteral("): the tags set on this device stay on it")));
+        QCOMPARE(FileAttributes::tags(local), QStringList{QStringLiteral("Orange")});
+        // said once, not at every run
+        LogSpy::clear();
+        const SyncOutcome again = sync(dav, top);
+        QVERIFY(again.succeeded && again.failures.isEmpty());
+        QVERIFY(!logged(LOG_WARNING, QStringLiteral("The server keeps no tags")));
+        QCOMPARE(FileAttributes::tags(local), QStringList{QStringLiteral("Orange")});
+    }
+
     void aDocumentNewOnBothSidesUnderOneNameKeepsBoth()
     {
         WebDavTestServer *dav = m_apache.get();

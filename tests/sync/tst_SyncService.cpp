@@ -378,6 +378,58 @@ private slots:
         QVERIFY(!ctlStatus().contains(QStringLiteral("If-Match")));
     }
 
+    void aDocumentSavedByAnotherProgramIsSentWithoutAskingForASync()
+    {
+        const QString path = m_drive.path(QStringLiteral("Saved by an editor.txt"));
+        QProcess editor;
+        editor.start(QStringLiteral("/bin/sh"), {QStringLiteral("-c"), QStringLiteral("printf 'first draft' > \"$1\""), QStringLiteral("sh"), path});
+        QVERIFY(editor.waitForFinished(5000));
+        QCOMPARE(TestDrive::readFile(path), QByteArray("first draft"));
+        // no sync asked for, no poll due: the service sees the change itself
+        QTRY_COMPARE_WITH_TIMEOUT(m_server.request("GET", QStringLiteral("Saved by an editor.txt")), 200, 20000);
+        QCOMPARE(m_server.lastBody(), QByteArray("first draft"));
+    }
+
+    void changesMadeOfflineAreSentOnceTheServerIsReachable()
+    {
+        QVERIFY(TestDrive::writeFile(m_drive.path(QStringLiteral("Packing list.txt")), "socks"));
+        QVERIFY(TestDrive::writeFile(m_drive.path(QStringLiteral("Old plan.txt")), "obsolete"));
+        QTest::qWait(2100); // whole, not still being written
+        QVERIFY(syncNow());
+        QCOMPARE(m_server.request("GET", QStringLiteral("Packing list.txt")), 200);
+        const QByteArray logBefore = m_server.accessLog();
+
+        m_network->setOffline(true);
+        // a new folder, a document in it, a document moved into it and then renamed, a delete
+        QVERIFY(QDir().mkpath(m_drive.path(QStringLiteral("Offline Trip"))));
+        QVERIFY(TestDrive::writeFile(m_drive.path(QStringLiteral("Offline Trip/Day 1.txt")), "the coast"));
+        QVERIFY(QFile::rename(m_drive.path(QStringLiteral("Packing list.txt")), m_drive.path(QStringLiteral("Offline Trip/Packing list.txt"))));
+        QVERIFY(QFile::rename(m_drive.path(QStringLiteral("Offline Trip/Packing list.txt")), m_drive.path(QStringLiteral("Offline Trip/Packing.txt"))));
+        QVERIFY(QFile::remove(m_drive.path(QStringLiteral("Old plan.txt"))));
+        QTest::qWait(2100);
+        QVERIFY(syncNow());
+        const QString offlineStatus = ctlStatus();
+        QVERIFY2(offlineStatus.contains(QStringLiteral("(The server cannot be reached.")), qPrintable(offlineStatus));
+        // the device keeps everything while the server cannot be reached
+        QCOMPARE(TestDrive::readFile(m_drive.path(QStringLiteral("Offline Trip/Packing.txt"))), QByteArray("socks"));
+        QCOMPARE(TestDrive::readFile(m_drive.path(QStringLiteral("Offline Trip/Day 1.txt"))), QByteArray("the coast"));
+
+        m_network->setOffline(false);
+        QVERIFY(syncNow());
+        QCOMPARE(m_server.request("GET", QStringLiteral("Offline Trip/Day 1.txt")), 200);
+        QCOMPARE(m_server.lastBody(), QByteArray("the coast"));
+        QCOMPARE(m_server.request("GET", QStringLiteral("Offline Trip/Packing.txt")), 200);
+        QCOMPARE(m_server.lastBody(), QByteArray("socks"));
+        QCOMPARE(m_server.request("GET", QStringLiteral("Packing list.txt")), 404);
+        QCOMPARE(m_server.request("GET", QStringLiteral("Old plan.txt")), 404);
+        // the move and the rename were one move, after the folder was made; nothing sent twice
+        const QByteArray sent = m_server.accessLog().mid(logBefore.size());
+        QCOMPARE(sent.count("MOVE /Packing list.txt 201"), 1);
+        QCOMPARE(sent.count("MOVE "), 1);
+        QVERIFY2(sent.indexOf("MKCOL /Offline Trip/ 201") < sent.indexOf("MOVE "), sent.constData());
+        QCOMPARE(sent.count("PUT /Offline Trip/Day 1.txt 201"), 1);
+    }
+
     void deletingMostOfTheDriveWaitsUntilTheControlProgramConfirmsIt()
     {
         QCOMPARE(m_server.mkcol(QStringLiteral("Many")), 201);

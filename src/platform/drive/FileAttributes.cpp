@@ -20,7 +20,7 @@ QByteArray readAttribute(const QString &path, const char *name)
     const QByteArray encoded = FilePath::encode(path);
     QByteArray value(256, Qt::Uninitialized);
     for (int attempt = 0; attempt < 2; ++attempt) {
-        const ssize_t n = ::getxattr(encoded.constData(), name, value.data(), size_t(value.size()));
+        const ssize_t n = ::lgetxattr(encoded.constData(), name, value.data(), size_t(value.size()));
         if (n >= 0) {
             value.truncate(qsizetype(n));
             return value;
@@ -28,7 +28,7 @@ QByteArray readAttribute(const QString &path, const char *name)
         if (errno != ERANGE) {
             return {};
         }
-        const ssize_t needed = ::getxattr(encoded.constData(), name, nullptr, 0);
+        const ssize_t needed = ::lgetxattr(encoded.constData(), name, nullptr, 0);
         if (needed < 0) {
             return {};
         }

@@ -14,6 +14,7 @@ class FileAttributes final
 public:
     FileAttributes() = delete;
 
+    /// Never through a link: a link's own attributes are none.
     static QStringList tags(const QString &path);
     static bool setTags(const QString &path, const QStringList &tags);
     static bool setTags(int fd, const QStringList &tags);
