@@ -91,6 +91,63 @@ double timedCurl(const QStringList &arguments)
     return status == 0 ? timer.nsecsElapsed() / 1e9 : -1;
 }
 
+/// The 1,000 small documents: one folder made and 1,000 sent by a sync run, then curl.
+std::pair<double, double> measureSmall(WebDavTestServer &server, const QString &sources, int round, bool *intact)
+{
+    const QString credentials = server.user() + QLatin1Char(':') + server.password();
+    const QString syncFolder = QStringLiteral("small-sync-%1").arg(round);
+    const QString curlFolder = QStringLiteral("small-curl-%1").arg(round);
+    if (!freshDrive() || !QDir().mkpath(driveRoot() + QStringLiteral("/Notes"))) {
+        return {-1, -1};
+    }
+    const QStringList names = QDir(sources).entryList(QDir::Files);
+    for (const QString &name : names) {
+        QFile::copy(sources + QLatin1Char('/') + name, driveRoot() + QStringLiteral("/Notes/") + name);
+    }
+    server.mkcol(syncFolder);
+    const double sync = timedSync(server, syncFolder, SmallCount + 1);
+    *intact = *intact && QDir(server.servedFolder() + QLatin1Char('/') + syncFolder + QStringLiteral("/Notes")).count() == uint(SmallCount + 2);
+
+    server.mkcol(curlFolder);
+    server.mkcol(curlFolder + QStringLiteral("/Notes"));
+    QFile config(QDir(sources).filePath(QStringLiteral("../curl-small.conf")));
+    config.open(QIODevice::WriteOnly);
+    for (const QString &name : names) {
+        config.write("upload-file = \"" + (sources + QLatin1Char('/') + name).toUtf8() + "\"\n");
+        config.write("url = \"" + server.url(curlFolder + QStringLiteral("/Notes/") + name).toEncoded() + "\"\n");
+        config.write("output = \"/dev/null\"\n");
+    }
+    config.close();
+    const double curl = timedCurl({QStringLiteral("-s"), QStringLiteral("-u"), credentials, QStringLiteral("-K"), config.fileName()});
+    // the server's copies take the disk's room: each round's go
+    for (const QString &folder : {syncFolder, curlFolder}) {
+        QDir(server.servedFolder() + QLatin1Char('/') + folder).removeRecursively();
+    }
+    return {sync, curl};
+}
+
+/// The document of 200 MiB: sent by a sync run, then by curl.
+std::pair<double, double> measureLarge(WebDavTestServer &server, const QString &large, const QByteArray &largeHash, int round,
+                                       bool *intact)
+{
+    const QString credentials = server.user() + QLatin1Char(':') + server.password();
+    const QString syncFolder = QStringLiteral("large-sync-%1").arg(round);
+    const QString curlFolder = QStringLiteral("large-curl-%1").arg(round);
+    if (!freshDrive() || !QFile::copy(large, driveRoot() + QStringLiteral("/Big.bin"))) {
+        return {-1, -1};
+    }
+    server.mkcol(syncFolder);
+    const double sync = timedSync(server, syncFolder, 1);
+    *intact = *intact && fileHash(server.servedFolder() + QLatin1Char('/') + syncFolder + QStringLiteral("/Big.bin")) == largeHash;
+    server.mkcol(curlFolder);
+    const double curl = timedCurl({QStringLiteral("-s"), QStringLiteral("-o"), QStringLiteral("/dev/null"), QStringLiteral("-u"), credentials,
+                                   QStringLiteral("-T"), large, server.url(curlFolder + QStringLiteral("/Big.bin")).toString()});
+    for (const QString &folder : {syncFolder, curlFolder}) {
+        QDir(server.servedFolder() + QLatin1Char('/') + folder).removeRecursively();
+    }
+    return {sync, curl};
+}
+
 } // namespace
 
 int main(int argc, char *argv[])
@@ -108,8 +165,6 @@ int main(int argc, char *argv[])
         out << "bench_SyncUpload: " << error << '\n';
         return 1;
     }
-    const QString credentials = server.user() + QLatin1Char(':') + server.password();
-
     // the same small documents for the sync and for curl
     const QString sources = home.filePath(QStringLiteral("sources"));
     QDir().mkpath(sources);
@@ -130,49 +185,20 @@ int main(int argc, char *argv[])
     }
     const QByteArray largeHash = fileHash(large);
 
+    // "small" or "large" runs one half alone
+    const QString only = app.arguments().value(1);
     QList<double> smallSyncs, smallCurls, largeSyncs, largeCurls;
     bool intact = true;
     for (int round = 0; round < Rounds; ++round) {
-        // 1,000 small documents: one folder made, 1,000 sent
-        if (!freshDrive() || !QDir().mkpath(driveRoot() + QStringLiteral("/Notes"))) {
-            return 1;
+        if (only != QLatin1String("large")) {
+            const auto [sync, curl] = measureSmall(server, sources, round, &intact);
+            smallSyncs << sync;
+            smallCurls << curl;
         }
-        for (const QString &name : QDir(sources).entryList(QDir::Files)) {
-            QFile::copy(sources + QLatin1Char('/') + name, driveRoot() + QStringLiteral("/Notes/") + name);
-        }
-        const QString syncFolder = QStringLiteral("small-sync-%1").arg(round);
-        server.mkcol(syncFolder);
-        smallSyncs << timedSync(server, syncFolder, SmallCount + 1);
-        intact = intact && QDir(server.servedFolder() + QLatin1Char('/') + syncFolder + QStringLiteral("/Notes")).count() == uint(SmallCount + 2);
-
-        const QString curlFolder = QStringLiteral("small-curl-%1").arg(round);
-        server.mkcol(curlFolder);
-        server.mkcol(curlFolder + QStringLiteral("/Notes"));
-        QFile config(home.filePath(QStringLiteral("curl-small.conf")));
-        config.open(QIODevice::WriteOnly);
-        for (const QString &name : QDir(sources).entryList(QDir::Files)) {
-            config.write("upload-file = \"" + (sources + QLatin1Char('/') + name).toUtf8() + "\"\n");
-            config.write("url = \"" + server.url(curlFolder + QStringLiteral("/Notes/") + name).toEncoded() + "\"\n");
-        }
-        config.close();
-        smallCurls << timedCurl({QStringLiteral("-s"), QStringLiteral("-o"), QStringLiteral("/dev/null"), QStringLiteral("-u"), credentials,
-                                 QStringLiteral("-K"), config.fileName()});
-
-        // one document of 200 MiB
-        if (!freshDrive() || !QFile::copy(large, driveRoot() + QStringLiteral("/Big.bin"))) {
-            return 1;
-        }
-        const QString largeFolder = QStringLiteral("large-sync-%1").arg(round);
-        server.mkcol(largeFolder);
-        largeSyncs << timedSync(server, largeFolder, 1);
-        intact = intact && fileHash(server.servedFolder() + QLatin1Char('/') + largeFolder + QStringLiteral("/Big.bin")) == largeHash;
-        const QString largeCurlFolder = QStringLiteral("large-curl-%1").arg(round);
-        server.mkcol(largeCurlFolder);
-        largeCurls << timedCurl({QStringLiteral("-s"), QStringLiteral("-o"), QStringLiteral("/dev/null"), QStringLiteral("-u"), credentials,
-                                 QStringLiteral("-T"), large, server.url(largeCurlFolder + QStringLiteral("/Big.bin")).toString()});
-        // the server's copies take the disk's room: each round's go
-        for (const QString &folder : {syncFolder, curlFolder, largeFolder, largeCurlFolder}) {
-            QDir(server.servedFolder() + QLatin1Char('/') + folder).removeRecursively();
+        if (only != QLatin1String("small")) {
+            const auto [sync, curl] = measureLarge(server, large, largeHash, round, &intact);
+            largeSyncs << sync;
+            largeCurls << curl;
         }
     }
     if (std::any_of(smallSyncs.cbegin(), smallSyncs.cend(), [](double s) { return s < 0; })
@@ -180,17 +206,21 @@ int main(int argc, char *argv[])
         return 1;
     }
 
-    const double smallSync = median(smallSyncs), smallCurl = median(smallCurls);
-    const double largeSync = median(largeSyncs), largeCurl = median(largeCurls);
     out << QStringLiteral("to Apache mod_dav_fs on 127.0.0.1, medians of %1 runs\n").arg(Rounds);
-    out << QStringLiteral("%1 documents of %2 bytes, made on the device\n").arg(SmallCount).arg(SmallSize);
-    out << QStringLiteral("  one sync run: %1 s\n").arg(smallSync, 0, 'f', 3);
-    out << QStringLiteral("  curl:         %1 s\n").arg(smallCurl, 0, 'f', 3);
-    out << QStringLiteral("  sync / curl:  %1x (the goal: at most 2x)\n").arg(smallSync / smallCurl, 0, 'f', 2);
-    out << QStringLiteral("one document of 200 MiB\n");
-    out << QStringLiteral("  one sync run: %1 s (%2 MiB/s)\n").arg(largeSync, 0, 'f', 3).arg(200 / largeSync, 0, 'f', 0);
-    out << QStringLiteral("  curl:         %1 s (%2 MiB/s)\n").arg(largeCurl, 0, 'f', 3).arg(200 / largeCurl, 0, 'f', 0);
-    out << QStringLiteral("  sync speed:   %1 % of curl's (the goal: at least 90 %)\n").arg(100 * largeCurl / largeSync, 0, 'f', 0);
+    if (!smallSyncs.isEmpty()) {
+        const double sync = median(smallSyncs), curl = median(smallCurls);
+        out << QStringLiteral("%1 documents of %2 bytes, made on the device\n").arg(SmallCount).arg(SmallSize);
+        out << QStringLiteral("  one sync run: %1 s\n").arg(sync, 0, 'f', 3);
+        out << QStringLiteral("  curl:         %1 s\n").arg(curl, 0, 'f', 3);
+        out << QStringLiteral("  sync / curl:  %1x (the goal: at most 2x)\n").arg(sync / curl, 0, 'f', 2);
+    }
+    if (!largeSyncs.isEmpty()) {
+        const double sync = median(largeSyncs), curl = median(largeCurls);
+        out << QStringLiteral("one document of 200 MiB\n");
+        out << QStringLiteral("  one sync run: %1 s (%2 MiB/s)\n").arg(sync, 0, 'f', 3).arg(200 / sync, 0, 'f', 0);
+        out << QStringLiteral("  curl:         %1 s (%2 MiB/s)\n").arg(curl, 0, 'f', 3).arg(200 / curl, 0, 'f', 0);
+        out << QStringLiteral("  sync speed:   %1 % of curl's (the goal: at least 90 %)\n").arg(100 * curl / sync, 0, 'f', 0);
+    }
     out << QStringLiteral("the server holds every byte: %1\n").arg(intact ? QStringLiteral("yes") : QStringLiteral("NO"));
     return intact ? 0 : 1;
 }

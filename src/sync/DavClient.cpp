@@ -52,6 +52,14 @@ DavClient::DavClient(const QUrl &folder, const QString &user, const QString &pas
 
 DavClient::~DavClient() = default;
 
+std::unique_ptr<DavClient> DavClient::sibling() const
+{
+    auto other = std::make_unique<DavClient>(m_folder, m_user, QString());
+    other->m_authorization = m_authorization;
+    other->m_maximumListingSize = m_maximumListingSize;
+    return other;
+}
+
 bool DavClient::maySendPassword(const QUrl &folder)
 {
     if (folder.scheme() == QLatin1String("https")) {

@@ -8,6 +8,7 @@
 #include <QObject>
 #include <QUrl>
 
+#include <memory>
 #include <optional>
 
 class QIODevice;
@@ -29,6 +30,10 @@ public:
 
     DavClient(const QUrl &folder, const QString &user, const QString &password, QObject *parent = nullptr);
     ~DavClient() override;
+
+    /// A client of the same folder with the same credentials, for another thread (a client
+    /// and its replies belong to the thread that made them).
+    std::unique_ptr<DavClient> sibling() const;
 
     /// Lowers the limit of a listing's size (for tests of the limit).
     void setMaximumListingSize(qint64 bytes) { m_maximumListingSize = bytes; }

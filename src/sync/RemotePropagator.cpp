@@ -374,6 +374,54 @@ bool RemotePropagator::deleteRemote(const SyncAction &action, const QString &loc
     return true;
 }
 
+bool RemotePropagator::adoptSameContent(const SyncAction &action, const QString &localPath, QList<SyncRecord> *records)
+{
+    const DavResource &remote = *action.remote;
+    if (remote.size != action.local.size || action.local.size > sameContentLimit) {
+        return false;
+    }
+    const int fd = ::open(FilePath::encode(localPath).constData(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
+    if (fd < 0) {
+        return false;
+    }
+    QFile file;
+    if (!file.open(fd, QIODevice::ReadOnly, QFileDevice::AutoCloseHandle)) {
+        ::close(fd);
+        return false;
+    }
+    struct stat st {};
+    if (::fstat(fd, &st) != 0 || !isAsSeen(st, action.local)) {
+        return false;
+    }
+    const auto reply = finished(m_client->get(action.path));
+    if (DavClient::errorOf(reply.get()) || reply->bytesAvailable() != action.local.size) {
+        return false;
+    }
+    const QByteArray theirs = reply->readAll();
+    // compared piece by piece: the device's copy is never held whole beside the server's
+    constexpr qint64 piece = 1 << 20;
+    for (qint64 offset = 0; offset < theirs.size(); offset += piece) {
+        if (file.read(piece) != QByteArrayView(theirs).sliced(offset, std::min(piece, theirs.size() - offset))) {
+            return false;
+        }
+    }
+    QString key = FileAttributes::storeKey(localPath);
+    if (!PromisePlaceholder::isStoreKey(key)) {
+        key = action.base ? action.base->storeKey : PromisePlaceholder::newStoreKey();
+        FileAttributes::setStoreKey(fd, key);
+    }
+    SyncRecord record;
+    record.storeKey = key;
+    record.path = action.path;
+    record.version = remote.version();
+    record.size = st.st_size;
+    record.modifiedMs = modifiedMs(st);
+    record.contentType = remote.contentType;
+    *records << record;
+    DRLog(LOG_INFO, "\"%@\" holds the same on the device and on the server: kept as one", action.path);
+    return true;
+}
+
 bool RemotePropagator::keepBoth(const SyncAction &action, const QString &localPath, QList<SyncRecord> *records,
                                 QString *error, QSet<QString> *checkedFolders)
 {
@@ -381,6 +429,9 @@ bool RemotePropagator::keepBoth(const SyncAction &action, const QString &localPa
     if (!st || !isAsSeen(*st, action.local)) {
         *error = QStringLiteral("it changed since the run looked; the next run looks again");
         return false;
+    }
+    if (adoptSameContent(action, localPath, records)) {
+        return true;
     }
     const QString folder = parentOf(localPath);
     QString conflict = conflictName(action.remote->name(), QDateTime::currentDateTime());

@@ -47,6 +47,11 @@ private:
                 const QString &storeKey, SyncRecord *record, QString *error);
     bool moveRemote(const SyncAction &action, const QString &localPath, SyncRecord *record, QString *error);
     bool deleteRemote(const SyncAction &action, const QString &localPath, QList<SyncRecord> *records, QString *error);
+    /// Documents of one name new or changed on both sides that hold the same bytes (one sent
+    /// by a run that stopped before the journal kept it, or one copy made on two devices) are
+    /// one document, not a conflict; up to this size they are compared.
+    static constexpr qint64 sameContentLimit = 64LL * 1024 * 1024;
+    bool adoptSameContent(const SyncAction &action, const QString &localPath, QList<SyncRecord> *records);
     bool keepBoth(const SyncAction &action, const QString &localPath, QList<SyncRecord> *records, QString *error,
                   QSet<QString> *checkedFolders);
     /// Whether the server still holds `seen` at `path` (nothing there, for none), with `now`

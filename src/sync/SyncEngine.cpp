@@ -9,6 +9,7 @@
 #include "sync/LocalScanner.h"
 #include "sync/Reconciler.h"
 #include "sync/RemoteMapping.h"
+#include "sync/ParallelUploads.h"
 #include "sync/RemotePropagator.h"
 #include "sync/RemoteScanner.h"
 #include "sync/SendFailures.h"
@@ -456,6 +457,46 @@ void SyncEngine::apply(const QList<SyncAction> &actions, SyncOutcome *outcome)
                 || (action.kind == Kind::DeleteRemote && isInside(path, action.path));
         });
     };
+    // what an action ended with: the journal, the log and the outcome learn it
+    const auto conclude = [&](const SyncAction &action, bool done, bool waits, const QString &failure, const QList<SyncRecord> &records) {
+        if (!done) {
+            unsettled << action.path;
+            if (!action.fromPath.isEmpty()) {
+                unsettled << action.fromPath;
+            }
+            outcome->failures << QStringLiteral("\"%1\": %2").arg(action.path, failure);
+            if (waits) {
+                DRLog(LOG_DEBUG, "Not sending \"%@\" in this run: %@", action.path, failure);
+            } else {
+                DRLog(LOG_ERR, isSending(action.kind) ? "Cannot send \"%@\" to the server: %@" : "Cannot bring \"%@\" from the server: %@",
+                      action.path, failure);
+            }
+            if (records.isEmpty()) {
+                return;
+            }
+        } else if (const QString what = describe(action.kind); !what.isEmpty()) {
+            ++outcome->changes;
+            DRLog(LOG_DEBUG, "Synced \"%@\" (%@)", action.path, what);
+        }
+        if (done && action.base && action.base->isFolder) {
+            followFolder(action, records, &unsettled);
+        }
+        record(action, records, outcome);
+        // kept at once: a run stopped at any instant has the journal know all it did before
+        if (writes && !(m_journal->commit() && m_journal->begin())) {
+            outcome->error = QStringLiteral("The sync journal cannot be written: %1").arg(m_journal->lastError());
+        }
+    };
+    // what the server answered a document sent: kept for its next try, or forgotten
+    const auto answered = [&sendFailures](const SyncAction &action, bool done, const DavError &answer, QString *failure) {
+        if (done) {
+            sendFailures.succeeded(action);
+        } else if (answer) {
+            *failure = sendFailures.failed(action, answer);
+        }
+    };
+    // new documents depend on nothing else the run does after their folder: sent together
+    QList<SyncAction> uploads;
     for (const SyncAction &action : actions) {
         if (action.kind == Kind::KeepLocal) {
             DRLog(LOG_NOTICE, "Leaving \"%@\" as it is on the device: %@", action.path, action.reason);
@@ -471,11 +512,13 @@ void SyncEngine::apply(const QList<SyncAction> &actions, SyncOutcome *outcome)
         } else if (isSending(action.kind)) {
             failure = sendFailures.waitReason(action);
             waits = !failure.isEmpty();
+            if (!waits && action.kind == Kind::Upload) {
+                uploads << action;
+                continue;
+            }
             done = !waits && sender.apply(action, &records, &failure, &checkedFolders);
-            if (done) {
-                sendFailures.succeeded(action);
-            } else if (const DavError answer = sender.lastServerError(); !waits && answer) {
-                failure = sendFailures.failed(action, answer);
+            if (!waits) {
+                answered(action, done, sender.lastServerError(), &failure);
             }
         } else {
             SyncRecord record;
@@ -484,29 +527,33 @@ void SyncEngine::apply(const QList<SyncAction> &actions, SyncOutcome *outcome)
                 records << record;
             }
         }
-        if (!done) {
-            unsettled << action.path;
-            if (!action.fromPath.isEmpty()) {
-                unsettled << action.fromPath;
-            }
-            outcome->failures << QStringLiteral("\"%1\": %2").arg(action.path, failure);
-            if (waits) {
-                DRLog(LOG_DEBUG, "Not sending \"%@\" in this run: %@", action.path, failure);
-            } else {
-                DRLog(LOG_ERR, isSending(action.kind) ? "Cannot send \"%@\" to the server: %@" : "Cannot bring \"%@\" from the server: %@",
-                      action.path, failure);
-            }
-            if (records.isEmpty()) {
-                continue;
-            }
-        } else if (const QString what = describe(action.kind); !what.isEmpty()) {
-            ++outcome->changes;
-            DRLog(LOG_DEBUG, "Synced \"%@\" (%@)", action.path, what);
+        conclude(action, done, waits, failure, records);
+    }
+    // the first alone: a full server is found by one document, not by all
+    bool serverFull = false;
+    if (!uploads.isEmpty()) {
+        const SyncAction first = uploads.takeFirst();
+        QList<SyncRecord> records;
+        QString failure;
+        const bool done = sender.apply(first, &records, &failure, &checkedFolders);
+        serverFull = sender.lastServerError().kind == DavError::Kind::ServerFull;
+        answered(first, done, sender.lastServerError(), &failure);
+        conclude(first, done, false, failure, records);
+    }
+    const QList<ParallelUploads::Result> results =
+        serverFull ? QList<ParallelUploads::Result>(uploads.size()) : ParallelUploads::send(*m_client, m_serverIgnoresIfMatch, uploads);
+    for (qsizetype i = 0; i < uploads.size(); ++i) {
+        const SyncAction &action = uploads.at(i);
+        const ParallelUploads::Result &result = results.at(i);
+        QString failure = result.failure;
+        // not tried: the server was full when its turn came
+        const bool waits = !result.tried;
+        if (waits) {
+            failure = sendFailures.waitReason(action);
+        } else {
+            answered(action, result.done, result.answer, &failure);
         }
-        if (done && action.base && action.base->isFolder) {
-            followFolder(action, records, &unsettled);
-        }
-        record(action, records, outcome);
+        conclude(action, result.done, waits, failure, result.records);
     }
     sendFailures.finish();
     outcome->waitingForRoom = sendFailures.waitingForRoom();

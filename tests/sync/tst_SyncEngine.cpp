@@ -369,6 +369,35 @@ private slots:
         QVERIFY(logged(LOG_NOTICE, QStringLiteral("\"Mine.txt\" changed on the device and on the server: the device's version is now \"%1\"").arg(conflict)));
     }
 
+    void aDocumentSentByARunThatStoppedBeforeTheJournalKeptItIsNoConflict()
+    {
+        WebDavTestServer *dav = m_apache.get();
+        const QString top = freshStart(dav, "sent-unrecorded");
+        QVERIFY(writeOnDevice(QStringLiteral("Sent.txt"), "sent, then the service died"));
+        QVERIFY(sync(dav, top).succeeded);
+        {
+            // the run was killed after the server took it, before the journal kept it
+            SyncJournal journal(DriveLayout::syncJournalFile());
+            QString error;
+            QVERIFY(journal.open(&error));
+            const auto records = journal.records();
+            QVERIFY(records.contains(QStringLiteral("Sent.txt")));
+            QVERIFY(journal.remove(records.value(QStringLiteral("Sent.txt")).storeKey));
+        }
+        LogSpy::clear();
+        const SyncOutcome outcome = sync(dav, top);
+        QVERIFY2(outcome.succeeded && outcome.failures.isEmpty(), qPrintable(outcome.failures.join(u'\n')));
+        QCOMPARE(conflictCopyOf(QStringLiteral("Sent.txt")), QString());
+        QCOMPARE(TestDrive::readFile(m_drive.path(QStringLiteral("Sent.txt"))), QByteArray("sent, then the service died"));
+        QVERIFY(logged(LOG_INFO, QStringLiteral("\"Sent.txt\" holds the same on the device and on the server: kept as one")));
+        QCOMPARE(sync(dav, top).changes, 0);
+        // the same size, other bytes: both are kept
+        QVERIFY(writeOnDevice(QStringLiteral("Twin.txt"), "AAAA"));
+        QCOMPARE(dav->put(top + QStringLiteral("/Twin.txt"), "BBBB"), 201);
+        QVERIFY(sync(dav, top).succeeded);
+        QVERIFY(!conflictCopyOf(QStringLiteral("Twin.txt")).isEmpty());
+    }
+
     void aDownloadedCopyIsNoConflictForAJournalStartedAfresh()
     {
         WebDavTestServer *dav = m_apache.get();
