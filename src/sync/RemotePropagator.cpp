@@ -35,6 +35,27 @@ bool isAsSeen(const struct stat &st, const LocalItem &seen)
     return S_ISREG(st.st_mode) && st.st_size == seen.size && modifiedMs(st) == seen.modifiedMs;
 }
 
+/// The device's document at `localPath` opened for reading (never through a link, never
+/// blocked by a FIFO) while it is still as the run saw it; false with `error` set otherwise.
+bool openAsSeen(const QString &localPath, const LocalItem &seen, QFile *file, struct stat *st, QString *error)
+{
+    const int fd = ::open(FilePath::encode(localPath).constData(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
+    if (fd < 0) {
+        *error = QString::fromLocal8Bit(std::strerror(errno));
+        return false;
+    }
+    if (!file->open(fd, QIODevice::ReadOnly, QFileDevice::AutoCloseHandle)) {
+        ::close(fd);
+        *error = file->errorString();
+        return false;
+    }
+    if (::fstat(fd, st) != 0 || !isAsSeen(*st, seen)) {
+        *error = QStringLiteral("it changed since the run looked; the next run sends it");
+        return false;
+    }
+    return true;
+}
+
 bool sameState(const struct stat &a, const struct stat &b)
 {
     return a.st_size == b.st_size && a.st_mtim.tv_sec == b.st_mtim.tv_sec && a.st_mtim.tv_nsec == b.st_mtim.tv_nsec;
@@ -229,23 +250,12 @@ bool RemotePropagator::upload(const QString &path, const QString &localPath, con
                               const std::optional<DavResource> &over, const QString &storeKey, SyncRecord *record,
                               QString *error)
 {
-    // never through a link, never blocked by a FIFO
-    const int fd = ::open(FilePath::encode(localPath).constData(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
-    if (fd < 0) {
-        *error = QString::fromLocal8Bit(std::strerror(errno));
-        return false;
-    }
     QFile file;
-    if (!file.open(fd, QIODevice::ReadOnly, QFileDevice::AutoCloseHandle)) {
-        ::close(fd);
-        *error = file.errorString();
-        return false;
-    }
     struct stat before {};
-    if (::fstat(fd, &before) != 0 || !isAsSeen(before, seen)) {
-        *error = QStringLiteral("it changed since the run looked; the next run sends it");
+    if (!openAsSeen(localPath, seen, &file, &before, error)) {
         return false;
     }
+    const int fd = file.handle();
     std::optional<DavResource> condition;
     if (!conditionFor(path, over, error, &condition)) {
         return false;
@@ -380,19 +390,13 @@ bool RemotePropagator::adoptSameContent(const SyncAction &action, const QString 
     if (remote.size != action.local.size || action.local.size > sameContentLimit) {
         return false;
     }
-    const int fd = ::open(FilePath::encode(localPath).constData(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
-    if (fd < 0) {
-        return false;
-    }
     QFile file;
-    if (!file.open(fd, QIODevice::ReadOnly, QFileDevice::AutoCloseHandle)) {
-        ::close(fd);
-        return false;
-    }
     struct stat st {};
-    if (::fstat(fd, &st) != 0 || !isAsSeen(st, action.local)) {
+    QString ignored;
+    if (!openAsSeen(localPath, action.local, &file, &st, &ignored)) {
         return false;
     }
+    const int fd = file.handle();
     const auto reply = finished(m_client->get(action.path));
     if (DavClient::errorOf(reply.get()) || reply->bytesAvailable() != action.local.size) {
         return false;

@@ -26,6 +26,20 @@ namespace {
 
 using Kind = SyncAction::Kind;
 
+/// The item the journal knows as `record`, found on the device at `path`: moved there.
+SyncAction movedOnTheDevice(const QString &path, const SyncRecord &record, const QHash<QString, DavResource> &remote,
+                            const LocalItem &local)
+{
+    SyncAction move;
+    move.kind = Kind::MoveRemote;
+    move.path = path;
+    move.fromPath = record.path;
+    move.base = record;
+    move.remote = remote.value(record.path);
+    move.local = local;
+    return move;
+}
+
 /// The order in which actions are carried out: folders first, from the top; then documents;
 /// then what goes away, folders last and from the bottom, so each finds its place ready.
 int phase(const SyncAction &action)
@@ -120,14 +134,7 @@ QHash<QString, SyncAction> movesOnTheDevice(const QHash<QString, SyncRecord> &ba
         if (!record || local.contains(record->path) || !remote.contains(record->path)) {
             continue;
         }
-        SyncAction move;
-        move.kind = Kind::MoveRemote;
-        move.path = it.key();
-        move.fromPath = record->path;
-        move.base = *record;
-        move.remote = remote.value(record->path);
-        move.local = it.value();
-        moves.insert(it.key(), move);
+        moves.insert(it.key(), movedOnTheDevice(it.key(), *record, remote, it.value()));
     }
     return moves;
 }
@@ -187,14 +194,7 @@ QList<SyncAction> foldersMovedOnTheDevice(const QHash<QString, SyncRecord> &base
         if (!record || local.contains(record->path) || !remote.value(record->path).isCollection) {
             continue;
         }
-        SyncAction move;
-        move.kind = Kind::MoveRemote;
-        move.path = it.key();
-        move.fromPath = record->path;
-        move.base = *record;
-        move.remote = remote.value(record->path);
-        move.local = it.value();
-        moves << move;
+        moves << movedOnTheDevice(it.key(), *record, remote, it.value());
     }
     QList<SyncAction> outermost;
     for (const SyncAction &move : std::as_const(moves)) {

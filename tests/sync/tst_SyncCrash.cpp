@@ -2,22 +2,17 @@
 #include "platform/drive/DriveLayout.h"
 #include "platform/drive/PromisePlaceholder.h"
 #include "platform/drive/RemoteAccount.h"
-#include "platform/drive/SyncServiceClient.h"
+#include "support/SyncServiceProcess.h"
 #include "support/TestDrive.h"
 #include "support/WebDavTestServer.h"
 
-#include <QDeadlineTimer>
 #include <QDir>
 #include <QDirIterator>
 #include <QFile>
-#include <QJsonObject>
-#include <QProcess>
 #include <QRandomGenerator>
 #include <QSet>
 #include <QTest>
 #include <QThread>
-
-#include <memory>
 
 /// The sync service killed (SIGKILL) at random instants of its runs: after every restart the
 /// device and the server end equal, no document is lost or torn, and nothing is sent twice
@@ -30,7 +25,7 @@ class tst_SyncCrash : public QObject
 private:
     TestDrive m_drive;
     WebDavTestServer m_server{WebDavTestServer::Kind::Apache};
-    std::unique_ptr<QProcess> m_service;
+    SyncServiceProcess m_service;
     QRandomGenerator m_random;
     /// Every document as it must end, by its path below the drive's top folder.
     QHash<QString, QByteArray> m_expected;
@@ -38,56 +33,17 @@ private:
     QSet<QString> m_madeHere;
     int m_kills = 0;
 
-    bool startService()
-    {
-        m_service = std::make_unique<QProcess>();
-        m_service->setProcessChannelMode(QProcess::ForwardedChannels);
-        m_service->start(QStringLiteral(AEROVA_SYNCD_PATH), {});
-        if (!m_service->waitForStarted(5000)) {
-            return false;
-        }
-        QDeadlineTimer deadline(10000);
-        QString error;
-        while (!deadline.hasExpired()) {
-            if (SyncServiceClient::connect(&error, false)) {
-                return true;
-            }
-            QThread::msleep(20);
-        }
-        return false;
-    }
+    bool startService() { return m_service.start(); }
 
     void killService()
     {
-        if (m_service) {
-            m_service->kill(); // SIGKILL: no chance to finish anything
-            m_service->waitForFinished(5000);
-            m_service.reset();
+        if (m_service.isRunning()) {
+            m_service.kill();
             ++m_kills;
         }
     }
 
-    bool syncNow()
-    {
-        QString error;
-        const auto client = SyncServiceClient::connect(&error, false);
-        if (!client) {
-            return false;
-        }
-        const auto status = [&] { return client->request(QJsonObject{{QStringLiteral("op"), QStringLiteral("status")}}, &error); };
-        const QString before = status()->value(QStringLiteral("lastSync")).toString();
-        QThread::msleep(1100);
-        client->request(QJsonObject{{QStringLiteral("op"), QStringLiteral("sync")}}, &error);
-        QDeadlineTimer deadline(60000);
-        while (!deadline.hasExpired()) {
-            const auto now = status();
-            if (now && !now->value(QStringLiteral("running")).toBool() && now->value(QStringLiteral("lastSync")).toString() != before) {
-                return true;
-            }
-            QThread::msleep(50);
-        }
-        return false;
-    }
+    static bool syncNow() { return SyncServiceProcess::syncNow(60000); }
 
     QByteArray randomContent()
     {
@@ -264,13 +220,7 @@ private slots:
         QTest::qWait(20); // what is made from now on is after the account's first sync
     }
 
-    void cleanupTestCase()
-    {
-        if (m_service) {
-            m_service->terminate();
-            m_service->waitForFinished(5000);
-        }
-    }
+    void cleanupTestCase() { m_service.stop(); }
 
     void theTreesEndEqualHoweverTheServiceIsKilled()
     {

@@ -10,6 +10,7 @@
 #include "platform/foundation/CancellationToken.h"
 #include "platform/foundation/FilePath.h"
 #include "support/CuttingProxy.h"
+#include "support/SyncServiceProcess.h"
 #include "support/TestDrive.h"
 #include "support/WebDavTestServer.h"
 #include "sync/SyncJournal.h"
@@ -36,59 +37,11 @@ private:
     TestDrive m_drive;
     WebDavTestServer m_server{WebDavTestServer::Kind::Apache};
     std::unique_ptr<CuttingProxy> m_network; // between the service and the server
-    std::unique_ptr<QProcess> m_service;
+    SyncServiceProcess m_service;
 
-    bool startService()
-    {
-        m_service = std::make_unique<QProcess>();
-        m_service->setProcessChannelMode(QProcess::ForwardedChannels);
-        m_service->start(QStringLiteral(AEROVA_SYNCD_PATH), {});
-        if (!m_service->waitForStarted(5000)) {
-            return false;
-        }
-        QDeadlineTimer deadline(10000);
-        QString error;
-        while (!deadline.hasExpired()) {
-            if (SyncServiceClient::connect(&error, false)) {
-                return true;
-            }
-            QThread::msleep(50);
-        }
-        return false;
-    }
-
-    void stopService()
-    {
-        if (m_service) {
-            m_service->terminate();
-            m_service->waitForFinished(5000);
-            m_service.reset();
-        }
-    }
-
-    /// Asks the running service for a sync run and waits until it has ended.
-    bool syncNow()
-    {
-        QString error;
-        const auto client = SyncServiceClient::connect(&error, false);
-        if (!client) {
-            return false;
-        }
-        const QString before = client->request(QJsonObject{{QStringLiteral("op"), QStringLiteral("status")}}, &error)
-                                   ->value(QStringLiteral("lastSync")).toString();
-        QThread::msleep(1100); // the end of the next run is a later second
-        client->request(QJsonObject{{QStringLiteral("op"), QStringLiteral("sync")}}, &error);
-        QDeadlineTimer deadline(20000);
-        while (!deadline.hasExpired()) {
-            const auto status = client->request(QJsonObject{{QStringLiteral("op"), QStringLiteral("status")}}, &error);
-            if (status && !status->value(QStringLiteral("running")).toBool()
-                && status->value(QStringLiteral("lastSync")).toString() != before) {
-                return true;
-            }
-            QThread::msleep(50);
-        }
-        return false;
-    }
+    bool startService() { return m_service.start(); }
+    void stopService() { m_service.stop(); }
+    static bool syncNow() { return SyncServiceProcess::syncNow(); }
 
     /// The server as the drive sees it: through the relay that can cut a connection.
     QUrl serverUrl() const { return m_network->relayed(m_server.url()); }
@@ -122,7 +75,7 @@ private slots:
         QVERIFY(second.waitForFinished(10000));
         QCOMPARE(second.exitCode(), 0);
         QVERIFY(QString::fromLocal8Bit(second.readAllStandardError()).contains(QStringLiteral("already runs")));
-        QCOMPARE(m_service->state(), QProcess::Running);
+        QVERIFY(m_service.isRunning());
         QString error;
         QVERIFY(SyncServiceClient::connect(&error, false)); // the first one still serves
     }
