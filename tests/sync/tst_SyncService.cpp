@@ -383,6 +383,24 @@ private slots:
         QCOMPARE(sent.count("PUT /Offline Trip/Day 1.txt 201"), 1);
     }
 
+    void anUploadWhoseAnswerIsLostIsNotSentTwice()
+    {
+        // the server takes the document, then the connection drops before its answer arrives
+        m_network->cutAfter(0, "PUT /Dropped%20answer.txt", 3);
+        QVERIFY(TestDrive::writeFile(m_drive.path(QStringLiteral("Dropped answer.txt")), "sent once"));
+        QTest::qWait(2100);
+        QVERIFY(syncNow());
+        QVERIFY(m_network->cuts() > 0);
+        m_network->cutAfter(-1, {});
+        QCOMPARE(m_server.request("GET", QStringLiteral("Dropped answer.txt")), 200);
+        // the next run finds the same bytes on both sides: one document, no conflict copy
+        QVERIFY(syncNow());
+        QCOMPARE(TestDrive::readFile(m_drive.path(QStringLiteral("Dropped answer.txt"))), QByteArray("sent once"));
+        QCOMPARE(QDir(m_drive.root()).entryList({QStringLiteral("Dropped answer (conflict*")}), QStringList());
+        QCOMPARE(m_server.request("PROPFIND", QString(), {}, {{"Depth", "1"}}), 207);
+        QVERIFY(!m_server.lastBody().contains("conflict"));
+    }
+
     void deletingMostOfTheDriveWaitsUntilTheControlProgramConfirmsIt()
     {
         QCOMPARE(m_server.mkcol(QStringLiteral("Many")), 201);
