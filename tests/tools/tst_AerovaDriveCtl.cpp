@@ -1,9 +1,12 @@
+#include "platform/drive/DriveLayout.h"
 #include "platform/drive/FileAttributes.h"
+#include "platform/drive/RemoteAccount.h"
 #include "platform/foundation/FilePath.h"
 #include "support/TestDrive.h"
 
 #include <QDir>
 #include <QFileInfo>
+#include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QProcess>
@@ -237,6 +240,29 @@ private slots:
         QCOMPARE(process.exitCode(), 0);
         QVERIFY(!FilePath::exists(raw));
         QVERIFY(QFileInfo::exists(folder + QStringLiteral("/bad\uFFFD.txt")));
+    }
+
+    // What the stopped service left of its last sync says what waits on the server and why.
+    void theStatusSaysWhatWaitsOnTheServer()
+    {
+        const RemoteAccount account{QUrl(QStringLiteral("http://127.0.0.1:9/")), QStringLiteral("alice")};
+        QVERIFY(account.signIn());
+        const QJsonObject status{
+            {QStringLiteral("lastSync"), QStringLiteral("2026-11-24T12:00:00Z")},
+            {QStringLiteral("waitingForRoom"), 3},
+            {QStringLiteral("serverIgnoresIfMatch"), QStringLiteral("an edit made on another device can be overwritten")},
+            {QStringLiteral("failures"),
+             QJsonArray{QStringLiteral("\"Report.txt\": The server failed to answer. (failed 5 times in a row; tried again at 14:05)")}}};
+        QVERIFY(TestDrive::writeFile(DriveLayout::syncStatusFile(), QJsonDocument(status).toJson()));
+        QByteArray output;
+        const int exitCode = run({QStringLiteral("status")}, &output);
+        QFile::remove(DriveLayout::syncStatusFile());
+        QFile::remove(DriveLayout::accountFile());
+        QCOMPARE(exitCode, 0);
+        QVERIFY2(output.contains("sync service: not running\n"), output.constData());
+        QVERIFY2(output.contains("The server is full: 3 documents wait until it has room\n"), output.constData());
+        QVERIFY2(output.contains("The server ignores If-Match: an edit made on another device can be overwritten\n"), output.constData());
+        QVERIFY2(output.contains("\"Report.txt\": The server failed to answer. (failed 5 times in a row; tried again at 14:05)"), output.constData());
     }
 };
 
