@@ -101,13 +101,12 @@ QNetworkReply *DavClient::send(const QByteArray &verb, QNetworkRequest request, 
     return m_network->sendCustomRequest(request, verb, body);
 }
 
-void DavClient::limitListing(QNetworkReply *reply)
+void DavClient::limitAnswer(QNetworkReply *reply, qint64 limit)
 {
-    const qint64 limit = m_maximumListingSize;
     const auto check = [reply, limit] {
         const QVariant length = reply->header(QNetworkRequest::ContentLengthHeader);
         if ((length.isValid() && length.toLongLong() > limit) || reply->bytesAvailable() > limit) {
-            reply->setProperty(tooLargeProperty, true);
+            reply->setProperty(tooLargeProperty, limit);
             reply->abort();
         }
     };
@@ -121,7 +120,7 @@ QNetworkReply *DavClient::propfind(const QString &path, int depth, bool collecti
     request.setRawHeader("Depth", QByteArray::number(depth));
     request.setHeader(QNetworkRequest::ContentTypeHeader, QByteArrayLiteral("application/xml; charset=utf-8"));
     QNetworkReply *reply = send("PROPFIND", request, propfindBody);
-    limitListing(reply);
+    limitAnswer(reply, m_maximumListingSize);
     return reply;
 }
 
@@ -131,7 +130,7 @@ QNetworkReply *DavClient::propfindQuota()
     request.setRawHeader("Depth", "0");
     request.setHeader(QNetworkRequest::ContentTypeHeader, QByteArrayLiteral("application/xml; charset=utf-8"));
     QNetworkReply *reply = send("PROPFIND", request, quotaBody);
-    limitListing(reply);
+    limitAnswer(reply, m_maximumListingSize);
     return reply;
 }
 
@@ -249,9 +248,9 @@ DavError DavClient::errorOf(QNetworkReply *reply)
     DavError error;
     const int status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
     error.httpStatus = status;
-    if (reply->property(tooLargeProperty).toBool()) {
+    if (const QVariant limit = reply->property(tooLargeProperty); limit.isValid()) {
         error.kind = DavError::Kind::TooLarge;
-        error.message = QStringLiteral("(over the %1 bytes a listing may have)").arg(maximumListingSize);
+        error.message = QStringLiteral("(over the %1 bytes it may have)").arg(limit.toLongLong());
         return error;
     }
     if (status >= 200 && status < 300) {

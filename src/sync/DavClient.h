@@ -68,6 +68,9 @@ public:
 
     /// The error of a finished reply, none for a 2xx answer.
     static DavError errorOf(QNetworkReply *reply);
+    /// Ends `reply` as soon as its answer says or shows it holds more than `limit` bytes (its
+    /// error is then TooLarge): an answer is never read into memory past what was asked for.
+    static void limitAnswer(QNetworkReply *reply, qint64 limit);
     /// A finished reply whose body is shorter (or longer) than it announced, `received` bytes.
     static DavError droppedConnection(QNetworkReply *reply, qint64 received);
     /// Reads a finished PROPFIND reply; `refused` gets the resources refused one by one.
@@ -87,7 +90,6 @@ private:
     /// strong entity tag, else `If-Unmodified-Since` its date.
     static void setUnchangedSince(QNetworkRequest *request, const DavResource &seen);
     QNetworkReply *send(const QByteArray &verb, QNetworkRequest request, const QByteArray &body = {});
-    void limitListing(QNetworkReply *reply);
 
     QUrl m_folder;
     QString m_user;
