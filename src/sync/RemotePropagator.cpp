@@ -166,19 +166,12 @@ std::optional<DavResource> RemotePropagator::look(const QString &path, bool coll
 bool RemotePropagator::stillAsSeen(const QString &path, const std::optional<DavResource> &seen, QString *error,
                                    std::optional<DavResource> *now)
 {
-    DavError davError;
-    const auto listed = m_client->list(path, 0, &davError, nullptr, false);
-    now->reset();
-    if (listed) {
-        for (const DavResource &resource : *listed) {
-            if (resource.path == path) {
-                *now = resource;
-            }
+    *now = look(path, false, error);
+    if (!*now && m_lastError) {
+        if (m_lastError.kind != DavError::Kind::NotFound) {
+            return false;
         }
-    } else if (davError.kind != DavError::Kind::NotFound) {
-        m_lastError = davError;
-        *error = davError.description();
-        return false;
+        m_lastError = {}; // nothing there: an answer, not a failure
     }
     if (now->has_value() == seen.has_value() && (!*now || (*now)->version() == seen->version())) {
         return true;
@@ -397,7 +390,10 @@ bool RemotePropagator::adoptSameContent(const SyncAction &action, const QString 
         return false;
     }
     const int fd = file.handle();
-    const auto reply = finished(m_client->get(action.path));
+    std::unique_ptr<QNetworkReply> reply(m_client->get(action.path));
+    // a server answering more than the document it described is not read on
+    DavClient::limitAnswer(reply.get(), action.local.size);
+    DavClient::waitFor(reply.get());
     if (DavClient::errorOf(reply.get()) || reply->bytesAvailable() != action.local.size) {
         return false;
     }
