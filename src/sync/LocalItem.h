@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QString>
+#include <QStringList>
 
 /// What the device holds at an item's place, as a sync run sees it.
 struct LocalItem {
@@ -23,4 +24,6 @@ struct LocalItem {
     /// For a folder: the store key it carries (it follows the folder when it is moved); empty
     /// for a folder the drive has not recorded.
     QString storeKey;
+    /// For a file: the tags a file manager set on it (`user.xdg.tags`), read with the rest.
+    QStringList tags;
 };

@@ -70,6 +70,7 @@ LocalItem itemFor(const QString &path, const Entry &entry, qint64 nowMs)
         item.modifiedMs = modifiedMs(*st);
         // a writer may keep an old date (a copy keeping its original's): the change time tells
         item.settled = nowMs - std::max(item.modifiedMs, changedMs(*st)) >= LocalScanner::settleMs();
+        item.tags = FileAttributes::tags(path); // never through a link
     }
     return item;
 }

@@ -51,24 +51,14 @@ TagSync::TagSync(DavClient *client, SyncJournal *journal)
 {
 }
 
-std::optional<QStringList> TagSync::deviceTags(const QString &path, LocalItem::Kind kind)
+std::optional<QStringList> TagSync::deviceTags(const QString &path, const LocalItem &item)
 {
-    if (kind == LocalItem::Kind::Placeholder) {
-        std::optional<Error> error;
-        const auto placeholder = PromisePlaceholder::read(PromisePlaceholder::placeholderPathFor(path), &error);
-        return placeholder ? std::optional(placeholder->tags) : std::nullopt;
+    if (item.kind == LocalItem::Kind::File) {
+        return item.tags; // as the run's walk read them
     }
-    // one look at the attribute, never through a link: a run reads those of every document;
-    // a document gone meanwhile has no tags to tell, not "none"
-    const auto isDocument = [&path] {
-        const auto st = FilePath::linkStatus(path);
-        return st && S_ISREG(st->st_mode);
-    };
-    if (!isDocument()) {
-        return std::nullopt;
-    }
-    const QStringList tags = FileAttributes::tags(path);
-    return isDocument() ? std::optional(tags) : std::nullopt;
+    std::optional<Error> error;
+    const auto placeholder = PromisePlaceholder::read(PromisePlaceholder::placeholderPathFor(path), &error);
+    return placeholder ? std::optional(placeholder->tags) : std::nullopt;
 }
 
 bool TagSync::setDeviceTags(const QString &path, LocalItem::Kind kind, const QStringList &tags)
@@ -137,7 +127,7 @@ int TagSync::run(const QHash<QString, SyncRecord> &inStep, const QHash<QString, 
         if (item.kind == LocalItem::Kind::Placeholder && server == before) {
             continue;
         }
-        const std::optional<QStringList> device = deviceTags(*path, item.kind);
+        const std::optional<QStringList> device = deviceTags(*path, item);
         if (!device) {
             continue; // gone or replaced since the scan: the next run looks again
         }

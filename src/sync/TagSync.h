@@ -31,8 +31,8 @@ private:
     /// The journal's name for "this server keeps no tags".
     QString refusedName() const;
     Sent send(const QString &path, const QStringList &tags, QString *error);
-    /// The device's tags of the document at `path`; none when they cannot be read.
-    static std::optional<QStringList> deviceTags(const QString &path, LocalItem::Kind kind);
+    /// The device's tags of the document `item` at `path`; none when they cannot be read.
+    static std::optional<QStringList> deviceTags(const QString &path, const LocalItem &item);
     static bool setDeviceTags(const QString &path, LocalItem::Kind kind, const QStringList &tags);
 
     DavClient *m_client;

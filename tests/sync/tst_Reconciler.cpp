@@ -47,7 +47,7 @@ DavResource remoteFolder()
 
 LocalItem local(LocalKind kind, qint64 size = -1, qint64 modifiedMs = 0)
 {
-    return LocalItem{kind, size, modifiedMs, true, {}};
+    return LocalItem{kind, size, modifiedMs, true, {}, {}};
 }
 
 Kind decide(const std::optional<SyncRecord> &b, const LocalItem &l, const std::optional<DavResource> &r)
