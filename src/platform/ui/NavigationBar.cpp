@@ -2,6 +2,7 @@
 
 #include "platform/ui/ActivityIndicatorView.h"
 #include "platform/ui/BarItemsView.h"
+#include "platform/ui/ElidedLabel.h"
 #include "platform/ui/Font.h"
 #include "platform/ui/NavigationItem.h"
 #include "platform/ui/NetworkActivityIndicator.h"
@@ -10,7 +11,6 @@
 #include <QFontMetrics>
 #include <QGridLayout>
 #include <QHBoxLayout>
-#include <QLabel>
 #include <QPainter>
 #include <QToolButton>
 #include <QVBoxLayout>
@@ -19,8 +19,8 @@ NavigationBar::NavigationBar(QWidget *parent)
     : QWidget(parent)
     , m_back(new QToolButton(this))
     , m_left(new BarItemsView(this))
-    , m_prompt(new QLabel(this))
-    , m_title(new QLabel(this))
+    , m_prompt(new ElidedLabel(this))
+    , m_title(new ElidedLabel(this))
     , m_right(new BarItemsView(this))
     , m_activity(new ActivityIndicatorView(this))
 {
@@ -97,6 +97,11 @@ void NavigationBar::setItem(NavigationItem *item, const QString &backTitle, bool
 
 QString NavigationBar::titleText() const
 {
+    return m_title->fullText();
+}
+
+QString NavigationBar::shownTitle() const
+{
     return m_title->text();
 }
 
@@ -108,9 +113,9 @@ void NavigationBar::refresh()
     const QString shown = QStringLiteral("‹ ") + QFontMetrics(m_back->font()).elidedText(backText, Qt::ElideRight, 120);
     m_back->setText(shown);
     m_back->setMinimumWidth(std::max(BarItemsView::MinimumHitSize, QFontMetrics(m_back->font()).horizontalAdvance(shown) + 16));
-    m_title->setText(m_item ? m_item->title() : QString());
-    m_prompt->setText(m_item ? m_item->prompt() : QString());
-    m_prompt->setVisible(!m_prompt->text().isEmpty());
+    m_title->setFullText(m_item ? m_item->title() : QString());
+    m_prompt->setFullText(m_item ? m_item->prompt() : QString());
+    m_prompt->setVisible(!m_prompt->fullText().isEmpty());
     m_left->setItems(m_item ? m_item->leftBarButtonItems() : QList<BarButtonItem *>{});
     m_right->setItems(m_item ? m_item->rightBarButtonItems() : QList<BarButtonItem *>{});
 }

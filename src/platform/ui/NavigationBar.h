@@ -5,8 +5,8 @@
 
 class ActivityIndicatorView;
 class BarItemsView;
+class ElidedLabel;
 class NavigationItem;
-class QLabel;
 class QToolButton;
 
 /// The bar at the top of a navigation controller: a back button naming the screen below, the
@@ -20,7 +20,10 @@ public:
 
     /// Shows `item`; `backTitle` is the title of the screen below, empty on the first screen.
     void setItem(NavigationItem *item, const QString &backTitle, bool canGoBack);
+    /// The whole title; the bar shows what fits of it.
     QString titleText() const;
+    /// The title as shown, cut to the bar's width.
+    QString shownTitle() const;
     QToolButton *backButton() const { return m_back; }
     BarItemsView *leftItemsView() const { return m_left; }
     BarItemsView *rightItemsView() const { return m_right; }
@@ -42,8 +45,8 @@ private:
     bool m_canGoBack = false;
     QToolButton *m_back = nullptr;
     BarItemsView *m_left = nullptr;
-    QLabel *m_prompt = nullptr;
-    QLabel *m_title = nullptr;
+    ElidedLabel *m_prompt = nullptr;
+    ElidedLabel *m_title = nullptr;
     BarItemsView *m_right = nullptr;
     ActivityIndicatorView *m_activity = nullptr;
 };

@@ -14,6 +14,8 @@ Window::Window(const QRect &frame, QWidget *parent)
     setGeometry(frame);
     auto *layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
+    // the window is the screen's size: what it shows fits in it, never the other way round
+    layout->setSizeConstraint(QLayout::SetNoConstraint);
     Device::setWindowSize(frame.size());
 }
 
