@@ -535,8 +535,12 @@ void NavController::showRenamePrompt(const QUrl &url)
     if (!item) {
         return;
     }
-    m_folderPromptAlert = RenamePrompt::newWithFilename_completion(item->localizedName(),
-                                                                  RenamePrompt::renamingItemAtURL(url));
+    std::unique_ptr<RenamePrompt> prompt = RenamePrompt::newWithFilename_completion(item->localizedName(),
+                                                                                   RenamePrompt::renamingItemAtURL(url));
+    if (item->isDirectory()) {
+        prompt->selectWholeName();
+    }
+    m_folderPromptAlert = std::move(prompt);
     visibleViewController()->presentViewController(m_folderPromptAlert->alert(), true);
 }
 

@@ -274,5 +274,8 @@ void PreviewDetailsViewController::filenameWasTapped()
     }
     m_renamePrompt = RenamePrompt::newWithFilename_completion(item->localizedName(),
                                                               RenamePrompt::renamingItemAtURL(item->url()));
+    if (item->isDirectory()) {
+        m_renamePrompt->selectWholeName();
+    }
     presentViewController(m_renamePrompt->alert(), true);
 }

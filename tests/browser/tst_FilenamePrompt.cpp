@@ -147,6 +147,38 @@ private Q_SLOTS:
         QCOMPARE(errorText(prompt.get()), QStringLiteral("The disk is full."));
     }
 
+    // a prompt opens with the keyboard in its field: typing goes in at once, replacing a
+    // document's name and keeping its extension
+    void aPromptTakesTypingAtOnceAndRenameSelectsTheNameOnly()
+    {
+        ViewController screen;
+        screen.view()->resize(390, 844);
+        screen.view()->show();
+        QVERIFY(QTest::qWaitForWindowExposed(screen.view()));
+        auto prompt = RenamePrompt::newWithFilename_completion(QStringLiteral("Holiday.Report.pdf"), {});
+        screen.presentViewController(prompt->alert(), false);
+        QCOMPARE(screen.view()->focusWidget(), prompt->textField());
+        QCOMPARE(prompt->textField()->selectedText(), QStringLiteral("Holiday.Report"));
+        QTest::keyClicks(screen.view()->focusWidget(), QStringLiteral("Summary"));
+        QCOMPARE(prompt->textField()->text(), QStringLiteral("Summary.pdf"));
+        // Escape is Cancel
+        QTest::keyClick(prompt->textField(), Qt::Key_Escape);
+        QVERIFY(!screen.presentedViewController());
+
+        auto folder = RenamePrompt::newWithFilename_completion(QStringLiteral("Tax.2024"), {});
+        folder->selectWholeName();
+        screen.presentViewController(folder->alert(), false);
+        QCOMPARE(folder->textField()->selectedText(), QStringLiteral("Tax.2024"));
+        screen.dismissViewControllerAnimated(false);
+
+        auto newFolder = NewFolderPrompt::newWithTitle_doneButtonText_completion(QStringLiteral("New Folder"), QStringLiteral("Create"), {});
+        screen.presentViewController(newFolder->alert(), false);
+        QCOMPARE(screen.view()->focusWidget(), newFolder->textField());
+        QTest::keyClicks(screen.view()->focusWidget(), QStringLiteral("Receipts"));
+        QCOMPARE(newFolder->textField()->text(), QStringLiteral("Receipts"));
+        screen.dismissViewControllerAnimated(false);
+    }
+
     // the return key confirms like the button does, and closes only an accepted name
     void returnKeyConfirmsAndCloses()
     {

@@ -19,8 +19,9 @@
 namespace {
 /// Records kept for painted rows; more are dropped and read again when needed.
 constexpr int MaximumCachedRecords = 1024;
+} // namespace
 
-QIcon iconForEntry(const DocumentListEntry &entry)
+QIcon DocumentListModel::iconForEntry(const DocumentListEntry &entry)
 {
     ensureIconTheme();
     static QHash<QString, QIcon> icons;
@@ -44,7 +45,6 @@ QIcon iconForEntry(const DocumentListEntry &entry)
     }
     return *it;
 }
-} // namespace
 
 DocumentListModel::DocumentListModel(QObject *parent)
     : QAbstractListModel(parent)
@@ -285,11 +285,20 @@ QList<DocumentListEntry> DocumentListModel::entriesOfDriveRoot()
     return appContainers + entries;
 }
 
-void DocumentListModel::sortEntries(QList<DocumentListEntry> &entries)
+QCollator DocumentListModel::nameCollator()
 {
-    QCollator collator;
+    // the C locale compares bytes, numbers by their digits: a session without a language
+    // still sorts names as people do
+    const QLocale locale = QLocale().language() == QLocale::C ? QLocale(QLocale::English, QLocale::UnitedStates) : QLocale();
+    QCollator collator(locale);
     collator.setNumericMode(true);
     collator.setCaseSensitivity(Qt::CaseInsensitive);
+    return collator;
+}
+
+void DocumentListModel::sortEntries(QList<DocumentListEntry> &entries)
+{
+    const QCollator collator = nameCollator();
     struct Keyed {
         QCollatorSortKey key;
         bool isFolder;

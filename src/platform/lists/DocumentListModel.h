@@ -4,6 +4,8 @@
 #include "platform/lists/DocumentListEntry.h"
 
 #include <QAbstractListModel>
+#include <QCollator>
+#include <QIcon>
 #include <QHash>
 #include <QImage>
 #include <QList>
@@ -56,6 +58,10 @@ public:
     /// The drive's root: the default container's items, then the app containers by name.
     static QList<DocumentListEntry> entriesOfDriveRoot();
     static void sortEntries(QList<DocumentListEntry> &entries);
+    /// Compares names as people sort them: numbers by value, case ignored.
+    static QCollator nameCollator();
+    /// The type icon of an entry: a folder's, an app folder's, or its document type's.
+    static QIcon iconForEntry(const DocumentListEntry &entry);
 
     /// The edge of a thumbnail in a row, in pixels.
     static constexpr int ThumbnailEdge = 128;

@@ -1,20 +1,25 @@
 #include "platform/lists/DocumentSearchController.h"
 
+#include "model/DRItem.h"
 #include "model/FileUtils.h"
+#include "platform/drive/KDContainer.h"
+#include "platform/foundation/OperationQueue.h"
 #include "platform/drive/DriveLayout.h"
 #include "platform/drive/PromisePlaceholder.h"
 #include "platform/foundation/FilePath.h"
 #include "platform/foundation/LocalizedString.h"
 #include "platform/lists/DocumentListController.h"
 #include "platform/lists/DocumentListControllerDelegate.h"
+#include "platform/lists/DocumentListModel.h"
 #include "platform/ui/Font.h"
 #include "platform/ui/SystemColor.h"
 
 #include <QHBoxLayout>
 #include <QIcon>
+#include <QLabel>
 #include <QLineEdit>
+#include <QShortcut>
 #include <QListWidget>
-#include <QMimeDatabase>
 #include <QPushButton>
 #include <QScroller>
 #include <QVBoxLayout>
@@ -75,12 +80,29 @@ QWidget *DocumentSearchController::loadView()
     m_resultsView->setFont(Font::preferredFontForTextStyle(Font::TextStyle::Body));
     QScroller::grabGesture(m_resultsView->viewport(), QScroller::TouchGesture);
     layout->addWidget(m_resultsView, 1);
+    m_noResults = new QLabel(LocalizedString::localized(QStringLiteral("No Results")), root);
+    m_noResults->setObjectName(QStringLiteral("searchNoResults"));
+    m_noResults->setAlignment(Qt::AlignHCenter | Qt::AlignTop);
+    m_noResults->setContentsMargins(0, 48, 0, 0);
+    m_noResults->setFont(Font::preferredFontForTextStyle(Font::TextStyle::Title2));
+    m_noResults->setStyleSheet(QStringLiteral("color: #8e8e93;"));
+    m_noResults->hide();
+    layout->addWidget(m_noResults, 1);
     connect(m_field, &QLineEdit::textChanged, this, &DocumentSearchController::search);
     connect(cancel, &QPushButton::clicked, this, [this] { dismissViewControllerAnimated(true); });
     connect(m_resultsView, &QListWidget::itemClicked, this,
             [this](QListWidgetItem *item) { activateResult(m_resultsView->row(item)); });
-    m_field->setFocus();
+    // Escape ends the search as Cancel does
+    new QShortcut(QKeySequence(Qt::Key_Escape), root, this, [this] { dismissViewControllerAnimated(true); },
+                  Qt::WidgetWithChildrenShortcut);
     return root;
+}
+
+void DocumentSearchController::viewDidAppear(bool animated)
+{
+    ViewController::viewDidAppear(animated);
+    view();
+    m_field->setFocus(Qt::OtherFocusReason);
 }
 
 QList<DocumentSearchController::Result> DocumentSearchController::searchDrive(const QString &text, int limit)
@@ -91,6 +113,13 @@ QList<DocumentSearchController::Result> DocumentSearchController::searchDrive(co
     }
     const QString needle = text.trimmed();
     const QString root = DriveLayout::mobileDocumentsPath();
+    // an app folder's "Documents" is the app folder itself, shown as such, never a hit
+    QSet<QString> appDocumentFolders;
+    for (const std::shared_ptr<KDContainer> &container : KDContainer::allContainers()) {
+        if (!container->isDefaultContainer() && !container->documentsURL().isEmpty()) {
+            appDocumentFolders.insert(container->documentsURL().toLocalFile());
+        }
+    }
     // names as the kernel has them: one that is not UTF-8 is found too, and opened by its bytes
     FilePath::walk(root, [&](const QString &path, const FilePath::Entry &entry) {
         const bool hidden = entry.name.startsWith(QLatin1Char('.'));
@@ -101,14 +130,17 @@ QList<DocumentSearchController::Result> DocumentSearchController::searchDrive(co
         const QString name = hidden ? PromisePlaceholder::logicalPathFor(entry.name) : entry.name;
         const QString folder = path.left(path.size() - entry.name.size() - 1);
         // a container's own folders are not items of the drive
-        if (folder == root || !FilePath::displayName(name).contains(needle, Qt::CaseInsensitive)) {
+        if (folder == root || appDocumentFolders.contains(path)
+            || !FilePath::displayName(name).contains(needle, Qt::CaseInsensitive)) {
             return FilePath::WalkStep::Continue;
         }
         const std::optional<struct stat> st = hidden ? std::nullopt : FilePath::status(path);
-        results.append({FilePath::displayName(name), QUrl::fromLocalFile(folder + QLatin1Char('/') + name),
-                        st && S_ISDIR(st->st_mode), FileUtils::displayableLocationForURL(QUrl::fromLocalFile(folder))});
+        const QUrl url = QUrl::fromLocalFile(folder + QLatin1Char('/') + name);
+        // the location names the folders the item is in, down to its own
+        results.append({FilePath::displayName(name), url, st && S_ISDIR(st->st_mode), FileUtils::displayableLocationForURL(url)});
         return results.size() < limit ? FilePath::WalkStep::Continue : FilePath::WalkStep::Stop;
     });
+    sortResults(results);
     return results;
 }
 
@@ -121,22 +153,68 @@ void DocumentSearchController::search(const QString &text)
     m_watcher.setFuture(QtConcurrent::run([text] { return searchDrive(text, ResultLimit); }));
 }
 
+void DocumentSearchController::sortResults(QList<Result> &results)
+{
+    // by name as people sort them (numbers by value, case ignored), then by where they are
+    const QCollator collator = DocumentListModel::nameCollator();
+    std::stable_sort(results.begin(), results.end(), [&collator](const Result &a, const Result &b) {
+        const int byName = collator.compare(a.name, b.name);
+        return byName != 0 ? byName < 0 : collator.compare(a.location, b.location) < 0;
+    });
+}
+
 void DocumentSearchController::showResults(const QList<Result> &results)
 {
     m_results = results;
+    ++m_generation;
     if (!m_resultsView) {
         return;
     }
     m_resultsView->clear();
-    static const QMimeDatabase database;
     for (const Result &result : results) {
-        const QIcon icon = result.isFolder
-            ? QIcon::fromTheme(QStringLiteral("folder"))
-            : QIcon::fromTheme(database.mimeTypeForFile(result.name, QMimeDatabase::MatchExtension).iconName(),
-                               QIcon::fromTheme(QStringLiteral("text-x-generic")));
+        const QIcon icon = DocumentListModel::iconForEntry({result.name, result.url, result.isFolder, false, false});
         auto *item = new QListWidgetItem(icon, result.name + QLatin1Char('\n') + result.location, m_resultsView);
         item->setSizeHint(QSize(0, 56));
+        item->setData(Qt::AccessibleTextRole, result.name);
+        item->setData(Qt::AccessibleDescriptionRole, result.location);
+        if (!result.isFolder) {
+            requestThumbnail(result.url);
+        }
     }
+    const bool nothingFound = results.isEmpty() && !m_field->text().trimmed().isEmpty();
+    m_noResults->setVisible(nothingFound);
+    m_resultsView->setVisible(!nothingFound);
+}
+
+void DocumentSearchController::requestThumbnail(const QUrl &url)
+{
+    QPointer<DocumentSearchController> self(this);
+    const quint64 generation = m_generation;
+    // a thumbnail is read from the disk: never on the main thread
+    DRItem::getThumbnailQueue()->addOperation([self, generation, url] {
+        QImage image;
+        if (std::shared_ptr<DRItem> item = DRItem::initWithURL(url)) {
+            image = item->thumbnail();
+        }
+        if (image.isNull()) {
+            return;
+        }
+        image = image.scaled(DocumentListModel::ThumbnailEdge, DocumentListModel::ThumbnailEdge, Qt::KeepAspectRatio,
+                             Qt::SmoothTransformation);
+        QMetaObject::invokeMethod(
+            QCoreApplication::instance(),
+            [self, generation, url, image] {
+                if (!self || self->m_generation != generation || !self->m_resultsView) {
+                    return;
+                }
+                for (qsizetype row = 0; row < self->m_results.size(); ++row) {
+                    if (self->m_results.at(row).url == url) {
+                        self->m_resultsView->item(int(row))->setIcon(QIcon(QPixmap::fromImage(image)));
+                    }
+                }
+            },
+            Qt::QueuedConnection);
+    });
 }
 
 void DocumentSearchController::activateResult(int index)

@@ -7,6 +7,7 @@
 #include <QUrl>
 
 class DocumentListController;
+class QLabel;
 class QLineEdit;
 class QListWidget;
 
@@ -36,19 +37,28 @@ public:
     /// What a tap on a result does.
     void activateResult(int index);
 
-    /// The items of the drive whose name contains `text`, ignoring case; at most `limit`.
+    /// The items of the drive whose name contains `text`, ignoring case; at most `limit`,
+    /// sorted by name, then by location.
     static QList<Result> searchDrive(const QString &text, int limit);
     static constexpr int ResultLimit = 500;
+
+    /// The keyboard goes to the search field at once.
+    void viewDidAppear(bool animated) override;
 
 protected:
     QWidget *loadView() override;
 
 private:
+    static void sortResults(QList<Result> &results);
     void showResults(const QList<Result> &results);
+    void requestThumbnail(const QUrl &url);
 
     QPointer<DocumentListController> m_originatingList;
     QLineEdit *m_field = nullptr;
     QListWidget *m_resultsView = nullptr;
+    QLabel *m_noResults = nullptr;
+    /// Counts the result lists shown: a thumbnail read for an older one is dropped.
+    quint64 m_generation = 0;
     QList<Result> m_results;
     QFutureWatcher<QList<Result>> m_watcher;
     QString m_pendingText;

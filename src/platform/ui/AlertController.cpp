@@ -9,6 +9,7 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
+#include <QShortcut>
 
 namespace {
 constexpr int AlertWidth = 300;
@@ -136,6 +137,8 @@ QWidget *AlertController::loadView()
 {
     auto *root = new QWidget;
     root->setObjectName(m_style == Style::Alert ? QStringLiteral("alert") : QStringLiteral("actionSheet"));
+    auto *escape = new QShortcut(QKeySequence(Qt::Key_Escape), root, this, &AlertController::cancelFromKeyboard);
+    escape->setContext(Qt::WidgetWithChildrenShortcut);
     auto *rootLayout = new QVBoxLayout(root);
     rootLayout->setContentsMargins(0, 0, 0, 0);
     rootLayout->setSpacing(8);
@@ -300,6 +303,30 @@ void AlertController::pressAction(AlertAction *action)
     dismissViewControllerAnimated(true);
     if (guard) {
         guard->runHandler();
+    }
+}
+
+void AlertController::viewDidAppear(bool animated)
+{
+    ViewController::viewDidAppear(animated);
+    const QList<QLineEdit *> fields = textFields();
+    if (!fields.isEmpty()) {
+        fields.first()->setFocus(Qt::OtherFocusReason); // keeps a selection made beforehand
+    } else {
+        view()->setFocus(Qt::OtherFocusReason);
+    }
+}
+
+void AlertController::cancelFromKeyboard()
+{
+    for (AlertAction *action : actions()) {
+        if (action->style() == AlertAction::Style::Cancel) {
+            pressAction(action);
+            return;
+        }
+    }
+    if (m_style == Style::ActionSheet) {
+        dismissViewControllerAnimated(true);
     }
 }
 

@@ -59,6 +59,12 @@ public:
     QRect presentedFrameInBounds(const QRect &bounds) override;
     bool dimsWhenPresented() const override { return true; }
     void presentationBackdropTapped() override;
+    /// The keyboard goes where one types: the first text field, else the alert itself, so
+    /// that Escape reaches it.
+    void viewDidAppear(bool animated) override;
+    /// Escape: the Cancel action when there is one; an alert without one stays (it asks for
+    /// an answer), a sheet without one closes.
+    void cancelFromKeyboard();
 
 protected:
     QWidget *loadView() override;
