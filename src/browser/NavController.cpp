@@ -799,7 +799,7 @@ void NavController::selectAllItems()
         return;
     }
     DRLog(LOG_DEBUG, "DLC has %d contained items", int(list->containedItemCount()));
-    list->setSelectedItems(list->containedItems());
+    list->selectAll();
     const QList<QUrl> selected = list->selectedItems();
     DRLog(LOG_DEBUG, "Selected all %d: %@", int(selected.size()), selected);
 }

@@ -32,6 +32,7 @@
 #include "browser/UIUtils.h"
 #include "platform/ui/StateCoder.h"
 #include "platform/ui/Toolbar.h"
+#include "platform/lists/DocumentSearchController.h"
 #include "support/LogSpy.h"
 #include "support/TestDrive.h"
 #include "watchers/QuotaFetcher.h"
@@ -42,6 +43,7 @@
 #include <QLineEdit>
 #include <QTemporaryDir>
 #include <QScopeGuard>
+#include <QListView>
 #include <QTest>
 
 using namespace std::chrono_literals;
@@ -1061,6 +1063,113 @@ private Q_SLOTS:
         sheet->pressAction(sheet->actionWithTitle(QStringLiteral("Delete from Aerova Drive")));
         QCOMPARE(completions, 1);
         QVERIFY(!QFileInfo::exists(folder + QStringLiteral("/Old.txt")));
+    }
+
+    // ---- the keyboard
+
+    // arrows move through the list, Return opens, Backspace and Alt+Left go back, F2 renames
+    // (the prompt takes the typing), Delete asks first, Ctrl+F searches, Ctrl+A selects all
+    // in edit mode
+    void theKeyboardWalksOpensRenamesDeletesAndGoesBack()
+    {
+        const QString folder = m_drive.freshFolder(QStringLiteral("Keys"));
+        QDir().mkpath(folder + QStringLiteral("/Inner"));
+        QVERIFY(TestDrive::writeFile(folder + QStringLiteral("/Notes.txt"), "n"));
+        auto browser = std::make_unique<NavController>();
+        browser->view()->resize(390, 844);
+        browser->view()->show();
+        QVERIFY(QTest::qWaitForWindowExposed(browser->view()));
+        DocumentListController *list = showFolder(browser.get(), folder);
+        const int depth = int(browser->viewControllers().size());
+        QListView *rows = list->listView();
+        QTRY_COMPARE(browser->view()->focusWidget(), rows);
+
+        // the first row is the folder: Return opens it, Backspace comes back
+        QTest::keyClick(rows, Qt::Key_Down);
+        QTest::keyClick(rows, Qt::Key_Up);
+        QCOMPARE(rows->currentIndex().row(), 0);
+        QTest::keyClick(rows, Qt::Key_Return);
+        QCOMPARE(int(browser->viewControllers().size()), depth + 1);
+        QCOMPARE(browser->getTopDocumentListController()->presentedURL(), fileURL(folder + QStringLiteral("/Inner")));
+        QTest::keyClick(browser->view()->focusWidget(), Qt::Key_Backspace);
+        QCOMPARE(int(browser->viewControllers().size()), depth);
+        browser->pushViewController(new DocumentListController(fileURL(folder + QStringLiteral("/Inner")), nullptr), false);
+        QTest::keyClick(browser->view(), Qt::Key_Left, Qt::AltModifier);
+        QCOMPARE(int(browser->viewControllers().size()), depth);
+
+        // F2 on the document: the rename prompt, typing replaces the name and keeps ".txt"
+        list = browser->getTopDocumentListController();
+        rows = list->listView();
+        rows->setFocus();
+        rows->setCurrentIndex(list->model()->index(1));
+        QTest::keyClick(rows, Qt::Key_F2);
+        FilenamePrompt *prompt = browser->folderPromptAlert();
+        QVERIFY(prompt);
+        QCOMPARE(shownAlert(browser.get()), prompt->alert());
+        QTest::keyClicks(prompt->textField(), QStringLiteral("Ideas"));
+        QTest::keyClick(prompt->textField(), Qt::Key_Return);
+        QTRY_VERIFY(QFileInfo::exists(folder + QStringLiteral("/Ideas.txt")));
+        dismissShown(browser.get());
+
+        // Delete asks first; the Cancel of the question deletes nothing
+        list->reloadContents();
+        rows->setFocus();
+        rows->setCurrentIndex(list->model()->index(list->model()->rowForURL(fileURL(folder + QStringLiteral("/Ideas.txt")))));
+        QTest::keyClick(rows, Qt::Key_Delete);
+        AlertController *question = shownAlert(browser.get());
+        QVERIFY(question);
+        QVERIFY(question->actionWithTitle(QStringLiteral("Delete from Aerova Drive")));
+        QTest::keyClick(question->view(), Qt::Key_Escape);
+        QVERIFY(!shownOver(browser.get()));
+        QVERIFY(QFileInfo::exists(folder + QStringLiteral("/Ideas.txt")));
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+
+        // Ctrl+F searches
+        QTest::keyClick(rows, Qt::Key_F, Qt::ControlModifier);
+        QVERIFY(qobject_cast<DocumentSearchController *>(shownOver(browser.get())));
+        dismissShown(browser.get());
+
+        // Ctrl+A selects everything in edit mode only
+        QTest::keyClick(rows, Qt::Key_A, Qt::ControlModifier);
+        QVERIFY(list->selectedItems().isEmpty());
+        browser->beginEditMode();
+        QTest::keyClick(rows, Qt::Key_A, Qt::ControlModifier);
+        QCOMPARE(list->selectedItems().size(), 2);
+        browser->endEditMode();
+    }
+
+    // the mouse's back button goes back like the bar's Back
+    void theMouseBackButtonGoesBack()
+    {
+        const QString folder = m_drive.freshFolder(QStringLiteral("Mouse"));
+        auto browser = std::make_unique<NavController>();
+        browser->view()->resize(390, 844);
+        browser->view()->show();
+        QVERIFY(QTest::qWaitForWindowExposed(browser->view()));
+        DocumentListController *list = showFolder(browser.get(), folder);
+        const int depth = int(browser->viewControllers().size());
+        QVERIFY(depth > 1);
+        QTest::mouseClick(list->listView()->viewport(), Qt::BackButton);
+        QCOMPARE(int(browser->viewControllers().size()), depth - 1);
+    }
+
+    // an empty folder says so instead of showing a blank list
+    void anEmptyFolderSaysSo()
+    {
+        const QString folder = m_drive.freshFolder(QStringLiteral("Nothing"));
+        NavController browser;
+        browser.view()->resize(390, 844);
+        DocumentListController *list = showFolder(&browser, folder);
+        QVERIFY(list->isShowingEmptyFolder());
+        auto *label = list->view()->findChild<QLabel *>(QStringLiteral("emptyFolder"));
+        QVERIFY(label);
+        QCOMPARE(label->text(), QStringLiteral("This folder is empty"));
+        QVERIFY(list->listView()->isHidden());
+        QVERIFY(TestDrive::writeFile(folder + QStringLiteral("/First.txt"), "1"));
+        list->reloadContents();
+        QVERIFY(!list->isShowingEmptyFolder());
+        QVERIFY(label->isHidden());
+        QVERIFY(!list->listView()->isHidden());
     }
 
     // ---- opening a picked item

@@ -34,7 +34,20 @@ void DocumentItemDelegate::paint(QPainter *painter, const QStyleOptionViewItem &
         painter->setOpacity(0.4); // shown for orientation, not to be chosen
     }
     m_gridMode ? paintTile(painter, option, index) : paintRow(painter, option, index);
+    if (option.state & QStyle::State_HasFocus) {
+        paintFocusFrame(painter, option);
+    }
     painter->restore();
+}
+
+void DocumentItemDelegate::paintFocusFrame(QPainter *painter, const QStyleOptionViewItem &option) const
+{
+    // the keyboard's place: a frame that follows the row's or the tile's rounded shape
+    const QRectF frame = m_gridMode ? QRectF(option.rect).adjusted(3, 3, -3, -3) : QRectF(option.rect).adjusted(4, 2, -4, -2);
+    painter->setOpacity(1.0);
+    painter->setPen(QPen(SystemColor::systemBlueColor(), 2));
+    painter->setBrush(Qt::NoBrush);
+    painter->drawRoundedRect(frame, 10, 10);
 }
 
 void DocumentItemDelegate::paintPicture(QPainter *painter, const QRect &rect, const QModelIndex &index) const
@@ -50,7 +63,9 @@ void DocumentItemDelegate::paintPicture(QPainter *painter, const QRect &rect, co
         painter->setClipPath(clip);
         painter->drawImage(target, image);
         painter->setClipping(false);
+        // an outline only: a brush left by the check mark or the selection would cover the picture
         painter->setPen(QPen(Separator, 1));
+        painter->setBrush(Qt::NoBrush);
         painter->drawRoundedRect(target, 4, 4);
         return;
     }

@@ -25,6 +25,7 @@ public:
 private:
     void paintRow(QPainter *painter, const QStyleOptionViewItem &option, const QModelIndex &index) const;
     void paintTile(QPainter *painter, const QStyleOptionViewItem &option, const QModelIndex &index) const;
+    void paintFocusFrame(QPainter *painter, const QStyleOptionViewItem &option) const;
     void paintPicture(QPainter *painter, const QRect &rect, const QModelIndex &index) const;
     void paintCheck(QPainter *painter, const QPoint &center, bool checked) const;
     void paintCloudBadge(QPainter *painter, const QRect &rect) const;

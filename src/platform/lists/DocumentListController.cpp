@@ -19,14 +19,18 @@
 #include "platform/ui/SystemColor.h"
 #include "platform/ui/TemplateIcon.h"
 
+#include <QApplication>
 #include <QDir>
 #include <QFileInfo>
 #include <QFileSystemWatcher>
+#include <QLabel>
+#include <QLineEdit>
 #include <QListView>
 #include <QMouseEvent>
 #include <QPushButton>
 #include <QScrollBar>
 #include <QScroller>
+#include <QShortcut>
 #include <QVBoxLayout>
 
 namespace {
@@ -181,6 +185,19 @@ QWidget *DocumentListController::loadView()
     m_listView->viewport()->installEventFilter(this);
     QScroller::grabGesture(m_listView->viewport(), QScroller::TouchGesture);
     layout->addWidget(m_listView, 1);
+    m_emptyLabel = new QLabel(LocalizedString::localized(QStringLiteral("This folder is empty")), root);
+    m_emptyLabel->setObjectName(QStringLiteral("emptyFolder"));
+    m_emptyLabel->setAlignment(Qt::AlignHCenter | Qt::AlignTop);
+    m_emptyLabel->setContentsMargins(16, 96, 16, 0);
+    m_emptyLabel->setWordWrap(true);
+    m_emptyLabel->setFont(Font::preferredFontForTextStyle(Font::TextStyle::Title2));
+    m_emptyLabel->setStyleSheet(QStringLiteral("color: #8e8e93;"));
+    layout->addWidget(m_emptyLabel, 1);
+    connect(m_model, &QAbstractItemModel::modelReset, this, &DocumentListController::showWhetherEmpty);
+    connect(m_model, &QAbstractItemModel::rowsInserted, this, &DocumentListController::showWhetherEmpty);
+    connect(m_model, &QAbstractItemModel::rowsRemoved, this, &DocumentListController::showWhetherEmpty);
+    showWhetherEmpty();
+    addKeyboardShortcuts(root);
 
     m_rowAnchor = new QWidget(m_listView->viewport());
     m_rowAnchor->setObjectName(QStringLiteral("rowAnchor"));
@@ -201,9 +218,84 @@ QWidget *DocumentListController::loadView()
     return root;
 }
 
+void DocumentListController::showWhetherEmpty()
+{
+    if (!m_emptyLabel) {
+        return;
+    }
+    const bool empty = m_model->rowCount() == 0;
+    m_emptyLabel->setVisible(empty);
+    m_listView->setVisible(!empty);
+}
+
+bool DocumentListController::isShowingEmptyFolder() const
+{
+    return m_emptyLabel && !m_emptyLabel->isHidden();
+}
+
+void DocumentListController::addKeyboardShortcuts(QWidget *root)
+{
+    // keys that act on the item the keyboard is on work while the list has the keyboard
+    const auto onList = [this](const QKeySequence &keys, auto slot) {
+        new QShortcut(keys, m_listView, this, slot, Qt::WidgetShortcut);
+    };
+    onList(QKeySequence(Qt::Key_Return), [this] { activateCurrentItem(); });
+    onList(QKeySequence(Qt::Key_Enter), [this] { activateCurrentItem(); });
+    onList(QKeySequence(Qt::Key_F2), [this] { performOnCurrentItem(RenameActionBit, RenameAction); });
+    onList(QKeySequence(QKeySequence::Delete), [this] { performOnCurrentItem(DeleteActionBit, DeleteAction); });
+    // the screen's keys work wherever the keyboard is in the window, on the screen shown
+    new QShortcut(QKeySequence::Find, root, this, [this] {
+        if (!m_editing && !presenter()->presentedViewController()) {
+            showSearch();
+        }
+    });
+    new QShortcut(QKeySequence::SelectAll, root, this, [this] {
+        if (m_editing) {
+            selectAll();
+        }
+    });
+}
+
+QModelIndex DocumentListController::currentIndex() const
+{
+    return m_listView ? m_listView->currentIndex() : QModelIndex();
+}
+
+void DocumentListController::activateCurrentItem()
+{
+    if (const QModelIndex index = currentIndex(); index.isValid() && !m_editing) {
+        activateItemAtURL(index.data(DocumentListModel::UrlRole).toUrl());
+    }
+}
+
+void DocumentListController::performOnCurrentItem(qint64 bit, qint64 action)
+{
+    const QModelIndex index = currentIndex();
+    auto *delegate = listDelegate();
+    if (!index.isValid() || m_editing || !(m_availableActions & bit) || !delegate || presenter()->presentedViewController()) {
+        return;
+    }
+    delegate->documentListController_performAction_URL_originatingView_completion(
+        this, action, index.data(DocumentListModel::UrlRole).toUrl(), anchorForRow(index.row()), [] {});
+}
+
+void DocumentListController::selectAll()
+{
+    setSelectedItems(containedItems()); // the selection's change tells the owner
+}
+
+ViewController *DocumentListController::presenter()
+{
+    return navigationController() ? static_cast<ViewController *>(navigationController()) : this;
+}
+
 void DocumentListController::viewDidAppear(bool animated)
 {
     ViewController::viewDidAppear(animated);
+    // the keyboard goes to the list shown, unless a field has it
+    if (m_listView && !qobject_cast<QLineEdit *>(QApplication::focusWidget())) {
+        m_listView->setFocus(Qt::OtherFocusReason);
+    }
     if (!m_reportedContents) {
         // the first report: the owner learns what the folder holds once it is on screen and
         // the screen has settled, as with every later report
@@ -429,15 +521,12 @@ void DocumentListController::showActionsForItemAtURL(const QUrl &url)
     }
     sheet->addAction(new AlertAction(LocalizedString::localized(QStringLiteral("Cancel")), AlertAction::Style::Cancel, {}));
     sheet->popoverPresentationController()->setSourceViewMiddleLine(anchor);
-    ViewController *presenter = navigationController() ? static_cast<ViewController *>(navigationController()) : this;
-    presenter->presentViewController(sheet, true);
+    presenter()->presentViewController(sheet, true);
 }
 
 void DocumentListController::showSearch()
 {
-    ViewController *presenter = navigationController() ? static_cast<ViewController *>(navigationController()) : this;
-    auto *search = new DocumentSearchController(this);
-    presenter->presentViewController(search, true);
+    presenter()->presentViewController(new DocumentSearchController(this), true);
 }
 
 bool DocumentListController::eventFilter(QObject *watched, QEvent *event)

@@ -11,6 +11,7 @@ class DocumentItemDelegate;
 class DocumentListControllerDelegate;
 class DocumentListModel;
 class QFileSystemWatcher;
+class QLabel;
 class QListView;
 
 /// The list of one folder of the drive: the drive's root (the default container's items and
@@ -75,6 +76,10 @@ public:
     void showActionsForItemAtURL(const QUrl &url);
     /// Opens the search over the drive's names.
     void showSearch();
+    /// Selects every item (in edit mode).
+    void selectAll();
+    /// Whether the list says "This folder is empty" instead of showing rows.
+    bool isShowingEmptyFolder() const;
 
     QListView *listView();
     DocumentListModel *model() const { return m_model; }
@@ -96,11 +101,22 @@ private:
     void notifyItemsChanged();
     DocumentListControllerDelegate *listDelegate() const;
     QWidget *anchorForRow(int row);
+    /// Return opens the item the keyboard is on, F2 renames it, Delete deletes it (asking
+    /// first); Ctrl+F searches, Ctrl+A selects all in edit mode.
+    void addKeyboardShortcuts(QWidget *root);
+    QModelIndex currentIndex() const;
+    void activateCurrentItem();
+    /// The action on the keyboard's item, where the list offers it (`bit` of the actions).
+    void performOnCurrentItem(qint64 bit, qint64 action);
+    void showWhetherEmpty();
+    /// Where sheets and the search are presented: the stack the list is in, else the list.
+    ViewController *presenter();
 
     QUrl m_presentedURL;
     bool m_isDriveRoot = false;
     DocumentListModel *m_model = nullptr;
     QPointer<QListView> m_listView;
+    QPointer<QLabel> m_emptyLabel;
     DocumentItemDelegate *m_itemDelegate = nullptr;
     QPointer<QWidget> m_rowAnchor;
     QPointer<QObject> m_delegate;

@@ -6,6 +6,10 @@
 #include "platform/ui/Toolbar.h"
 
 #include <QStackedWidget>
+#include <QApplication>
+#include <QMouseEvent>
+#include <QShortcut>
+#include <QToolButton>
 #include <QVBoxLayout>
 
 NavigationController::NavigationController(QObject *parent)
@@ -41,7 +45,35 @@ QWidget *NavigationController::loadView()
     m_toolbar->setVisible(!m_toolbarHidden);
     m_navigationBar->setVisible(!m_navigationBarHidden);
     connect(m_navigationBar, &NavigationBar::backRequested, this, [this] { popViewControllerAnimated(true); });
+    // Backspace, Alt+Left and the mouse's back button go back as the bar's back button does;
+    // a text field keeps its Backspace (it takes the key before any shortcut)
+    for (const QKeySequence &keys : {QKeySequence(Qt::Key_Backspace), QKeySequence(QKeySequence::Back)}) {
+        new QShortcut(keys, widget, this, &NavigationController::goBackFromKeyboardOrMouse, Qt::WidgetWithChildrenShortcut);
+    }
+    // the back button of a mouse is pressed over whatever widget is under it
+    qApp->installEventFilter(this);
     return widget;
+}
+
+void NavigationController::goBackFromKeyboardOrMouse()
+{
+    // only where the bar offers Back, and never from under a presented screen
+    if (presentedViewController() || !m_navigationBar->backButton()->isVisible()) {
+        return;
+    }
+    popViewControllerAnimated(true);
+}
+
+bool NavigationController::eventFilter(QObject *watched, QEvent *event)
+{
+    if (event->type() == QEvent::MouseButtonRelease && static_cast<QMouseEvent *>(event)->button() == Qt::BackButton) {
+        auto *widget = qobject_cast<QWidget *>(watched);
+        if (widget && isViewLoaded() && (widget == view() || view()->isAncestorOf(widget))) {
+            goBackFromKeyboardOrMouse();
+            return true;
+        }
+    }
+    return ViewController::eventFilter(watched, event);
 }
 
 NavigationBar *NavigationController::navigationBar()

@@ -43,8 +43,11 @@ public:
 
 protected:
     QWidget *loadView() override;
+    bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
+    /// Back by Backspace, Alt+Left or a mouse's back button: as the bar's back button does.
+    void goBackFromKeyboardOrMouse();
     void showTop(bool animated);
     void refreshBars();
     void adopt(ViewController *controller);

@@ -1,0 +1,80 @@
+#include "platform/lists/DocumentItemDelegate.h"
+#include "platform/lists/DocumentListModel.h"
+
+#include <QImage>
+#include <QPainter>
+#include <QStandardItemModel>
+#include <QStyleOptionViewItem>
+#include <QTest>
+
+class tst_DocumentItemDelegate : public QObject
+{
+    Q_OBJECT
+
+private:
+    /// One row or tile painted on white, with a red picture as its thumbnail.
+    static QImage painted(bool grid, bool editing, QStyle::State state)
+    {
+        QStandardItemModel model;
+        auto *item = new QStandardItem(QStringLiteral("Mountains.png"));
+        QImage red(64, 64, QImage::Format_RGB32);
+        red.fill(Qt::red);
+        item->setData(red, DocumentListModel::ThumbnailRole);
+        model.appendRow(item);
+        DocumentItemDelegate delegate;
+        delegate.setGridMode(grid);
+        delegate.setEditing(editing);
+        const QSize size = grid ? DocumentItemDelegate::TileSize : QSize(390, DocumentItemDelegate::RowHeight);
+        QImage canvas(size, QImage::Format_RGB32);
+        canvas.fill(Qt::white);
+        QPainter painter(&canvas);
+        QStyleOptionViewItem option;
+        option.rect = QRect(QPoint(0, 0), size);
+        option.state = QStyle::State_Enabled | state;
+        delegate.paint(&painter, option, model.index(0, 0));
+        painter.end();
+        return canvas;
+    }
+    /// The colour in the middle of where the picture is drawn.
+    static QColor pictureMiddle(const QImage &canvas, bool grid, bool editing)
+    {
+        if (grid) {
+            return canvas.pixelColor(canvas.width() / 2, 4 + 6 + 36);
+        }
+        const int left = 16 + (editing ? 22 + 14 : 0);
+        return canvas.pixelColor(left + 22, 10 + 22);
+    }
+
+private Q_SLOTS:
+    // in edit mode a picture's thumbnail is still drawn, selected or not, in a row or a tile:
+    // never a blank or a solid blue square
+    void editModeKeepsThePicture_data()
+    {
+        QTest::addColumn<bool>("grid");
+        QTest::addColumn<bool>("selected");
+        QTest::newRow("row") << false << false;
+        QTest::newRow("row, selected") << false << true;
+        QTest::newRow("tile") << true << false;
+        QTest::newRow("tile, selected") << true << true;
+    }
+    void editModeKeepsThePicture()
+    {
+        QFETCH(bool, grid);
+        QFETCH(bool, selected);
+        const QImage canvas = painted(grid, true, selected ? QStyle::State_Selected : QStyle::State_None);
+        QCOMPARE(pictureMiddle(canvas, grid, true), QColor(Qt::red));
+    }
+
+    // the keyboard's item has a frame, drawn as an outline that leaves the picture as it is
+    void theKeyboardsItemHasAFrameAroundIt()
+    {
+        const QImage plain = painted(false, false, QStyle::State_None);
+        const QImage focused = painted(false, false, QStyle::State_HasFocus);
+        QCOMPARE(pictureMiddle(focused, false, false), QColor(Qt::red));
+        QVERIFY(plain.pixelColor(4, 32) != focused.pixelColor(4, 32)); // the frame's left edge
+        QCOMPARE(plain.pixelColor(200, 32), focused.pixelColor(200, 32));
+    }
+};
+
+QTEST_MAIN(tst_DocumentItemDelegate)
+#include "tst_DocumentItemDelegate.moc"
