@@ -11,10 +11,12 @@
 #include "platform/drive/DriveLayout.h"
 #include "platform/drive/DriveServiceMonitor.h"
 #include "platform/drive/KDContainer.h"
+#include "platform/foundation/ByteCountFormatter.h"
 #include "platform/foundation/OperationQueue.h"
 #include "platform/foundation/LocalizedString.h"
 #include "platform/lists/DocumentListController.h"
 #include "platform/lists/DocumentListModel.h"
+#include "platform/lists/DocumentSearchController.h"
 #include "platform/lists/DocumentTargetSelectionController.h"
 #include "platform/quota/KVQOfferManager.h"
 #include "platform/ui/AlertAction.h"
@@ -45,6 +47,11 @@ void settle(int milliseconds = 400)
         QApplication::processEvents(QEventLoop::AllEvents, 20);
         DRItem::getThumbnailQueue()->waitUntilAllOperationsAreFinished();
     }
+}
+
+QString orientationName(const QSize &size)
+{
+    return size.width() > size.height() ? QStringLiteral("landscape") : QStringLiteral("portrait");
 }
 
 bool snap(QWidget *window, const QString &directory, const QString &name)
@@ -137,17 +144,17 @@ bool tourEditMode(NavController *browser, QWidget *window, const QString &direct
     bool ok = true;
     browser->beginEditMode();
     list->setSelectedItems(documents);
-    ok &= snap(window, directory, prefix + QStringLiteral("7-edit-selection"));
+    ok &= snap(window, directory, prefix + QStringLiteral("07-edit-selection"));
 
     browser->barButtonDeleteItem()->trigger();
     if (auto *sheet = qobject_cast<AlertController *>(list->presentedViewController())) {
-        ok &= snap(window, directory, prefix + QStringLiteral("8-delete-sheet"));
+        ok &= snap(window, directory, prefix + QStringLiteral("08-delete-sheet"));
         sheet->pressAction(sheet->actionWithTitle(LocalizedString::localized(QStringLiteral("Cancel"))));
     }
 
     browser->barButtonMoveItem()->trigger(); // leaves edit mode
     if (auto *picker = qobject_cast<DocumentTargetSelectionController *>(list->presentedViewController())) {
-        ok &= snap(window, directory, prefix + QStringLiteral("9-folder-picker"));
+        ok &= snap(window, directory, prefix + QStringLiteral("09-folder-picker"));
         picker->cancel();
     }
 
@@ -242,12 +249,12 @@ bool tourPreviews(NavController *browser, QWidget *window, const QString &direct
 
     const QUrl brochure = driveFile(QStringLiteral("Projects/Brochure.pdf"));
     if (browser->showURLPreview_previewMode(brochure, PreviewModeDetails)) {
-        ok &= snap(window, directory, prefix + QStringLiteral("17-details-portrait"));
-        // on its side: the window turned
+        // each picture is named by the shape it has: a tablet starts on its side
+        ok &= snap(window, directory, prefix + QStringLiteral("17-details-") + orientationName(size));
         const QSize turned = size.transposed();
         window->resize(turned);
         Device::setWindowSize(turned);
-        ok &= snap(window, directory, prefix + QStringLiteral("18-details-landscape"));
+        ok &= snap(window, directory, prefix + QStringLiteral("18-details-") + orientationName(turned));
         window->resize(size);
         Device::setWindowSize(size);
         settle(200);
@@ -257,7 +264,11 @@ bool tourPreviews(NavController *browser, QWidget *window, const QString &direct
     if (browser->showURLPreview_previewMode(survey, PreviewModePreview)) {
         auto *screen = qobject_cast<PreviewDownloadViewController *>(browser->topViewController());
         if (screen && browser->itemManager() && browser->itemManager()->item()) {
-            browser->itemManager()->item()->setFileSize(150 * 1024 * 1024); // the record only, for the picture
+            // the record only, for the picture: the screen shows the size it asks about
+            const std::shared_ptr<DRItem> item = browser->itemManager()->item();
+            item->setFileSize(150 * 1024 * 1024);
+            item->setFriendlyFileSize(ByteCountFormatter::stringFromByteCount(150 * 1024 * 1024, ByteCountFormatter::CountStyle::File));
+            screen->downloadView()->setItem(item);
             screen->downloadView_didPressStartDownload(screen->downloadView(), survey);
             ok &= snap(window, directory, prefix + QStringLiteral("19-cellular-alert"));
             if (ViewController *alert = screen->presentedViewController()) {
@@ -280,6 +291,47 @@ bool tourPreviews(NavController *browser, QWidget *window, const QString &direct
     return ok;
 }
 
+/// An empty folder (made for the picture and removed after), and the search with hits and
+/// with none.
+bool tourEmptyAndSearch(NavController *browser, QWidget *window, const QString &directory, const QString &prefix)
+{
+    bool ok = true;
+    settle(); // the drive's return above sets the screens up again
+    const QString empty = driveFile(QStringLiteral("Nothing Here Yet")).toLocalFile();
+    if (!QFileInfo::exists(empty) && QDir().mkdir(empty)) {
+        showFolder(browser, QUrl::fromLocalFile(empty));
+        ok &= snap(window, directory, prefix + QStringLiteral("23-empty-folder"));
+        browser->setupInitialViewController();
+        QDir().rmdir(empty);
+    }
+    DocumentListController *list = browser->getTopDocumentListController();
+    if (!list) {
+        return ok;
+    }
+    list->view()->resize(window->size());
+    list->showSearch();
+    auto *search = qobject_cast<DocumentSearchController *>(browser->presentedViewController());
+    if (!search) {
+        return ok;
+    }
+    auto *field = search->view()->findChild<QLineEdit *>(QStringLiteral("searchText"));
+    const struct {
+        const char *text;
+        bool finds;
+        const char *name;
+    } searches[] = {{"re", true, "24-search-results"}, {"zzqx", false, "25-search-no-results"}};
+    for (const auto &step : searches) {
+        field->setText(QString::fromUtf8(step.text));
+        QDeadlineTimer searched(3000);
+        while (!searched.hasExpired() && search->results().isEmpty() == step.finds) {
+            QApplication::processEvents(QEventLoop::AllEvents, 20);
+        }
+        ok &= snap(window, directory, prefix + QString::fromUtf8(step.name));
+    }
+    search->dismissViewControllerAnimated(false);
+    return ok;
+}
+
 bool tourInSize(const QString &directory, const QString &sizeName, const QSize &size, Device::Idiom idiom)
 {
     Device::setForcedIdiom(idiom);
@@ -292,30 +344,30 @@ bool tourInSize(const QString &directory, const QString &sizeName, const QSize &
     browser->documentListControllerItemsChanged(browser->getTopDocumentListController());
     settle(800);
     const QString prefix = sizeName + QLatin1Char('-');
-    ok &= snap(&window, directory, prefix + QStringLiteral("1-drive-root"));
+    ok &= snap(&window, directory, prefix + QStringLiteral("01-drive-root"));
     if (const QUrl container = appContainerFolder(); !container.isEmpty()) {
         showFolder(browser, container);
-        ok &= snap(&window, directory, prefix + QStringLiteral("2-container"));
+        ok &= snap(&window, directory, prefix + QStringLiteral("02-container"));
     }
     showFolder(browser, deepFolder());
-    ok &= snap(&window, directory, prefix + QStringLiteral("3-deep-folder"));
+    ok &= snap(&window, directory, prefix + QStringLiteral("03-deep-folder"));
     if (const QUrl promised = folderWithPromises(); !promised.isEmpty()) {
         showFolder(browser, promised);
-        ok &= snap(&window, directory, prefix + QStringLiteral("4-promised-items"));
+        ok &= snap(&window, directory, prefix + QStringLiteral("04-promised-items"));
         DocumentListController *list = browser->getTopDocumentListController();
         if (list && list->containedItemCount() > 0) {
             browser->showRenamePrompt(list->containedItems().constLast());
             if (FilenamePrompt *prompt = browser->folderPromptAlert()) {
                 prompt->textField()->setText(QStringLiteral(".hidden name"));
                 prompt->folderPromptTextFieldChanged(prompt->textField());
-                ok &= snap(&window, directory, prefix + QStringLiteral("5-rename-error"));
+                ok &= snap(&window, directory, prefix + QStringLiteral("05-rename-error"));
                 prompt->alert()->dismissViewControllerAnimated(false);
             }
         }
     }
     browser->setupInitialViewController();
     browser->documentListControllerItemsChanged(browser->getTopDocumentListController());
-    ok &= snap(&window, directory, prefix + QStringLiteral("6-status-bar-upgrade"));
+    ok &= snap(&window, directory, prefix + QStringLiteral("06-status-bar-upgrade"));
     ok &= tourEditMode(browser, &window, directory, prefix);
     ok &= tourPreviews(browser, &window, directory, prefix, size);
     browser->setupInitialViewController();
@@ -347,6 +399,8 @@ bool tourInSize(const QString &directory, const QString &sizeName, const QSize &
             account.close();
         }
     }
+    browser->setupInitialViewController();
+    ok &= tourEmptyAndSearch(browser, &window, directory, prefix);
     return ok;
 }
 } // namespace

@@ -2,6 +2,7 @@
 #include "platform/lists/DocumentListModel.h"
 
 #include <QImage>
+#include <QListView>
 #include <QPainter>
 #include <QStandardItemModel>
 #include <QStyleOptionViewItem>
@@ -13,7 +14,7 @@ class tst_DocumentItemDelegate : public QObject
 
 private:
     /// One row or tile painted on white, with a red picture as its thumbnail.
-    static QImage painted(bool grid, bool editing, QStyle::State state)
+    static QImage painted(bool grid, bool editing, QStyle::State state, const QWidget *view = nullptr)
     {
         QStandardItemModel model;
         auto *item = new QStandardItem(QStringLiteral("Mountains.png"));
@@ -31,6 +32,7 @@ private:
         QStyleOptionViewItem option;
         option.rect = QRect(QPoint(0, 0), size);
         option.state = QStyle::State_Enabled | state;
+        option.widget = view;
         delegate.paint(&painter, option, model.index(0, 0));
         painter.end();
         return canvas;
@@ -73,6 +75,13 @@ private Q_SLOTS:
         QCOMPARE(pictureMiddle(focused, false, false), QColor(Qt::red));
         QVERIFY(plain.pixelColor(4, 32) != focused.pixelColor(4, 32)); // the frame's left edge
         QCOMPARE(plain.pixelColor(200, 32), focused.pixelColor(200, 32));
+
+        // in a list used by touch or mouse the frame stays away; a key brings it
+        QListView list;
+        list.setProperty(DocumentItemDelegate::KeyboardInUseProperty, false);
+        QCOMPARE(painted(false, false, QStyle::State_HasFocus, &list).pixelColor(4, 32), plain.pixelColor(4, 32));
+        list.setProperty(DocumentItemDelegate::KeyboardInUseProperty, true);
+        QCOMPARE(painted(false, false, QStyle::State_HasFocus, &list).pixelColor(4, 32), focused.pixelColor(4, 32));
     }
 };
 

@@ -34,7 +34,9 @@ void DocumentItemDelegate::paint(QPainter *painter, const QStyleOptionViewItem &
         painter->setOpacity(0.4); // shown for orientation, not to be chosen
     }
     m_gridMode ? paintTile(painter, option, index) : paintRow(painter, option, index);
-    if (option.state & QStyle::State_HasFocus) {
+    // the frame shows where the keyboard is once it is used, not under a finger or a mouse
+    const bool keyboardInUse = !option.widget || option.widget->property(KeyboardInUseProperty).toBool();
+    if ((option.state & QStyle::State_HasFocus) && keyboardInUse) {
         paintFocusFrame(painter, option);
     }
     painter->restore();

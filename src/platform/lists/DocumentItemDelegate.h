@@ -20,6 +20,9 @@ public:
     QSize sizeHint(const QStyleOptionViewItem &option, const QModelIndex &index) const override;
 
     static constexpr int RowHeight = 64;
+    /// The view's property that says the keyboard moves through it (set on a key, cleared
+    /// on a tap): only then is the keyboard's item framed.
+    static constexpr const char *KeyboardInUseProperty = "keyboardInUse";
     static constexpr QSize TileSize{116, 140};
 
 private:

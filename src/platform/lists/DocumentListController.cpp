@@ -183,6 +183,7 @@ QWidget *DocumentListController::loadView()
     m_listView->setSelectionMode(QAbstractItemView::NoSelection);
     m_listView->setMouseTracking(false);
     m_listView->viewport()->installEventFilter(this);
+    m_listView->installEventFilter(this);
     QScroller::grabGesture(m_listView->viewport(), QScroller::TouchGesture);
     layout->addWidget(m_listView, 1);
     m_emptyLabel = new QLabel(LocalizedString::localized(QStringLiteral("This folder is empty")), root);
@@ -531,6 +532,13 @@ void DocumentListController::showSearch()
 
 bool DocumentListController::eventFilter(QObject *watched, QEvent *event)
 {
+    if (m_listView && watched == m_listView.data() && event->type() == QEvent::KeyPress) {
+        m_listView->setProperty(DocumentItemDelegate::KeyboardInUseProperty, true);
+        m_listView->viewport()->update();
+    }
+    if (m_listView && watched == m_listView->viewport() && event->type() == QEvent::MouseButtonPress) {
+        m_listView->setProperty(DocumentItemDelegate::KeyboardInUseProperty, false);
+    }
     if (!m_listView || watched != m_listView->viewport()) {
         return ViewController::eventFilter(watched, event);
     }
