@@ -84,6 +84,14 @@ private:
         browser->setViewControllers(QList<ViewController *>(chain.begin(), chain.end()), false);
         return browser->getTopDocumentListController();
     }
+    /// The browser on screen in a phone's size, where keys and clicks reach it.
+    static std::unique_ptr<NavController> phoneSizedBrowser()
+    {
+        auto browser = std::make_unique<NavController>();
+        browser->view()->resize(390, 844);
+        browser->view()->show();
+        return browser;
+    }
     static QString containerDocuments(const QString &identifier)
     {
         return DriveLayout::mobileDocumentsPath() + QLatin1Char('/') + identifier + QStringLiteral("/Documents");
@@ -1075,9 +1083,7 @@ private Q_SLOTS:
         const QString folder = m_drive.freshFolder(QStringLiteral("Keys"));
         QDir().mkpath(folder + QStringLiteral("/Inner"));
         QVERIFY(TestDrive::writeFile(folder + QStringLiteral("/Notes.txt"), "n"));
-        auto browser = std::make_unique<NavController>();
-        browser->view()->resize(390, 844);
-        browser->view()->show();
+        const std::unique_ptr<NavController> browser = phoneSizedBrowser();
         QVERIFY(QTest::qWaitForWindowExposed(browser->view()));
         DocumentListController *list = showFolder(browser.get(), folder);
         const int depth = int(browser->viewControllers().size());
@@ -1142,9 +1148,7 @@ private Q_SLOTS:
     void theMouseBackButtonGoesBack()
     {
         const QString folder = m_drive.freshFolder(QStringLiteral("Mouse"));
-        auto browser = std::make_unique<NavController>();
-        browser->view()->resize(390, 844);
-        browser->view()->show();
+        const std::unique_ptr<NavController> browser = phoneSizedBrowser();
         QVERIFY(QTest::qWaitForWindowExposed(browser->view()));
         DocumentListController *list = showFolder(browser.get(), folder);
         const int depth = int(browser->viewControllers().size());
