@@ -2,12 +2,12 @@
 
 #include "model/DRItem.h"
 #include "model/FileUtils.h"
-#include "platform/drive/KDContainer.h"
-#include "platform/foundation/OperationQueue.h"
 #include "platform/drive/DriveLayout.h"
+#include "platform/drive/KDContainer.h"
 #include "platform/drive/PromisePlaceholder.h"
 #include "platform/foundation/FilePath.h"
 #include "platform/foundation/LocalizedString.h"
+#include "platform/foundation/OperationQueue.h"
 #include "platform/lists/DocumentListController.h"
 #include "platform/lists/DocumentListControllerDelegate.h"
 #include "platform/lists/DocumentListModel.h"
@@ -18,10 +18,10 @@
 #include <QIcon>
 #include <QLabel>
 #include <QLineEdit>
-#include <QShortcut>
 #include <QListWidget>
 #include <QPushButton>
 #include <QScroller>
+#include <QShortcut>
 #include <QVBoxLayout>
 #include <QtConcurrent>
 
@@ -178,7 +178,7 @@ void DocumentSearchController::showResults(const QList<Result> &results)
         item->setData(Qt::AccessibleTextRole, result.name);
         item->setData(Qt::AccessibleDescriptionRole, result.location);
         if (!result.isFolder) {
-            requestThumbnail(result.url);
+            requestThumbnail(m_resultsView->count() - 1, result.url);
         }
     }
     const bool nothingFound = results.isEmpty() && !m_field->text().trimmed().isEmpty();
@@ -186,12 +186,12 @@ void DocumentSearchController::showResults(const QList<Result> &results)
     m_resultsView->setVisible(!nothingFound);
 }
 
-void DocumentSearchController::requestThumbnail(const QUrl &url)
+void DocumentSearchController::requestThumbnail(int row, const QUrl &url)
 {
     QPointer<DocumentSearchController> self(this);
     const quint64 generation = m_generation;
     // a thumbnail is read from the disk: never on the main thread
-    DRItem::getThumbnailQueue()->addOperation([self, generation, url] {
+    DRItem::getThumbnailQueue()->addOperation([self, generation, row, url] {
         QImage image;
         if (std::shared_ptr<DRItem> item = DRItem::initWithURL(url)) {
             image = item->thumbnail();
@@ -203,14 +203,10 @@ void DocumentSearchController::requestThumbnail(const QUrl &url)
                              Qt::SmoothTransformation);
         QMetaObject::invokeMethod(
             QCoreApplication::instance(),
-            [self, generation, url, image] {
-                if (!self || self->m_generation != generation || !self->m_resultsView) {
-                    return;
-                }
-                for (qsizetype row = 0; row < self->m_results.size(); ++row) {
-                    if (self->m_results.at(row).url == url) {
-                        self->m_resultsView->item(int(row))->setIcon(QIcon(QPixmap::fromImage(image)));
-                    }
+            [self, generation, row, image] {
+                // a newer search replaced the rows: this picture belongs to none of them
+                if (self && self->m_generation == generation && self->m_resultsView) {
+                    self->m_resultsView->item(row)->setIcon(QIcon(QPixmap::fromImage(image)));
                 }
             },
             Qt::QueuedConnection);

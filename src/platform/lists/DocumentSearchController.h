@@ -51,7 +51,8 @@ protected:
 private:
     static void sortResults(QList<Result> &results);
     void showResults(const QList<Result> &results);
-    void requestThumbnail(const QUrl &url);
+    /// Reads the thumbnail of the document on `row` off the main thread, then shows it.
+    void requestThumbnail(int row, const QUrl &url);
 
     QPointer<DocumentListController> m_originatingList;
     QLineEdit *m_field = nullptr;

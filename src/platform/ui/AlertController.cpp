@@ -137,8 +137,8 @@ QWidget *AlertController::loadView()
 {
     auto *root = new QWidget;
     root->setObjectName(m_style == Style::Alert ? QStringLiteral("alert") : QStringLiteral("actionSheet"));
-    auto *escape = new QShortcut(QKeySequence(Qt::Key_Escape), root, this, &AlertController::cancelFromKeyboard);
-    escape->setContext(Qt::WidgetWithChildrenShortcut);
+    new QShortcut(QKeySequence(Qt::Key_Escape), root, this, &AlertController::cancelFromKeyboard,
+                  Qt::WidgetWithChildrenShortcut);
     auto *rootLayout = new QVBoxLayout(root);
     rootLayout->setContentsMargins(0, 0, 0, 0);
     rootLayout->setSpacing(8);

@@ -14,7 +14,7 @@ ElidedLabel::ElidedLabel(QWidget *parent)
 
 void ElidedLabel::setFullText(const QString &text)
 {
-    if (text == m_fullText && !text.isEmpty()) {
+    if (text == m_fullText) {
         return;
     }
     m_fullText = text;

@@ -5,10 +5,10 @@
 #include "platform/ui/NavigationItem.h"
 #include "platform/ui/Toolbar.h"
 
-#include <QStackedWidget>
 #include <QApplication>
 #include <QMouseEvent>
 #include <QShortcut>
+#include <QStackedWidget>
 #include <QToolButton>
 #include <QVBoxLayout>
 
