@@ -154,8 +154,7 @@ private Q_SLOTS:
     void initTestCase()
     {
         // one app on this test's desktop: the default for CSV files, taking URLs
-        qputenv("XDG_DATA_HOME", QFile::encodeName(m_drive.home() + QStringLiteral("/data")));
-        qputenv("XDG_DATA_DIRS", QByteArrayLiteral("/usr/share"));
+        m_drive.useOwnDesktop();
         QVERIFY(TestDrive::writeFile(m_drive.home() + QStringLiteral("/data/applications/com.example.Sheets.desktop"),
                                      "[Desktop Entry]\nType=Application\nName=Sheets\nExec=true %U\n"
                                      "MimeType=text/csv;\n"));
@@ -1321,7 +1320,8 @@ private Q_SLOTS:
         AlertController *options = shownAlert(&browser);
         QVERIFY(options);
         QVERIFY(options->actionWithTitle(QStringLiteral("Copy")));
-        QVERIFY(options->actionWithTitle(QStringLiteral("Show in Folder")));
+        // this test's desktop has no file manager: nothing offers to show the folder
+        QVERIFY(!options->actionWithTitle(QStringLiteral("Show in Folder")));
         dismissShown(&browser);
     }
 

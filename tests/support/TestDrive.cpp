@@ -57,6 +57,20 @@ QString TestDrive::freshFolder(const QString &name)
     return folder;
 }
 
+void TestDrive::useOwnDesktop() const
+{
+    const QString share = m_dir.path() + QStringLiteral("/share");
+    QDir().mkpath(share);
+    const QDir system(QStringLiteral("/usr/share"));
+    for (const QString &entry : system.entryList(QDir::AllEntries | QDir::NoDotAndDotDot)) {
+        if (entry != QLatin1String("applications")) {
+            QFile::link(system.filePath(entry), share + QLatin1Char('/') + entry);
+        }
+    }
+    qputenv("XDG_DATA_DIRS", QFile::encodeName(share));
+    qputenv("XDG_DATA_HOME", QFile::encodeName(m_dir.path() + QStringLiteral("/data")));
+}
+
 bool TestDrive::writeFile(const QString &path, const QByteArray &content)
 {
     // by the path's own bytes, as another program would: a name that is not UTF-8 too

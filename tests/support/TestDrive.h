@@ -20,6 +20,12 @@ public:
     /// A new empty folder in the default container, for one test function.
     QString freshFolder(const QString &name);
 
+    /// Gives the test a desktop of its own: the machine's shared data (MIME database, icons)
+    /// without the apps installed on it, so only the apps the test writes into
+    /// `home()/data/applications` (and defaults into `home()/config/mimeapps.list`) exist.
+    /// Called before anything asks for an app.
+    void useOwnDesktop() const;
+
     /// Writes a file (and the folders to it) by the path's own bytes (FilePath), so a name
     /// that is not UTF-8 is written as another program would write it.
     static bool writeFile(const QString &path, const QByteArray &content);

@@ -18,17 +18,35 @@
 #include <QFileInfo>
 #include <QGuiApplication>
 #include <QMimeData>
+#include <QPointer>
 
 #include <QThreadPool>
 
 namespace {
 
-void launch(const std::shared_ptr<ApplicationProxy> &app, const QUrl &url)
+/// Starts `app` on `url`; when it cannot start, the log and the person both hear why.
+void launch(const std::shared_ptr<ApplicationProxy> &app, const QUrl &url, const QPointer<ViewController> &presenter = {})
 {
     QString failure;
-    if (!app->launchWithURLs({url}, &failure)) {
-        DRLog(LOG_ERR, "Could not open %@ in %@: %@", url, app->localizedName(), failure);
+    if (app->launchWithURLs({url}, &failure)) {
+        return;
     }
+    DRLog(LOG_ERR, "Could not open %@ in %@: %@", url, app->localizedName(), failure);
+    if (!presenter) {
+        return;
+    }
+    auto *alert = new AlertController(
+        LocalizedString::localizedStringWithFormat(QStringLiteral("“%@” Could Not Be Opened"), app->localizedName()),
+        failure, AlertController::Style::Alert);
+    alert->addAction(new AlertAction(LocalizedString::localized(QStringLiteral("OK")), AlertAction::Style::Default, {}));
+    presenter->presentViewController(alert, true);
+}
+
+/// The app that shows folders (a file manager); null on a device without one, where nothing
+/// offers to show a folder.
+std::shared_ptr<ApplicationProxy> folderApplication()
+{
+    return ApplicationProxy::defaultApplicationForType(QStringLiteral("inode/directory"));
 }
 
 } // namespace
@@ -94,9 +112,10 @@ bool DocumentInteractionController::openDocumentWithApplication(const std::share
     return true;
 }
 
-AlertController *DocumentInteractionController::makeOptionsMenu() const
+AlertController *DocumentInteractionController::makeOptionsMenu(ViewController *presenter) const
 {
     const QUrl url = m_url;
+    const QPointer<ViewController> shownOver(presenter);
     auto *menu = new AlertController(FilePath::displayName(QFileInfo(url.toLocalFile()).fileName()), QString(),
                                      AlertController::Style::ActionSheet);
     for (const std::shared_ptr<ApplicationProxy> &app : ApplicationProxy::applicationsForType(UTI())) {
@@ -112,14 +131,14 @@ AlertController *DocumentInteractionController::makeOptionsMenu() const
                                         data->setText(url.toLocalFile());
                                         QGuiApplication::clipboard()->setMimeData(data);
                                     }));
-    menu->addAction(new AlertAction(LocalizedString::localized(QStringLiteral("Show in Folder")),
-                                    AlertAction::Style::Default, [url](AlertAction *) {
-                                        const QUrl folder = QUrl::fromLocalFile(QFileInfo(url.toLocalFile()).absolutePath());
-                                        if (auto app = ApplicationProxy::defaultApplicationForType(
-                                                QStringLiteral("inode/directory"))) {
-                                            launch(app, folder);
-                                        }
-                                    }));
+    // offered only where a file manager can show it: a choice that does nothing is worse than none
+    if (const std::shared_ptr<ApplicationProxy> files = folderApplication()) {
+        menu->addAction(new AlertAction(LocalizedString::localized(QStringLiteral("Show in Folder")),
+                                        AlertAction::Style::Default, [files, url, shownOver](AlertAction *) {
+                                            launch(files, QUrl::fromLocalFile(QFileInfo(url.toLocalFile()).absolutePath()),
+                                                   shownOver);
+                                        }));
+    }
     menu->addAction(new AlertAction(LocalizedString::localized(QStringLiteral("Cancel")), AlertAction::Style::Cancel, {}));
     return menu;
 }
@@ -130,7 +149,7 @@ AlertController *DocumentInteractionController::presentOptionsMenuFromRect_inVie
     if (!viewController) {
         return nullptr;
     }
-    AlertController *menu = makeOptionsMenu();
+    AlertController *menu = makeOptionsMenu(viewController);
     menu->popoverPresentationController()->setSourceView(view);
     menu->popoverPresentationController()->setSourceRect(rect);
     viewController->presentViewController(menu, animated);
@@ -143,7 +162,7 @@ AlertController *DocumentInteractionController::presentOptionsMenuFromBarButtonI
     if (!viewController) {
         return nullptr;
     }
-    AlertController *menu = makeOptionsMenu();
+    AlertController *menu = makeOptionsMenu(viewController);
     menu->popoverPresentationController()->setBarButtonItem(item);
     viewController->presentViewController(menu, animated);
     return menu;

@@ -31,8 +31,9 @@ public:
     bool openDocumentWithApplication(const std::shared_ptr<ApplicationProxy> &app);
 
     /// The options menu of the document: "Open in “…”" for every app of its type, Copy (its
-    /// location, for pasting elsewhere) and Show in Folder, then Cancel. A sheet on a phone, a
-    /// popover at the anchor on a tablet, presented over `viewController`.
+    /// location, for pasting elsewhere) and Show in Folder where a file manager is installed, then
+    /// Cancel. A sheet on a phone, a popover at the anchor on a tablet, presented over
+    /// `viewController`, where an alert also says so when the file manager fails to start.
     AlertController *presentOptionsMenuFromRect_inView_inViewController_animated(const QRect &rect, QWidget *view,
                                                                                ViewController *viewController,
                                                                                bool animated);
@@ -42,7 +43,7 @@ public:
 
 private:
     explicit DocumentInteractionController(const QUrl &url);
-    AlertController *makeOptionsMenu() const;
+    AlertController *makeOptionsMenu(ViewController *presenter) const;
 
     QUrl m_url;
 };
