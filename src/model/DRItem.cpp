@@ -11,6 +11,7 @@
 #include "platform/drive/Thumbnailer.h"
 #include "platform/drive/URLResourceValues.h"
 #include "platform/foundation/ByteCountFormatter.h"
+#include "platform/foundation/FilePath.h"
 #include "platform/foundation/InvalidArgumentException.h"
 #include "platform/foundation/OperationQueue.h"
 #include "platform/foundation/StringFormat.h"
@@ -256,6 +257,20 @@ QImage DRItem::thumbnail()
                     stopAccessingSecurityScopedResource(m_resolvedURL);
                 }
             });
+    }
+    return m_thumbnail;
+}
+
+QImage DRItem::thumbnailMadeWhenMissing()
+{
+    const QImage stored = thumbnail();
+    if (!stored.isNull() || isPromise() || m_isDirectory || m_isPackage
+        || !Thumbnailer::canMakeThumbnail(typeIdentifier())) {
+        return stored;
+    }
+    const QString path = FilePath::localPath(m_resolvedURL);
+    if (Thumbnailer::writeThumbnails(path)) {
+        m_thumbnail = Thumbnailer::cachedThumbnail(path);
     }
     return m_thumbnail;
 }

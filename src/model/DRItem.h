@@ -88,6 +88,10 @@ public:
 
     /// The stored thumbnail, read on first use (at most once until the next re-cache).
     QImage thumbnail();
+    /// The stored thumbnail, or for a picture, SVG or PDF of the device's own that has none yet
+    /// (new, renamed, moved, never downloaded) one made now and kept in the thumbnail cache. It
+    /// decodes the document: call it on the thumbnail queue, never on the main thread.
+    QImage thumbnailMadeWhenMissing();
     void setThumbnail(const QImage &image) { m_thumbnail = image; }
     void updateThumbnailImage(const QVariant &thumbnailDictionary);
     bool canGenerateThumbnail() const { return false; }

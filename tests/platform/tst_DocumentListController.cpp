@@ -1,4 +1,5 @@
 #include "model/DRItem.h"
+#include "platform/drive/Thumbnailer.h"
 #include "platform/foundation/FilePath.h"
 #include "platform/lists/DocumentListController.h"
 #include "platform/lists/DocumentListModel.h"
@@ -6,6 +7,8 @@
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
+#include <QImage>
 #include <QElapsedTimer>
 #include <QHash>
 #include <QListView>
@@ -30,7 +33,41 @@ private:
         return result;
     }
 
+    /// The thumbnail the list shows for the row named `name`, asked for as painting asks.
+    static QImage rowThumbnail(DocumentListController *list, const QString &name)
+    {
+        DocumentListModel *model = list->model();
+        for (int row = 0; row < model->rowCount(); ++row) {
+            if (model->entries().at(row).name == name) {
+                return model->data(model->index(row), DocumentListModel::ThumbnailRole).value<QImage>();
+            }
+        }
+        return {};
+    }
+
 private slots:
+    // the device's own pictures, SVGs and PDFs show what they hold, and keep showing it after a
+    // rename, though nobody downloaded them and the cache knew them by another name
+    void localPicturesGetThumbnailsThatFollowARename()
+    {
+        const QString folder = m_drive.freshFolder(QStringLiteral("Pictures"));
+        QVERIFY(TestDrive::writeFile(folder + QStringLiteral("/Doodle.png"), TestDrive::png(80, 40)));
+        QVERIFY(TestDrive::writeFile(folder + QStringLiteral("/Logo.svg"),
+                                     R"(<svg xmlns="http://www.w3.org/2000/svg" width="20" height="20">)"
+                                     R"(<circle cx="10" cy="10" r="10" fill="blue"/></svg>)"));
+        QVERIFY(TestDrive::writeFile(folder + QStringLiteral("/Notes.txt"), "words"));
+        DocumentListController list(QUrl::fromLocalFile(folder), nullptr);
+        QTRY_COMPARE(list.model()->rowCount(), 3);
+        QTRY_VERIFY(!rowThumbnail(&list, QStringLiteral("Doodle.png")).isNull());
+        QTRY_VERIFY(!rowThumbnail(&list, QStringLiteral("Logo.svg")).isNull());
+        QVERIFY(QFileInfo::exists(Thumbnailer::cachePath(folder + QStringLiteral("/Doodle.png"), QStringLiteral("xx-large"))));
+        QVERIFY(!QFileInfo::exists(Thumbnailer::cachePath(folder + QStringLiteral("/Notes.txt"), QStringLiteral("xx-large"))));
+
+        QVERIFY(QFile::rename(folder + QStringLiteral("/Doodle.png"), folder + QStringLiteral("/Sketch.png")));
+        QTRY_VERIFY(names(&list).contains(QStringLiteral("Sketch.png")));
+        QTRY_VERIFY(!rowThumbnail(&list, QStringLiteral("Sketch.png")).isNull());
+    }
+
     // A change on disk reaches the list by itself, and what the user had selected stays selected.
     void changeOnDiskIsListedAndKeepsTheSelection()
     {

@@ -14,6 +14,8 @@
 #include <QPainter>
 #include <QTest>
 
+#include <sys/stat.h>
+
 class tst_Thumbnailer : public QObject
 {
     Q_OBJECT
@@ -85,6 +87,39 @@ private slots:
         QVERIFY(TestDrive::writeFile(text, "words"));
         QVERIFY(!Thumbnailer::writeThumbnails(text));
         QVERIFY(Thumbnailer::thumbnailPng(text).isEmpty());
+    }
+
+    // An SVG is drawn at the thumbnail's size, crisp, like any other picture.
+    void svgGetsAThumbnail()
+    {
+        const QString path = m_drive.path(QStringLiteral("Logo.svg"));
+        QVERIFY(TestDrive::writeFile(path, R"(<svg xmlns="http://www.w3.org/2000/svg" width="200" height="100">)"
+                                           R"(<rect width="200" height="100" fill="#ff0000"/></svg>)"));
+        QVERIFY(Thumbnailer::writeThumbnails(path));
+        const QImage thumbnail = Thumbnailer::cachedThumbnail(path);
+        QCOMPARE(thumbnail.size(), QSize(1024, 512));
+        QCOMPARE(QColor(thumbnail.pixel(512, 256)), QColor(Qt::red));
+    }
+
+    // A FIFO named like a picture must not hang the thumbnail queue, a link must not lead it out
+    // of the drive, and a huge file is not decoded: each keeps its type's icon.
+    void onlyARegularFileOfASaneSizeIsRead()
+    {
+        const QString fifo = m_drive.path(QStringLiteral("Pipe.png"));
+        QCOMPARE(::mkfifo(QFile::encodeName(fifo).constData(), 0600), 0);
+        QVERIFY(!Thumbnailer::writeThumbnails(fifo)); // returns at once: no writer is waited for
+        QVERIFY(!QFileInfo::exists(Thumbnailer::cachePath(fifo, QStringLiteral("xx-large"))));
+
+        const QString outside = m_drive.home() + QStringLiteral("/Outside.png");
+        QVERIFY(TestDrive::writeFile(outside, TestDrive::png(64, 64)));
+        const QString link = m_drive.path(QStringLiteral("Link.png"));
+        QVERIFY(QFile::link(outside, link));
+        QVERIFY(!Thumbnailer::writeThumbnails(link));
+
+        const QString huge = m_drive.path(QStringLiteral("Huge.png"));
+        QVERIFY(TestDrive::writeFile(huge, TestDrive::png(64, 64)));
+        QVERIFY(QFile::resize(huge, Thumbnailer::LargestDocument + 1)); // sparse: no disk used
+        QVERIFY(!Thumbnailer::writeThumbnails(huge));
     }
 
     // A promised picture carries its thumbnail; downloading it writes the cache again.

@@ -15,6 +15,10 @@
 #include <QStandardPaths>
 #include <QUrl>
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 namespace {
 
 const QString LargestFolder = QStringLiteral("xx-large");
@@ -37,26 +41,41 @@ QString mtimeText(const QString &localPath)
     return QString::number(QFileInfo(localPath).lastModified().toSecsSinceEpoch());
 }
 
-QString mimeTypeOf(const QString &localPath)
+/// Opens a document to read it for a thumbnail: only a regular file of a sane size, never
+/// through a link (it may lead out of the drive), and never waiting on a FIFO's writer.
+bool openDocument(const QString &localPath, QFile *file)
 {
-    return QMimeDatabase().mimeTypeForFile(localPath).name();
+    const int fd = ::open(FilePath::encode(localPath).constData(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
+    if (fd < 0) {
+        return false;
+    }
+    struct stat st {};
+    if (::fstat(fd, &st) != 0 || !S_ISREG(st.st_mode) || st.st_size > Thumbnailer::LargestDocument) {
+        ::close(fd);
+        return false;
+    }
+    return file->open(fd, QIODevice::ReadOnly, QFileDevice::AutoCloseHandle);
 }
 
-QImage renderImage(const QString &localPath, int maxSide)
+QImage renderImage(QFile *file, int maxSide)
 {
-    QImageReader reader(localPath);
+    QImageReader reader(file);
     reader.setAutoTransform(true);
     const QSize size = reader.size();
-    if (size.isValid() && (size.width() > maxSide || size.height() > maxSide)) {
+    // a drawing has no pixels of its own: it is drawn at the thumbnail's full size, crisp
+    const bool vector = reader.format().startsWith("svg");
+    if (size.isValid() && (vector || size.width() > maxSide || size.height() > maxSide)) {
         reader.setScaledSize(size.scaled(maxSide, maxSide, Qt::KeepAspectRatio));
     }
     return reader.read();
 }
 
-QImage renderPdf(const QString &localPath, int maxSide)
+QImage renderPdf(QFile *file, int maxSide)
 {
     QPdfDocument document;
-    if (document.load(localPath) != QPdfDocument::Error::None || document.pageCount() < 1) {
+    // through the descriptor already checked: the name may meanwhile lead elsewhere
+    if (document.load(QStringLiteral("/proc/self/fd/%1").arg(file->handle())) != QPdfDocument::Error::None
+        || document.pageCount() < 1) {
         return {};
     }
     const QSizeF points = document.pagePointSize(0);
@@ -134,12 +153,15 @@ QImage Thumbnailer::render(const QString &localPath, int maxSide)
     if (FilePath::holdsUndecodableBytes(localPath)) {
         return {};
     }
-    const QString mimeType = mimeTypeOf(localPath);
+    QFile file;
+    if (!openDocument(localPath, &file)) {
+        return {};
+    }
+    const QString mimeType = QMimeDatabase().mimeTypeForFileNameAndData(localPath, &file).name();
     if (!canMakeThumbnail(mimeType)) {
         return {};
     }
-    return mimeType == QLatin1String("application/pdf") ? renderPdf(localPath, maxSide)
-                                                        : renderImage(localPath, maxSide);
+    return mimeType == QLatin1String("application/pdf") ? renderPdf(&file, maxSide) : renderImage(&file, maxSide);
 }
 
 bool Thumbnailer::writeThumbnails(const QString &localPath)

@@ -17,11 +17,15 @@ inline const QString Size1024x1024 = QStringLiteral("Thumbnail1024x1024SizeKey")
 /// its thumbnail in its placeholder instead.
 ///
 /// The drive service writes thumbnails of images and PDFs when it materialises them; the app
-/// only reads them.
+/// writes those of the device's own pictures, SVGs and PDFs that have none yet (new, renamed,
+/// moved or never downloaded), on its thumbnail queue, so a thumbnail follows its document.
 class Thumbnailer final
 {
 public:
     Thumbnailer() = delete;
+
+    /// Documents larger than this get no thumbnail: their type's icon stands for them.
+    static constexpr qint64 LargestDocument = 256LL * 1024 * 1024;
 
     /// Where the thumbnail of `localPath` lives for a size folder ("xx-large", "x-large").
     static QString cachePath(const QString &localPath, const QString &sizeFolder);
@@ -29,10 +33,12 @@ public:
     static QImage cachedThumbnail(const QString &localPath);
     /// Whether thumbnails can be made of files of this MIME type (images and PDFs).
     static bool canMakeThumbnail(const QString &mimeType);
-    /// A thumbnail of the file's content whose longer side is at most `maxSide`; null on failure.
+    /// A thumbnail of the file's content whose longer side is at most `maxSide`; null on failure
+    /// and for anything but a regular file of at most LargestDocument bytes. It takes as long as
+    /// decoding the document: never on the main thread.
     static QImage render(const QString &localPath, int maxSide);
-    /// Writes the `xx-large` and `x-large` thumbnails of an image or PDF; false when the file is
-    /// of another kind or cannot be read.
+    /// Writes the `xx-large` and `x-large` thumbnails of an image (SVG too) or PDF; false when
+    /// the file is of another kind or cannot be read.
     static bool writeThumbnails(const QString &localPath);
     /// PNG bytes of the 1024-pixel thumbnail, for a placeholder: the cached one when valid, else
     /// one made from the content; empty for other kinds of file.

@@ -137,7 +137,7 @@ void DocumentListModel::requestThumbnail(int row) const
     DRItem::getThumbnailQueue()->addOperation([model, generation, url] {
         QImage image;
         if (std::shared_ptr<DRItem> item = DRItem::initWithURL(url)) {
-            image = item->thumbnail();
+            image = item->thumbnailMadeWhenMissing();
         }
         if (!image.isNull()) {
             image = image.scaled(ThumbnailEdge, ThumbnailEdge, Qt::KeepAspectRatio, Qt::SmoothTransformation);

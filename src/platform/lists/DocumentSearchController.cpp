@@ -194,7 +194,7 @@ void DocumentSearchController::requestThumbnail(int row, const QUrl &url)
     DRItem::getThumbnailQueue()->addOperation([self, generation, row, url] {
         QImage image;
         if (std::shared_ptr<DRItem> item = DRItem::initWithURL(url)) {
-            image = item->thumbnail();
+            image = item->thumbnailMadeWhenMissing();
         }
         if (image.isNull()) {
             return;
