@@ -6,6 +6,7 @@
 #include "model/LaunchUtils.h"
 #include "platform/foundation/DispatchQueue.h"
 #include "platform/foundation/LocalizedString.h"
+#include "platform/ui/ElidedLabel.h"
 #include "platform/ui/Font.h"
 #include "platform/ui/SystemColor.h"
 #include "preview/ConstraintUtils.h"
@@ -123,7 +124,9 @@ void PreviewDetailsViewController::setupViewsAndConstraints()
         auto *hairline = new HairlineView(view());
         m_hairlineViews.append(hairline);
     }
-    m_filenameTextField = new QLabel;
+    // one line, as wide as the screen allows: a long name is cut in its middle, never at its edges
+    m_filenameTextField = new ElidedLabel;
+    m_filenameTextField->setElideMode(Qt::ElideMiddle);
     m_filenameTextField->setObjectName(QStringLiteral("filenameTextField"));
     m_filenameTextField->setFont(nameFont());
     m_filenameTextField->setAlignment(Qt::AlignCenter);
@@ -262,7 +265,9 @@ void PreviewDetailsViewController::refreshItem()
     const std::shared_ptr<DRItem> item = itemManager() ? itemManager()->item() : nullptr;
     m_fileInfoView->setItem(item);
     m_originalFilename = item ? item->localizedName() : QString();
-    m_filenameTextField->setText(m_originalFilename);
+    m_filenameTextField->setFullText(m_originalFilename);
+    // the bar names what the screen is about, as the viewer's bar does
+    setTitle(m_originalFilename);
     m_thumbnailView->setItem(item);
 }
 

@@ -8,6 +8,7 @@
 
 #include <memory>
 
+class ElidedLabel;
 class FileInfoStackView;
 class HairlineView;
 class QBoxLayout;
@@ -29,7 +30,7 @@ public:
     ~PreviewDetailsViewController() override;
 
     ThumbnailImageView *thumbnailView() const { return m_thumbnailView; }
-    QLabel *filenameTextField() const { return m_filenameTextField; }
+    ElidedLabel *filenameTextField() const { return m_filenameTextField; }
     RenamePrompt *renamePrompt() const { return m_renamePrompt.get(); }
     FileInfoStackView *fileInfoView() const { return m_fileInfoView; }
     QString originalFilename() const { return m_originalFilename; }
@@ -71,7 +72,7 @@ private:
     void placeHairlines();
 
     ThumbnailImageView *m_thumbnailView = nullptr;
-    QLabel *m_filenameTextField = nullptr;
+    ElidedLabel *m_filenameTextField = nullptr;
     std::unique_ptr<RenamePrompt> m_renamePrompt;
     FileInfoStackView *m_fileInfoView = nullptr;
     QString m_originalFilename;

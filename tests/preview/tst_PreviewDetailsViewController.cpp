@@ -3,6 +3,7 @@
 #include "platform/drive/DriveSetup.h"
 #include "platform/ui/BarButtonItem.h"
 #include "platform/ui/Device.h"
+#include "platform/ui/ElidedLabel.h"
 #include "platform/ui/NavigationController.h"
 #include "platform/ui/NavigationItem.h"
 #include "platform/ui/Window.h"
@@ -192,6 +193,30 @@ private Q_SLOTS:
         QTRY_COMPARE(manager->item()->url(), QUrl::fromLocalFile(m_drive.path(QStringLiteral("Renamed/b.txt"))));
         QTRY_COMPARE(screen->filenameTextField()->text(), QStringLiteral("b.txt"));
         QCOMPARE(navigation->topViewController(), screen);
+        manager->unregisterAsFilePresenter();
+    }
+
+    // a long name stays on one line within a phone's width, cut in its middle so its start and
+    // its extension both show; the bar names the document
+    void aLongNameIsCutInItsMiddle()
+    {
+        const QString name = QStringLiteral("Minutes of the annual general meeting of the rowing club 2026.txt");
+        QVERIFY(TestDrive::writeFile(m_drive.path(name), "minutes"));
+        Window window(QRect(0, 0, 390, 844));
+        auto manager = PreviewItemManager::create();
+        NavigationController *navigation = stageDetails(window, manager);
+        manager->previewItem(documentItem(name));
+        auto *screen = qobject_cast<PreviewDetailsViewController *>(navigation->topViewController());
+        QVERIFY(screen);
+        QCoreApplication::processEvents();
+        ElidedLabel *label = screen->filenameTextField();
+        QCOMPARE(label->fullText(), name);
+        QVERIFY2(label->text().startsWith(QStringLiteral("Minutes")), qPrintable(label->text()));
+        QVERIFY2(label->text().endsWith(QStringLiteral(".txt")), qPrintable(label->text()));
+        QVERIFY(label->text().contains(QChar(0x2026)));
+        QVERIFY(label->fontMetrics().horizontalAdvance(label->text()) <= label->contentsRect().width());
+        QVERIFY(label->width() <= 390);
+        QCOMPARE(screen->title(), name);
         manager->unregisterAsFilePresenter();
     }
 

@@ -23,6 +23,12 @@ void ElidedLabel::setFullText(const QString &text)
     showWhatFits();
 }
 
+void ElidedLabel::setElideMode(Qt::TextElideMode mode)
+{
+    m_elideMode = mode;
+    showWhatFits();
+}
+
 QSize ElidedLabel::sizeHint() const
 {
     const QFontMetrics metrics(font());
@@ -53,7 +59,7 @@ void ElidedLabel::changeEvent(QEvent *event)
 void ElidedLabel::showWhatFits()
 {
     const int room = contentsRect().width() - 2 * margin();
-    const QString shown = QFontMetrics(font()).elidedText(m_fullText, Qt::ElideRight, std::max(room, 0));
+    const QString shown = QFontMetrics(font()).elidedText(m_fullText, m_elideMode, std::max(room, 0));
     QLabel::setText(shown);
     // the whole name stays one hover away when it is cut
     setToolTip(shown == m_fullText ? QString() : m_fullText);
