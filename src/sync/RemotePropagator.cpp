@@ -273,10 +273,17 @@ bool RemotePropagator::upload(const QString &path, const QString &localPath, con
         record->version = sent->version();
         record->size = before.st_size;
         record->contentType = sent->contentType;
+    } else if (sent && steady) {
+        // the device's document stood still, yet the server holds another size: another writer
+        // wrote over it right after (a server may check If-Match and write without a lock
+        // between, so two devices sending at once can both pass). Neither version is known as
+        // agreed, so the next run keeps both rather than sending this one over the other's.
+        record->version.clear();
+        record->size = -1;
+        DRLog(LOG_NOTICE, "\"%@\" was written over on the server as it was sent; the next run keeps both", path);
     } else {
-        // what the server holds may not be what the device holds (changed while it was sent,
-        // or by another writer right after): counted as changed on both sides, so the next run
-        // keeps both rather than trusting either
+        // changed here while it was sent: the server holds this device's earlier bytes, so the
+        // next run sends the newer ones over them
         record->version = sent ? sent->version() : QString();
         record->size = -1;
         if (sent) {

@@ -148,6 +148,7 @@ bool WebDavTestServer::start(QString *error)
             env.insert(QStringLiteral("DAV_LOCKS"), m_dir.filePath(QStringLiteral("run/locks")));
             env.insert(QStringLiteral("DAV_QUOTA"), m_dir.filePath(QStringLiteral("conf/quota.json")));
             env.insert(QStringLiteral("DAV_FAULTS"), m_dir.filePath(QStringLiteral("conf/faults.json")));
+            env.insert(QStringLiteral("DAV_OVERWRITES"), m_dir.filePath(QStringLiteral("conf/overwrites.json")));
             env.insert(QStringLiteral("DAV_LOG"), m_dir.filePath(QStringLiteral("run/access.log")));
             m_process->setProcessEnvironment(env);
             m_process->start(QStringLiteral("php"), {QStringLiteral("-S"), QStringLiteral("127.0.0.1:%1").arg(m_port),
@@ -241,6 +242,17 @@ bool WebDavTestServer::setFault(const QByteArray &verb, const QString &path, int
         faults.insert(key, status);
     }
     return writeText(file, QJsonDocument(faults).toJson());
+}
+
+bool WebDavTestServer::overwriteAfterNextPut(const QString &path, const QByteArray &content)
+{
+    const QString file = m_dir.filePath(QStringLiteral("conf/overwrites.json"));
+    QJsonObject overwrites;
+    if (QFile existing(file); existing.open(QIODevice::ReadOnly)) {
+        overwrites = QJsonDocument::fromJson(existing.readAll()).object();
+    }
+    overwrites.insert(path, QString::fromUtf8(content));
+    return writeText(file, QJsonDocument(overwrites).toJson());
 }
 
 int WebDavTestServer::request(const QByteArray &verb, const QString &path, const QByteArray &body,

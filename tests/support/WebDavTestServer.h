@@ -51,6 +51,9 @@ public:
     /// SabreDAV: `verb` requests of `path` (below the served folder, "/" first) answer `status`
     /// from now on; 0 lets them through again.
     bool setFault(const QByteArray &verb, const QString &path, int status);
+    /// SabreDAV: once the next PUT of `path` ("/" first) has been answered, `content` is written
+    /// over it, as by another device sending at the same instant.
+    bool overwriteAfterNextPut(const QString &path, const QByteArray &content);
 
     /// A WebDAV request with the test's credentials; the HTTP status, 0 without an answer.
     int request(const QByteArray &verb, const QString &path, const QByteArray &body = {},

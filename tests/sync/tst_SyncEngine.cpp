@@ -513,6 +513,33 @@ private slots:
         QCOMPARE(onServer(dav, top + QLatin1Char('/') + conflict), QByteArray("the device's edit"));
     }
 
+    // two devices sending one document at the same instant can both pass a server's If-Match
+    // when it checks and writes without a lock between: the one written over must not be lost
+    void aDocumentWrittenOverAsItIsSentKeepsBoth()
+    {
+        WebDavTestServer *dav = m_sabre.get();
+        const QString top = freshStart(dav, "overwritten");
+        const QString onTheServer = top + QStringLiteral("/Plan.txt");
+        QVERIFY(writeOnDevice(QStringLiteral("Plan.txt"), "base"));
+        QVERIFY(sync(dav, top).succeeded);
+        QVERIFY(writeOnDevice(QStringLiteral("Plan.txt"), "the device's plan", 1700000100));
+        QVERIFY(dav->overwriteAfterNextPut(QLatin1Char('/') + onTheServer, "the other device's longer plan"));
+        LogSpy::clear();
+        const SyncOutcome sent = sync(dav, top);
+        QVERIFY2(sent.failures.isEmpty(), qPrintable(sent.failures.join(u'\n')));
+        QVERIFY(logged(LOG_NOTICE, QStringLiteral("\"Plan.txt\" was written over on the server as it was sent")));
+        QCOMPARE(onServer(dav, onTheServer), QByteArray("the other device's longer plan"));
+
+        const SyncOutcome next = sync(dav, top);
+        QVERIFY2(next.failures.isEmpty(), qPrintable(next.failures.join(u'\n')));
+        QCOMPARE(onServer(dav, onTheServer), QByteArray("the other device's longer plan"));
+        const QString conflict = conflictCopyOf(QStringLiteral("Plan.txt"));
+        QVERIFY(!conflict.isEmpty());
+        QCOMPARE(TestDrive::readFile(m_drive.path(conflict)), QByteArray("the device's plan"));
+        QCOMPARE(onServer(dav, top + QLatin1Char('/') + conflict), QByteArray("the device's plan"));
+        QVERIFY(PromisePlaceholder::isPromisedItem(m_drive.path(QStringLiteral("Plan.txt"))));
+    }
+
     void aChangeBeatsADelete()
     {
         WebDavTestServer *dav = m_apache.get();

@@ -4,7 +4,9 @@
 // {"used": bytes, "available": bytes}, when that exists, so a test sets the user's plan;
 // {"fail": "message"} answers 503; no file means the disk's. A document larger than the
 // quota's "available" is refused with 507. $DAV_FAULTS, a JSON object {"PUT /path": status},
-// makes those requests fail with that status. Every request is logged to $DAV_LOG as
+// makes those requests fail with that status. $DAV_OVERWRITES, a JSON object {"/path": "text"},
+// writes that text over the document once right after the next PUT of it has been answered:
+// another device writing at the same instant. Every request is logged to $DAV_LOG as
 // "METHOD /path STATUS RANGE", as the Apache server's access log.
 require '/usr/share/php/Sabre/autoload.php';
 
@@ -77,3 +79,13 @@ $server = new \Sabre\DAV\Server(new QuotaDirectory(getenv('DAV_ROOT')));
 $server->setBaseUri('/');
 $server->addPlugin(new \Sabre\DAV\Locks\Plugin(new \Sabre\DAV\Locks\Backend\File(getenv('DAV_LOCKS'))));
 $server->exec();
+
+$overwrites = getenv('DAV_OVERWRITES');
+if ($method === 'PUT' && $overwrites && is_readable($overwrites)) {
+    $list = json_decode(file_get_contents($overwrites), true) ?: [];
+    if (isset($list[$path])) {
+        file_put_contents(getenv('DAV_ROOT') . $path, $list[$path]);
+        unset($list[$path]);
+        file_put_contents($overwrites, json_encode((object)$list));
+    }
+}
