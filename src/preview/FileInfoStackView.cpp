@@ -133,7 +133,9 @@ std::unique_ptr<QTextDocument> FileInfoStackView::buildTagsWithImagesString_font
         document->addResource(QTextDocument::ImageResource, QUrl(name), dot);
         QTextImageFormat image;
         image.setName(name);
-        image.setVerticalAlignment(QTextCharFormat::AlignBaseline);
+        // the dot's picture is a whole line high: standing on the line's bottom, not on the
+        // baseline, it leaves the names on the baseline of the "Tags" label beside them
+        image.setVerticalAlignment(QTextCharFormat::AlignBottom);
         cursor.insertImage(image);
         const bool last = i == tags->size() - 1;
         cursor.insertText(last ? tag : tag + QLatin1Char(' '), text);

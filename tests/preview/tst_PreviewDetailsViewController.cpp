@@ -23,6 +23,7 @@
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QTextLayout>
 #include <QTextBlock>
 #include <QTextDocument>
 #include <QTextFragment>
@@ -168,6 +169,12 @@ private Q_SLOTS:
         }
         QCOMPARE(runs, (QStringList{QStringLiteral("<dot>"), QStringLiteral("Red "), QStringLiteral("<dot>"),
                                     QStringLiteral("Work")}));
+        // the names stand on the baseline of the "Tags" label beside them, not lower
+        document->documentLayout(); // laid out
+        const QTextLine line = document->begin().layout()->lineAt(0);
+        QVERIFY(line.isValid());
+        QVERIFY2(qAbs(line.ascent() - QFontMetricsF(FileInfoCell::font()).ascent()) <= 1.0,
+                 qPrintable(QStringLiteral("%1 against %2").arg(line.ascent()).arg(QFontMetricsF(FileInfoCell::font()).ascent())));
         FileInfoStackView view;
         view.setItem(item);
         QCOMPARE(names(&view).last(), QStringLiteral("Tags"));
