@@ -198,9 +198,12 @@ private slots:
         switch (PreviewController::Renderer(renderer)) {
         case PreviewController::Renderer::Text:
             QCOMPARE(qobject_cast<QPlainTextEdit *>(viewer.rendererWidget())->toPlainText(), QStringLiteral("plain words"));
+            // words keep a reading margin from the screen's edge
+            QCOMPARE(qobject_cast<QPlainTextEdit *>(viewer.rendererWidget())->document()->documentMargin(), 16.0);
             break;
         case PreviewController::Renderer::Markdown:
             QVERIFY(qobject_cast<QTextBrowser *>(viewer.rendererWidget())->toPlainText().startsWith(QStringLiteral("Title")));
+            QCOMPARE(qobject_cast<QTextBrowser *>(viewer.rendererWidget())->document()->documentMargin(), 16.0);
             break;
         case PreviewController::Renderer::Media:
             // the full player: a play button and a position

@@ -17,6 +17,7 @@
 #include "platform/ui/AlertAction.h"
 #include "platform/ui/AlertController.h"
 #include "platform/ui/NavigationController.h"
+#include "platform/ui/Toolbar.h"
 #include "platform/ui/Window.h"
 #include "preview/PreviewDetailsViewController.h"
 #include "preview/PreviewDownloadViewController.h"
@@ -189,6 +190,10 @@ private Q_SLOTS:
         QCOMPARE(LogSpy::levelOf(StringFormat::format("Showing preview of URL %@", QUrl::fromLocalFile(path))), LOG_INFO);
         QVERIFY(!manager->downloadViewController());
         QCOMPARE(QuickLookItemController::defaultController()->arrayOfDocuments(), QList<QUrl>{QUrl::fromLocalFile(path)});
+        // the download screen's toolbar goes with it: the viewer has nothing for one, and the
+        // document takes the whole height instead of an empty bar
+        QVERIFY(!navigation->isToolbarHidden());
+        QVERIFY(navigation->toolbar()->isHidden());
         manager->unregisterAsFilePresenter();
     }
 

@@ -41,6 +41,9 @@
 
 namespace {
 
+/// Text keeps a reading margin from the screen's edges, as the lists' rows do.
+constexpr int TextMargin = 16;
+
 QString mimeTypeOf(const QString &path)
 {
     static const QMimeDatabase database;
@@ -294,16 +297,19 @@ void PreviewController::showDocument(const QUrl &url)
             auto *browser = new QTextBrowser;
             browser->setOpenExternalLinks(true);
             browser->setMarkdown(text.text());
+            browser->document()->setDocumentMargin(TextMargin);
             widget = browser;
         } else {
             // a very long text is shown as plain text: mark-up over megabytes lays out for minutes
             auto *plain = new QPlainTextEdit;
             plain->setReadOnly(true);
             plain->setPlainText(text.text());
+            plain->document()->setDocumentMargin(TextMargin);
             widget = plain;
         }
         auto *scrolling = static_cast<QAbstractScrollArea *>(widget);
         scrolling->setFrameShape(QFrame::NoFrame);
+
         widget->setFont(Font::preferredFontForTextStyle(Font::TextStyle::Body));
         QScroller::grabGesture(scrolling->viewport(), QScroller::TouchGesture);
         break;

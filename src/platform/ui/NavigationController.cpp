@@ -229,16 +229,17 @@ void NavigationController::refreshBars()
     ViewController *top = controllers.isEmpty() ? nullptr : controllers.last();
     const QString backTitle = controllers.size() >= 2 ? controllers.at(controllers.size() - 2)->title() : QString();
     m_navigationBar->setItem(top ? top->navigationItem() : nullptr, backTitle, controllers.size() >= 2);
-    m_toolbar->setItems(top ? top->toolbarItems() : QList<BarButtonItem *>{});
+    const QList<BarButtonItem *> items = top ? top->toolbarItems() : QList<BarButtonItem *>{};
+    m_toolbar->setItems(items);
+    // a screen with nothing for the toolbar gets its room: no empty bar under a document
+    m_toolbar->setVisible(!m_toolbarHidden && !items.isEmpty());
 }
 
 void NavigationController::setToolbarHidden(bool hidden, bool animated)
 {
     Q_UNUSED(animated)
     m_toolbarHidden = hidden;
-    if (m_toolbar) {
-        m_toolbar->setVisible(!hidden);
-    }
+    refreshBars();
 }
 
 void NavigationController::setNavigationBarHidden(bool hidden, bool animated)

@@ -30,6 +30,7 @@ public:
     ViewController *visibleViewController() const;
 
     bool isToolbarHidden() const { return m_toolbarHidden; }
+    /// The toolbar shows while not hidden and the top screen has items for it.
     void setToolbarHidden(bool hidden, bool animated = false);
     bool isNavigationBarHidden() const { return m_navigationBarHidden; }
     void setNavigationBarHidden(bool hidden, bool animated = false);
