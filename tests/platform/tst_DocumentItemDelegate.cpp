@@ -1,6 +1,8 @@
 #include "platform/lists/DocumentItemDelegate.h"
 #include "platform/lists/DocumentListModel.h"
+#include "platform/ui/Font.h"
 
+#include <QFontMetrics>
 #include <QImage>
 #include <QListView>
 #include <QPainter>
@@ -48,6 +50,23 @@ private:
     }
 
 private Q_SLOTS:
+    // a name of two lines in a tile keeps the subtitle off it, and all of it stays in the tile
+    void aTwoLineNameLeavesRoomForTheSubtitle()
+    {
+        const QRect tile(QPoint(0, 0), DocumentItemDelegate::TileSize);
+        const QFontMetrics nameMetrics(Font::preferredFontForTextStyle(Font::TextStyle::Footnote));
+        const auto two = DocumentItemDelegate::tileLayout(tile, QStringLiteral("Quarterly report for the board.pdf"));
+        QVERIFY2(two.name.height() >= 2 * nameMetrics.lineSpacing(), "the name takes two lines");
+        QVERIFY(two.subtitle.top() >= two.name.bottom() + 1 + 3);
+        QVERIFY(two.subtitle.bottom() <= tile.bottom() - 4);
+        QVERIFY(two.name.top() > two.picture.bottom());
+        // one line: the subtitle follows it closely rather than leaving a blank line
+        const auto one = DocumentItemDelegate::tileLayout(tile, QStringLiteral("Plan.txt"));
+        QVERIFY(one.name.height() * 3 / 2 < two.name.height());
+        QVERIFY(one.subtitle.top() < two.subtitle.top());
+        QVERIFY(one.subtitle.top() >= one.name.bottom() + 1 + 3);
+    }
+
     // in edit mode a picture's thumbnail is still drawn, selected or not, in a row or a tile:
     // never a blank or a solid blue square
     void editModeKeepsThePicture_data()

@@ -12,6 +12,10 @@
 namespace {
 const QColor SecondaryText(142, 142, 147);
 const QColor Separator(0, 0, 0, 28);
+/// A name in a tile: centred, wrapped where it must be (a long name has no spaces to wrap at).
+constexpr int TileNameFlags = Qt::AlignHCenter | Qt::AlignTop | Qt::TextWrapAnywhere;
+/// The air between a tile's name and its subtitle.
+constexpr int TileTextGap = 3;
 } // namespace
 
 DocumentItemDelegate::DocumentItemDelegate(QObject *parent)
@@ -179,7 +183,8 @@ void DocumentItemDelegate::paintTile(QPainter *painter, const QStyleOptionViewIt
         painter->setBrush(QColor(0, 122, 255, 28));
         painter->drawRoundedRect(rect, 10, 10);
     }
-    const QRect picture(rect.center().x() - 36, rect.top() + 6, 72, 72);
+    const TileLayout layout = tileLayout(option.rect, index.data().toString());
+    const QRect &picture = layout.picture;
     paintPicture(painter, picture, index);
     if (index.data(DocumentListModel::IsPromiseRole).toBool()) {
         paintCloudBadge(painter, QRect(picture.right() - 18, picture.bottom() - 14, 22, 16));
@@ -187,18 +192,30 @@ void DocumentItemDelegate::paintTile(QPainter *painter, const QStyleOptionViewIt
     if (m_editing) {
         paintCheck(painter, QPoint(picture.right() - 4, picture.top() + 6), selected);
     }
-    const QFont nameFont = Font::preferredFontForTextStyle(Font::TextStyle::Footnote);
-    const QFont subtitleFont = Font::preferredFontForTextStyle(Font::TextStyle::Caption2);
-    const QFontMetrics nameMetrics(nameFont);
-    painter->setFont(nameFont);
+    painter->setFont(Font::preferredFontForTextStyle(Font::TextStyle::Footnote));
     painter->setPen(Qt::black);
-    const QRect nameRect(rect.left() + 2, picture.bottom() + 6, rect.width() - 4, nameMetrics.height() * 2);
-    painter->drawText(nameRect, Qt::AlignHCenter | Qt::AlignTop | Qt::TextWrapAnywhere,
-                      nameMetrics.elidedText(index.data().toString(), Qt::ElideMiddle, nameRect.width() * 2 - 8));
-    painter->setFont(subtitleFont);
+    painter->drawText(layout.name, TileNameFlags, layout.shownName);
+    painter->setFont(Font::preferredFontForTextStyle(Font::TextStyle::Caption2));
     painter->setPen(SecondaryText);
     QString subtitle = index.data(DocumentListModel::SubtitleRole).toString();
     subtitle = subtitle.section(QStringLiteral(" · "), 0, 0);
-    painter->drawText(QRect(rect.left(), nameRect.bottom() + 1, rect.width(), QFontMetrics(subtitleFont).height()),
-                      Qt::AlignHCenter | Qt::AlignTop, subtitle);
+    painter->drawText(layout.subtitle, Qt::AlignHCenter | Qt::AlignTop, subtitle);
+}
+
+DocumentItemDelegate::TileLayout DocumentItemDelegate::tileLayout(const QRect &tile, const QString &name)
+{
+    const QRect rect = tile.adjusted(4, 4, -4, -4);
+    TileLayout layout;
+    layout.picture = QRect(rect.center().x() - 36, rect.top() + 6, 72, 72);
+    const QFontMetrics nameMetrics(Font::preferredFontForTextStyle(Font::TextStyle::Footnote));
+    const QRect room(rect.left() + 2, layout.picture.bottom() + 6, rect.width() - 4,
+                     nameMetrics.lineSpacing() + nameMetrics.height());
+    layout.shownName = nameMetrics.elidedText(name, Qt::ElideMiddle, room.width() * 2 - 8);
+    // the lines the name really takes, so the subtitle follows the name, one line or two
+    layout.name = nameMetrics.boundingRect(room, TileNameFlags, layout.shownName) & room;
+    layout.name.setLeft(room.left());
+    layout.name.setWidth(room.width());
+    const int subtitleHeight = QFontMetrics(Font::preferredFontForTextStyle(Font::TextStyle::Caption2)).height();
+    layout.subtitle = QRect(rect.left(), layout.name.bottom() + 1 + TileTextGap, rect.width(), subtitleHeight);
+    return layout;
 }

@@ -23,7 +23,17 @@ public:
     /// The view's property that says the keyboard moves through it (set on a key, cleared
     /// on a tap): only then is the keyboard's item framed.
     static constexpr const char *KeyboardInUseProperty = "keyboardInUse";
-    static constexpr QSize TileSize{116, 140};
+    static constexpr QSize TileSize{116, 148};
+
+    /// Where a tile's parts go: the picture, the name (one or two lines, as it needs) and under
+    /// it the subtitle, never touching the name.
+    struct TileLayout {
+        QRect picture;
+        QRect name;
+        QString shownName;
+        QRect subtitle;
+    };
+    static TileLayout tileLayout(const QRect &tile, const QString &name);
 
 private:
     void paintRow(QPainter *painter, const QStyleOptionViewItem &option, const QModelIndex &index) const;
