@@ -54,6 +54,45 @@ void Settings::setBoolPref_forKey(bool value, const QString &key)
     }
 }
 
+QString Settings::stringPrefForKey_withDefault(const QString &key, const QString &defaultValue)
+{
+    const QString container = _appContainerPath();
+    PreferencesSynchronizeWithContainer(domain, user, host, container);
+    const QVariant stored = PreferencesCopyValueWithContainer(key, domain, user, host, container);
+    const QString result = stored.isValid() ? stored.toString() : defaultValue;
+    DRLog(LOG_DEBUG, "%@ = %@", key, result);
+    return result;
+}
+
+void Settings::setStringPref_forKey(const QString &value, const QString &key)
+{
+    const QString container = _appContainerPath();
+    PreferencesSetValueWithContainer(key, value, domain, user, host, container);
+    if (!PreferencesSynchronizeWithContainer(domain, user, host, container)) {
+        DRLog(LOG_ERR, "Failed to write prefs");
+    }
+}
+
+QString Settings::listSortKey()
+{
+    return stringPrefForKey_withDefault(QStringLiteral("ListSortKey"), QStringLiteral("name"));
+}
+
+void Settings::setListSortKey(const QString &key)
+{
+    setStringPref_forKey(key, QStringLiteral("ListSortKey"));
+}
+
+bool Settings::listSortDescending()
+{
+    return boolPrefForKey_withDefault(QStringLiteral("ListSortDescending"), false);
+}
+
+void Settings::setListSortDescending(bool descending)
+{
+    setBoolPref_forKey(descending, QStringLiteral("ListSortDescending"));
+}
+
 bool Settings::gridMode()
 {
     return boolPrefForKey_withDefault(QStringLiteral("GridMode"), false);

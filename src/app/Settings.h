@@ -24,8 +24,17 @@ public:
     static bool boolPrefForKey_withDefault(const QString &key, bool defaultValue);
     static void setBoolPref_forKey(bool value, const QString &key);
 
+    static QString stringPrefForKey_withDefault(const QString &key, const QString &defaultValue);
+    static void setStringPref_forKey(const QString &value, const QString &key);
+
     static bool gridMode();
     static void setGridMode(bool gridMode);
+    /// How folder lists are sorted on this device: "name", "date", "size" or "kind" ("name"
+    /// until set), and whether the order is reversed.
+    static QString listSortKey();
+    static void setListSortKey(const QString &key);
+    static bool listSortDescending();
+    static void setListSortDescending(bool descending);
     /// Always YES: handing a document to the app that opens it is fixed on, whatever
     /// setQuickLaunch stored.
     static bool quickLaunch();

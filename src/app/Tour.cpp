@@ -18,6 +18,7 @@
 #include "platform/lists/DocumentListModel.h"
 #include "platform/lists/DocumentSearchController.h"
 #include "platform/lists/DocumentTargetSelectionController.h"
+#include "platform/lists/ListPresentation.h"
 #include "platform/quota/KVQOfferManager.h"
 #include "platform/ui/AlertAction.h"
 #include "platform/ui/AlertController.h"
@@ -332,6 +333,34 @@ bool tourEmptyAndSearch(NavController *browser, QWidget *window, const QString &
     return ok;
 }
 
+/// The sheet of orders and views, and a folder of pictures as a grid; the device's own choice
+/// is given back afterwards.
+bool tourSortAndGrid(NavController *browser, QWidget *window, const QString &directory, const QString &prefix)
+{
+    bool ok = true;
+    ListPresentation *presentation = ListPresentation::instance();
+    const bool grid = presentation->gridMode();
+    const ListSortOrder order = presentation->sortOrder();
+    showFolder(browser, driveFile(QStringLiteral("Photos")));
+    DocumentListController *list = browser->getTopDocumentListController();
+    if (!list) {
+        return ok;
+    }
+    list->view()->resize(window->size());
+    list->showPresentationOptions();
+    ok &= snap(window, directory, prefix + QStringLiteral("26-sort-and-view"));
+    if (ViewController *sheet = browser->presentedViewController()) {
+        sheet->dismissViewControllerAnimated(false);
+    }
+    presentation->setGridMode(true);
+    settle(800); // thumbnails come in off the main thread
+    ok &= snap(window, directory, prefix + QStringLiteral("27-grid"));
+    presentation->setGridMode(grid);
+    presentation->setSortOrder(order);
+    browser->setupInitialViewController();
+    return ok;
+}
+
 bool tourInSize(const QString &directory, const QString &sizeName, const QSize &size, Device::Idiom idiom)
 {
     Device::setForcedIdiom(idiom);
@@ -401,6 +430,7 @@ bool tourInSize(const QString &directory, const QString &sizeName, const QSize &
     }
     browser->setupInitialViewController();
     ok &= tourEmptyAndSearch(browser, &window, directory, prefix);
+    ok &= tourSortAndGrid(browser, &window, directory, prefix);
     return ok;
 }
 } // namespace

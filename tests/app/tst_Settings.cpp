@@ -76,6 +76,21 @@ private slots:
         QCOMPARE(Settings::gridMode(), false);
     }
 
+    // The sort order is the device's: by name until changed, then as last chosen, in every process.
+    void listSortOrderIsRemembered()
+    {
+        QCOMPARE(Settings::listSortKey(), QStringLiteral("name"));
+        QCOMPARE(Settings::listSortDescending(), false);
+        Settings::setListSortKey(QStringLiteral("date"));
+        Settings::setListSortDescending(true);
+        QCOMPARE(Settings::listSortKey(), QStringLiteral("date"));
+        QCOMPARE(Settings::listSortDescending(), true);
+        QCOMPARE(storedValue(QStringLiteral("ListSortKey")).toString(), QStringLiteral("date"));
+        QCOMPARE(storedValue(QStringLiteral("ListSortDescending")).toBool(), true);
+        Settings::setListSortKey(QStringLiteral("name"));
+        Settings::setListSortDescending(false);
+    }
+
     // The container is found once and named in the log.
     void containerPathIsInsideTheHome()
     {

@@ -1,8 +1,14 @@
+#include "app/Settings.h"
 #include "model/DRItem.h"
+#include "platform/drive/DriveSetup.h"
 #include "platform/drive/Thumbnailer.h"
 #include "platform/foundation/FilePath.h"
 #include "platform/lists/DocumentListController.h"
 #include "platform/lists/DocumentListModel.h"
+#include "platform/lists/ListPresentation.h"
+#include "platform/ui/AlertAction.h"
+#include "platform/ui/AlertController.h"
+#include "platform/ui/Window.h"
 #include "support/TestDrive.h"
 
 #include <QDir>
@@ -12,6 +18,7 @@
 #include <QElapsedTimer>
 #include <QHash>
 #include <QListView>
+#include <QPushButton>
 #include <QTemporaryDir>
 #include <QTimer>
 #include <QTest>
@@ -45,7 +52,120 @@ private:
         return {};
     }
 
+    /// A document with a size and a date of its own.
+    static bool writeDated(const QString &path, qsizetype size, qint64 modifiedSecs)
+    {
+        if (!TestDrive::writeFile(path, QByteArray(size, 'x'))) {
+            return false;
+        }
+        QFile file(path);
+        return file.open(QIODevice::ReadWrite)
+            && file.setFileTime(QDateTime::fromSecsSinceEpoch(modifiedSecs), QFileDevice::FileModificationTime);
+    }
+
+    /// A folder for the order tests: a folder, three documents of different ages, sizes and
+    /// kinds, and a promised one whose size and date only its placeholder knows.
+    QString orderedFolder()
+    {
+        const QString folder = m_drive.freshFolder(QStringLiteral("Ordered"));
+        QDir().mkpath(folder + QStringLiteral("/Zebra"));
+        writeDated(folder + QStringLiteral("/apple.txt"), 300, 1700000300); // newest, mid-sized
+        writeDated(folder + QStringLiteral("/Banana.pdf"), 10, 1700000100); // oldest, smallest
+        writeDated(folder + QStringLiteral("/cherry.png"), 200, 1700000200);
+        writeDated(folder + QStringLiteral("/Far.txt"), 5000, 1700000150);
+        if (DriveSetup::promise(folder + QStringLiteral("/Far.txt"))) {
+            return {};
+        }
+        return folder;
+    }
+
+    static AlertController *shownSheet(DocumentListController *list)
+    {
+        return qobject_cast<AlertController *>(list->presentedViewController());
+    }
+
 private slots:
+    // the order is the device's: by date the newest come first, by size the largest, by kind
+    // the types from A; folders stay on top, a promised item is placed by what it will be
+    void theListFollowsTheChosenOrder()
+    {
+        const QString folder = orderedFolder();
+        QVERIFY(!folder.isEmpty());
+        DocumentListController list(QUrl::fromLocalFile(folder), nullptr);
+        QCOMPARE(names(&list), (QStringList{QStringLiteral("Zebra"), QStringLiteral("apple.txt"), QStringLiteral("Banana.pdf"),
+                                            QStringLiteral("cherry.png"), QStringLiteral("Far.txt")}));
+        ListPresentation::instance()->setSortOrder({ListSortOrder::Key::Date, true});
+        QCOMPARE(names(&list), (QStringList{QStringLiteral("Zebra"), QStringLiteral("apple.txt"), QStringLiteral("cherry.png"),
+                                            QStringLiteral("Far.txt"), QStringLiteral("Banana.pdf")}));
+        ListPresentation::instance()->setSortOrder({ListSortOrder::Key::Size, true});
+        QCOMPARE(names(&list), (QStringList{QStringLiteral("Zebra"), QStringLiteral("Far.txt"), QStringLiteral("apple.txt"),
+                                            QStringLiteral("cherry.png"), QStringLiteral("Banana.pdf")}));
+        ListPresentation::instance()->setSortOrder({ListSortOrder::Key::Size, false});
+        QCOMPARE(names(&list).mid(1, 1), QStringList{QStringLiteral("Banana.pdf")});
+        ListPresentation::instance()->setSortOrder({ListSortOrder::Key::Kind, false});
+        // "PDF document", the two "plain text document"s by name, then "PNG image"
+        QCOMPARE(names(&list), (QStringList{QStringLiteral("Zebra"), QStringLiteral("Banana.pdf"), QStringLiteral("apple.txt"),
+                                            QStringLiteral("Far.txt"), QStringLiteral("cherry.png")}));
+        // a list opened now starts in the device's order, and a re-read keeps it
+        DocumentListController later(QUrl::fromLocalFile(folder), nullptr);
+        QCOMPARE(names(&later), names(&list));
+        later.reloadContents();
+        QCOMPARE(names(&later), names(&list));
+        ListPresentation::instance()->setSortOrder({});
+        QCOMPARE(names(&list).at(1), QStringLiteral("apple.txt"));
+    }
+
+    // the sheet beside the search offers the orders, marks the one in force, turns it round on a
+    // second tap, and switches every list between rows and a grid; the choice is remembered
+    void theSortAndViewSheetChangesEveryList()
+    {
+        const QString folder = orderedFolder();
+        QVERIFY(!folder.isEmpty());
+        Window window(QRect(0, 0, 390, 844));
+        auto *list = new DocumentListController(QUrl::fromLocalFile(folder), nullptr);
+        window.setRootViewController(list);
+        window.makeKeyAndVisible();
+        DocumentListController other(QUrl::fromLocalFile(m_drive.root()), nullptr);
+        other.listView();
+
+        auto *button = list->view()->findChild<QPushButton *>(QStringLiteral("presentationButton"));
+        QVERIFY(button);
+        QCOMPARE(button->accessibleName(), QStringLiteral("Sort and View"));
+        QTest::mouseClick(button, Qt::LeftButton);
+        AlertController *sheet = shownSheet(list);
+        QVERIFY(sheet);
+        QCOMPARE(sheet->title(), QStringLiteral("Sort By"));
+        QCOMPARE(sheet->actionWithTitle(QStringLiteral("Name"))->detail(), QStringLiteral("✓ ↑"));
+        QVERIFY(sheet->actionWithTitle(QStringLiteral("Date"))->detail().isEmpty());
+        QVERIFY(sheet->actionWithTitle(QStringLiteral("Show as Grid")));
+
+        sheet->pressAction(sheet->actionWithTitle(QStringLiteral("Date")));
+        QCOMPARE(list->sortOrder(), (ListSortOrder{ListSortOrder::Key::Date, true}));
+        QCOMPARE(other.sortOrder(), list->sortOrder());
+        QCOMPARE(Settings::listSortKey(), QStringLiteral("date"));
+        QCOMPARE(names(list).at(1), QStringLiteral("apple.txt"));
+
+        list->showPresentationOptions();
+        sheet = shownSheet(list);
+        QCOMPARE(sheet->actionWithTitle(QStringLiteral("Date"))->detail(), QStringLiteral("✓ ↓"));
+        sheet->pressAction(sheet->actionWithTitle(QStringLiteral("Date")));
+        QCOMPARE(list->sortOrder(), (ListSortOrder{ListSortOrder::Key::Date, false}));
+        QCOMPARE(names(list).at(1), QStringLiteral("Banana.pdf"));
+
+        list->showPresentationOptions();
+        sheet = shownSheet(list);
+        sheet->pressAction(sheet->actionWithTitle(QStringLiteral("Show as Grid")));
+        QVERIFY(Settings::gridMode());
+        QCOMPARE(list->listView()->viewMode(), QListView::IconMode);
+        QCOMPARE(other.listView()->viewMode(), QListView::IconMode);
+        list->showPresentationOptions();
+        sheet = shownSheet(list);
+        sheet->pressAction(sheet->actionWithTitle(QStringLiteral("Show as List")));
+        QVERIFY(!Settings::gridMode());
+        QCOMPARE(list->listView()->viewMode(), QListView::ListMode);
+        ListPresentation::instance()->setSortOrder({});
+    }
+
     // the device's own pictures, SVGs and PDFs show what they hold, and keep showing it after a
     // rename, though nobody downloaded them and the cache knew them by another name
     void localPicturesGetThumbnailsThatFollowARename()

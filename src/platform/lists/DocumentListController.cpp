@@ -1,6 +1,5 @@
 #include "platform/lists/DocumentListController.h"
 
-#include "app/Settings.h"
 #include "model/FileUtils.h"
 #include "platform/drive/DriveLayout.h"
 #include "platform/drive/KDContainer.h"
@@ -12,10 +11,12 @@
 #include "platform/lists/DocumentListControllerDelegate.h"
 #include "platform/lists/DocumentListModel.h"
 #include "platform/lists/DocumentSearchController.h"
+#include "platform/lists/ListPresentation.h"
 #include "platform/ui/AlertAction.h"
 #include "platform/ui/AlertController.h"
 #include "platform/ui/Font.h"
 #include "platform/ui/NavigationController.h"
+#include "platform/ui/PopoverPresentationController.h"
 #include "platform/ui/SystemColor.h"
 #include "platform/ui/TemplateIcon.h"
 
@@ -41,6 +42,22 @@ constexpr int TapSlop = 10;
 QString driveRootTitle()
 {
     return LocalizedString::localized(QStringLiteral("Aerova Drive"));
+}
+
+/// A round button beside the search field: an icon in the app's tint, a finger's size, its
+/// name for screen readers.
+QPushButton *makeRowButton(const QString &iconName, const QString &name, QWidget *parent)
+{
+    auto *button = new QPushButton(parent);
+    button->setIcon(TemplateIcon::named(iconName, SystemColor::systemBlueColor()));
+    button->setIconSize(QSize(22, 22));
+    button->setFixedSize(36, 36);
+    button->setCursor(Qt::PointingHandCursor);
+    button->setAccessibleName(LocalizedString::localized(name));
+    button->setToolTip(LocalizedString::localized(name));
+    button->setStyleSheet(QStringLiteral("QPushButton { background: #eeeef0; border: none; border-radius: 18px; }"
+                                         "QPushButton:pressed { background: #d8d8dc; }"));
+    return button;
 }
 } // namespace
 
@@ -85,8 +102,65 @@ void DocumentListController::setUp()
             showActionsForItemAtURL(index.data(DocumentListModel::UrlRole).toUrl());
         }
     });
-    m_model->setEntries(readEntries(m_isDriveRoot, m_presentedURL.toLocalFile()));
+    m_sortOrder = ListPresentation::instance()->sortOrder();
+    connect(ListPresentation::instance(), &ListPresentation::changed, this, &DocumentListController::followPresentation);
+    m_model->setEntries(readEntries(m_isDriveRoot, m_presentedURL.toLocalFile(), m_sortOrder));
     watchFolder();
+}
+
+void DocumentListController::followPresentation()
+{
+    if (m_listView) {
+        applyGridMode();
+    }
+    const ListSortOrder order = ListPresentation::instance()->sortOrder();
+    if (order == m_sortOrder) {
+        return;
+    }
+    m_sortOrder = order;
+    // the rows already read, in the new order: nothing of the folder is listed again
+    QList<DocumentListEntry> entries = m_model->entries();
+    DocumentListModel::sortEntries(entries, m_sortOrder);
+    ++m_readGeneration; // a read still under way sorted the old way
+    applyEntries(std::move(entries));
+}
+
+void DocumentListController::showPresentationOptions()
+{
+    ListPresentation *presentation = ListPresentation::instance();
+    const ListSortOrder current = presentation->sortOrder();
+    auto *menu = new AlertController(LocalizedString::localized(QStringLiteral("Sort By")), QString(),
+                                     AlertController::Style::ActionSheet);
+    const QList<std::pair<ListSortOrder::Key, QString>> keys{
+        {ListSortOrder::Key::Name, QStringLiteral("Name")},
+        {ListSortOrder::Key::Date, QStringLiteral("Date")},
+        {ListSortOrder::Key::Size, QStringLiteral("Size")},
+        {ListSortOrder::Key::Kind, QStringLiteral("Kind")},
+    };
+    for (const auto &[key, title] : keys) {
+        auto *action = new AlertAction(LocalizedString::localized(title), AlertAction::Style::Default,
+                                       [presentation, key = key, current](AlertAction *) {
+                                           // the chosen key again turns the order round
+                                           presentation->setSortOrder(
+                                               {key, key == current.key ? !current.descending
+                                                                        : ListSortOrder::startsDescending(key)});
+                                       });
+        if (key == current.key) {
+            action->setDetail(current.descending ? QStringLiteral("✓ ↓") : QStringLiteral("✓ ↑"));
+        }
+        menu->addAction(action);
+    }
+    const bool grid = presentation->gridMode();
+    menu->addAction(new AlertAction(LocalizedString::localized(grid ? QStringLiteral("Show as List")
+                                                                    : QStringLiteral("Show as Grid")),
+                                    AlertAction::Style::Default,
+                                    [presentation, grid](AlertAction *) { presentation->setGridMode(!grid); }));
+    menu->addAction(new AlertAction(LocalizedString::localized(QStringLiteral("Cancel")), AlertAction::Style::Cancel, {}));
+    if (m_presentationButton) {
+        menu->popoverPresentationController()->setSourceView(m_presentationButton);
+        menu->popoverPresentationController()->setSourceRect(m_presentationButton->rect());
+    }
+    presenter()->presentViewController(menu, true);
 }
 
 void DocumentListController::watchFolder()
@@ -168,7 +242,12 @@ QWidget *DocumentListController::loadView()
     connect(search, &QPushButton::clicked, this, &DocumentListController::showSearch);
     auto *searchRow = new QHBoxLayout;
     searchRow->setContentsMargins(12, 8, 12, 8);
-    searchRow->addWidget(search);
+    searchRow->setSpacing(8);
+    searchRow->addWidget(search, 1);
+    m_presentationButton = makeRowButton(QStringLiteral("view-more-horizontal"), QStringLiteral("Sort and View"), root);
+    m_presentationButton->setObjectName(QStringLiteral("presentationButton"));
+    connect(m_presentationButton, &QPushButton::clicked, this, &DocumentListController::showPresentationOptions);
+    searchRow->addWidget(m_presentationButton);
     layout->addLayout(searchRow);
 
     m_listView = new QListView(root);
@@ -313,7 +392,7 @@ QListView *DocumentListController::listView()
 
 void DocumentListController::applyGridMode()
 {
-    const bool grid = Settings::gridMode();
+    const bool grid = ListPresentation::instance()->gridMode();
     m_itemDelegate->setGridMode(grid);
     if (grid) {
         m_listView->setViewMode(QListView::IconMode);
@@ -391,15 +470,16 @@ void DocumentListController::setEditing_animated(bool editing, bool animated)
     m_listView->viewport()->update();
 }
 
-QList<DocumentListEntry> DocumentListController::readEntries(bool isDriveRoot, const QString &folderPath)
+QList<DocumentListEntry> DocumentListController::readEntries(bool isDriveRoot, const QString &folderPath,
+                                                              const ListSortOrder &order)
 {
-    return isDriveRoot ? DocumentListModel::entriesOfDriveRoot() : DocumentListModel::entriesOfFolder(folderPath);
+    return isDriveRoot ? DocumentListModel::entriesOfDriveRoot(order) : DocumentListModel::entriesOfFolder(folderPath, order);
 }
 
 void DocumentListController::reloadContents()
 {
     ++m_readGeneration; // what a background read still brings is older than this
-    applyEntries(readEntries(m_isDriveRoot, m_presentedURL.toLocalFile()));
+    applyEntries(readEntries(m_isDriveRoot, m_presentedURL.toLocalFile(), m_sortOrder));
 }
 
 void DocumentListController::reloadContentsInBackground()
@@ -414,11 +494,12 @@ void DocumentListController::reloadContentsInBackground()
     const quint64 generation = ++m_readGeneration;
     const bool isDriveRoot = m_isDriveRoot;
     const QString folderPath = m_presentedURL.toLocalFile();
+    const ListSortOrder order = m_sortOrder;
     const QPointer<DocumentListController> self(this);
     // a folder of a hundred thousand items takes a good part of a second to read and sort:
     // the list stays scrollable meanwhile
-    DispatchQueue::globalAsync([self, generation, isDriveRoot, folderPath] {
-        QList<DocumentListEntry> entries = readEntries(isDriveRoot, folderPath);
+    DispatchQueue::globalAsync([self, generation, isDriveRoot, folderPath, order] {
+        QList<DocumentListEntry> entries = readEntries(isDriveRoot, folderPath, order);
         DispatchQueue::main()->async([self, generation, entries = std::move(entries)]() mutable {
             if (!self) {
                 return;

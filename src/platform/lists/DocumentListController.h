@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/lists/DocumentListEntry.h"
+#include "platform/lists/ListSortOrder.h"
 #include "platform/ui/ViewController.h"
 
 #include <QPointer>
@@ -13,6 +14,7 @@ class DocumentListModel;
 class QFileSystemWatcher;
 class QLabel;
 class QListView;
+class QPushButton;
 
 /// The list of one folder of the drive: the drive's root (the default container's items and
 /// the app containers by name), an app container's documents folder, or any folder below.
@@ -78,6 +80,10 @@ public:
     void showSearch();
     /// Selects every item (in edit mode).
     void selectAll();
+    /// The sheet of the list's order (name, date, size, kind; the chosen one again turns it
+    /// round) and of rows or grid, for every list of the device.
+    void showPresentationOptions();
+    ListSortOrder sortOrder() const { return m_sortOrder; }
     /// Whether the list says "This folder is empty" instead of showing rows.
     bool isShowingEmptyFolder() const;
 
@@ -95,7 +101,9 @@ private:
     void applyGridMode();
     void watchFolder();
     /// The list's rows as they are on disk now; callable from any thread.
-    static QList<DocumentListEntry> readEntries(bool isDriveRoot, const QString &folderPath);
+    static QList<DocumentListEntry> readEntries(bool isDriveRoot, const QString &folderPath, const ListSortOrder &order);
+    /// Takes up the device's list presentation after a change: grid or rows, and the order.
+    void followPresentation();
     void reloadContentsInBackground();
     void applyEntries(QList<DocumentListEntry> entries);
     void notifyItemsChanged();
@@ -117,6 +125,8 @@ private:
     DocumentListModel *m_model = nullptr;
     QPointer<QListView> m_listView;
     QPointer<QLabel> m_emptyLabel;
+    QPointer<QPushButton> m_presentationButton;
+    ListSortOrder m_sortOrder;
     DocumentItemDelegate *m_itemDelegate = nullptr;
     QPointer<QWidget> m_rowAnchor;
     QPointer<QObject> m_delegate;

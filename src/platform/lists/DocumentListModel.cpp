@@ -16,6 +16,8 @@
 #include <QMimeDatabase>
 #include <QPointer>
 
+#include <sys/stat.h>
+
 namespace {
 /// Records kept for painted rows; more are dropped and read again when needed.
 constexpr int MaximumCachedRecords = 1024;
@@ -202,7 +204,7 @@ int DocumentListModel::rowForURL(const QUrl &url) const
     return m_rowOfURL.value(url, -1);
 }
 
-QList<DocumentListEntry> DocumentListModel::entriesOfFolder(const QString &folderPath)
+QList<DocumentListEntry> DocumentListModel::entriesOfFolder(const QString &folderPath, const ListSortOrder &order)
 {
     QList<DocumentListEntry> entries;
     QSet<QString> realNames;
@@ -235,7 +237,7 @@ QList<DocumentListEntry> DocumentListModel::entriesOfFolder(const QString &folde
         entry.isPromise = true;
         entries.append(std::move(entry));
     }
-    sortEntries(entries);
+    sortEntries(entries, order);
     return entries;
 }
 
@@ -261,13 +263,13 @@ bool DocumentListModel::isListedAsFolder(const QString &path, FilePath::EntryKin
     return suffix.isEmpty() || UniformType::preferredIdentifierForExtension(suffix).isEmpty();
 }
 
-QList<DocumentListEntry> DocumentListModel::entriesOfDriveRoot()
+QList<DocumentListEntry> DocumentListModel::entriesOfDriveRoot(const ListSortOrder &order)
 {
     QList<DocumentListEntry> entries;
     QList<DocumentListEntry> appContainers;
     for (const std::shared_ptr<KDContainer> &container : KDContainer::allContainers()) {
         if (container->isDefaultContainer()) {
-            entries = entriesOfFolder(container->containerURL().toLocalFile());
+            entries = entriesOfFolder(container->containerURL().toLocalFile(), order);
             continue;
         }
         const QUrl documents = container->documentsURL();
@@ -280,7 +282,8 @@ QList<DocumentListEntry> DocumentListModel::entriesOfDriveRoot()
         entry.isAppContainer = true;
         appContainers.append(std::move(entry));
     }
-    sortEntries(appContainers);
+    // by name whatever the order: the app folders are the drive's fixed landmarks
+    sortEntries(appContainers, {});
     // app folders come first, like the folders of a folder
     return appContainers + entries;
 }
@@ -296,24 +299,84 @@ QCollator DocumentListModel::nameCollator()
     return collator;
 }
 
-void DocumentListModel::sortEntries(QList<DocumentListEntry> &entries)
+namespace {
+
+/// What an entry is sorted by besides its name: its date, size or kind, read only for the key
+/// asked (a listing by name reads no item at all).
+struct SortFacts {
+    qint64 number = 0;
+    QString kind;
+};
+
+SortFacts sortFactsOf(const DocumentListEntry &entry, ListSortOrder::Key key, QHash<QString, QString> *kindOfSuffix)
+{
+    SortFacts facts;
+    if (key == ListSortOrder::Key::Kind) {
+        if (!(entry.isFolder || entry.isAppContainer)) {
+            const QString suffix = QFileInfo(entry.name).suffix().toLower();
+            auto it = kindOfSuffix->find(suffix);
+            if (it == kindOfSuffix->end()) {
+                static const QMimeDatabase types;
+                it = kindOfSuffix->insert(suffix, types.mimeTypeForFile(entry.name, QMimeDatabase::MatchExtension).comment());
+            }
+            facts.kind = *it;
+        }
+        return facts;
+    }
+    const QString path = FilePath::localPath(entry.url);
+    if (entry.isPromise) {
+        std::optional<Error> error;
+        if (const auto placeholder = PromisePlaceholder::read(PromisePlaceholder::placeholderPathFor(path), &error)) {
+            facts.number = key == ListSortOrder::Key::Size ? placeholder->size
+                                                           : placeholder->modificationDate.toMSecsSinceEpoch();
+        }
+        return facts;
+    }
+    if (const std::optional<struct stat> st = FilePath::linkStatus(path)) {
+        facts.number = key == ListSortOrder::Key::Size
+            ? (S_ISDIR(st->st_mode) ? 0 : qint64(st->st_size))
+            : qint64(st->st_mtim.tv_sec) * 1000 + st->st_mtim.tv_nsec / 1'000'000;
+    }
+    return facts;
+}
+
+} // namespace
+
+void DocumentListModel::sortEntries(QList<DocumentListEntry> &entries, const ListSortOrder &order)
 {
     const QCollator collator = nameCollator();
     struct Keyed {
         QCollatorSortKey key;
         bool isFolder;
+        SortFacts facts;
         qsizetype index;
     };
     std::vector<Keyed> keyed;
     keyed.reserve(entries.size());
+    QHash<QString, QString> kindOfSuffix;
     for (qsizetype i = 0; i < entries.size(); ++i) {
+        const DocumentListEntry &entry = entries.at(i);
         // sorted as shown: a byte that is no text sorts as the replacement character it shows as
-        keyed.push_back({collator.sortKey(FilePath::displayName(entries.at(i).name)),
-                         entries.at(i).isFolder || entries.at(i).isAppContainer, i});
+        keyed.push_back({collator.sortKey(FilePath::displayName(entry.name)), entry.isFolder || entry.isAppContainer,
+                         order.key == ListSortOrder::Key::Name ? SortFacts{} : sortFactsOf(entry, order.key, &kindOfSuffix),
+                         i});
     }
-    std::stable_sort(keyed.begin(), keyed.end(), [](const Keyed &a, const Keyed &b) {
+    const auto byKey = [&order, &collator](const Keyed &a, const Keyed &b) {
+        switch (order.key) {
+        case ListSortOrder::Key::Name: return a.key.compare(b.key);
+        case ListSortOrder::Key::Kind: return collator.compare(a.facts.kind, b.facts.kind);
+        case ListSortOrder::Key::Date:
+        case ListSortOrder::Key::Size: return a.facts.number < b.facts.number ? -1 : a.facts.number > b.facts.number ? 1 : 0;
+        }
+        return 0;
+    };
+    std::stable_sort(keyed.begin(), keyed.end(), [&](const Keyed &a, const Keyed &b) {
         if (a.isFolder != b.isFolder) {
             return a.isFolder;
+        }
+        const int compared = byKey(a, b);
+        if (compared != 0) {
+            return order.descending ? compared > 0 : compared < 0;
         }
         return a.key.compare(b.key) < 0;
     });

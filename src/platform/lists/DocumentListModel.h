@@ -2,6 +2,7 @@
 
 #include "platform/foundation/FilePath.h"
 #include "platform/lists/DocumentListEntry.h"
+#include "platform/lists/ListSortOrder.h"
 
 #include <QAbstractListModel>
 #include <QCollator>
@@ -53,11 +54,12 @@ public:
     std::shared_ptr<DRItem> itemAtRow(int row) const;
 
     /// The items of a folder: its visible entries and its promised items, folders first, then
-    /// by name as people sort them (numbers by value, case ignored).
-    static QList<DocumentListEntry> entriesOfFolder(const QString &folderPath);
-    /// The drive's root: the default container's items, then the app containers by name.
-    static QList<DocumentListEntry> entriesOfDriveRoot();
-    static void sortEntries(QList<DocumentListEntry> &entries);
+    /// in `order` (by name as people sort them: numbers by value, case ignored). By name it reads
+    /// no item; by date or size one status (or placeholder) per item.
+    static QList<DocumentListEntry> entriesOfFolder(const QString &folderPath, const ListSortOrder &order = {});
+    /// The drive's root: the app containers by name, then the default container's items in `order`.
+    static QList<DocumentListEntry> entriesOfDriveRoot(const ListSortOrder &order = {});
+    static void sortEntries(QList<DocumentListEntry> &entries, const ListSortOrder &order);
     /// Compares names as people sort them: numbers by value, case ignored.
     static QCollator nameCollator();
     /// The type icon of an entry: a folder's, an app folder's, or its document type's.

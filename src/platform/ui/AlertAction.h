@@ -30,6 +30,9 @@ public:
     Style style() const { return m_style; }
     bool isEnabled() const { return m_enabled; }
     void setEnabled(bool enabled);
+    /// A mark shown after the title: the chosen option of a menu ("✓"), its direction.
+    QString detail() const { return m_detail; }
+    void setDetail(const QString &detail) { m_detail = detail; }
     bool hasDismissalCheck() const { return bool(m_shouldDismiss); }
     /// Whether pressing the action closes the alert.
     bool shouldDismiss() const { return !m_shouldDismiss || m_shouldDismiss(); }
@@ -40,6 +43,7 @@ Q_SIGNALS:
 
 private:
     QString m_title;
+    QString m_detail;
     Style m_style;
     bool m_enabled = true;
     std::function<void(AlertAction *)> m_handler;

@@ -208,7 +208,8 @@ QWidget *AlertController::loadView()
 
 QPushButton *AlertController::makeButton(AlertAction *action, QWidget *parent)
 {
-    auto *button = new QPushButton(action->title(), parent);
+    const QString text = action->detail().isEmpty() ? action->title() : action->title() + QStringLiteral("  ") + action->detail();
+    auto *button = new QPushButton(text, parent);
     button->setObjectName(QStringLiteral("alertButton"));
     button->setProperty("alertAction", QVariant::fromValue<QObject *>(action));
     button->setMinimumHeight(ButtonHeight);
