@@ -4,6 +4,7 @@
 #include "platform/drive/DriveLayout.h"
 #include "platform/drive/FileAttributes.h"
 #include "platform/drive/KDURL.h"
+#include "platform/drive/PendingFile.h"
 #include "platform/drive/Progress.h"
 #include "platform/drive/PromisePlaceholder.h"
 #include "platform/drive/RemoteAccount.h"
@@ -55,70 +56,7 @@ private:
     int m_fd;
 };
 
-/// The file being written before it gets the item's name: unnamed when the file system allows
-/// it (nothing is left behind if the process dies), else a hidden name that is removed on
-/// failure.
-struct PendingFile {
-    int fd = -1;
-    QByteArray namedPath; // empty for an unnamed file
-};
-
-PendingFile openPendingFile(int dirFd, const QString &folder, const QString &name)
-{
-    PendingFile pending;
-    pending.fd = ::openat(dirFd, ".", O_TMPFILE | O_RDWR | O_CLOEXEC, 0644);
-    if (pending.fd >= 0) {
-        return pending;
-    }
-    pending.namedPath = FilePath::encode(folder + QStringLiteral("/.") + name) + ".download-XXXXXX";
-    pending.fd = ::mkostemp(pending.namedPath.data(), O_CLOEXEC);
-    if (pending.fd < 0) {
-        pending.namedPath.clear();
-    }
-    return pending;
-}
-
-void discardPendingFile(const PendingFile &pending)
-{
-    if (!pending.namedPath.isEmpty()) {
-        ::unlink(pending.namedPath.constData());
-    }
-    if (pending.fd >= 0) {
-        ::close(pending.fd);
-    }
-}
-
-/// Gives the written file the item's name; never replaces an existing item.
-int publishPendingFile(const PendingFile &pending, int dirFd, const QByteArray &name)
-{
-    if (pending.namedPath.isEmpty()) {
-        const QByteArray procPath = "/proc/self/fd/" + QByteArray::number(pending.fd);
-        return ::linkat(AT_FDCWD, procPath.constData(), dirFd, name.constData(), AT_SYMLINK_FOLLOW);
-    }
-    return ::renameat2(AT_FDCWD, pending.namedPath.constData(), dirFd, name.constData(), RENAME_NOREPLACE);
-}
-
 /// Copies `total` bytes, reporting progress and honouring the store's speed and a cancel.
-/// Copies up to `want` bytes from `in` to `out`: in the kernel while it can, else through
-/// `buffer` (`kernelCopy` turns false for good once the file systems refuse). The bytes
-/// copied, 0 at the end of `in`, -1 on an error (errno set).
-ssize_t copyStep(int in, int out, size_t want, bool *kernelCopy, QByteArray *buffer)
-{
-    if (*kernelCopy) {
-        const ssize_t n = ::copy_file_range(in, nullptr, out, nullptr, want, 0);
-        if (n >= 0 || !(errno == EXDEV || errno == EINVAL || errno == ENOSYS || errno == EOPNOTSUPP)) {
-            return n;
-        }
-        *kernelCopy = false;
-    }
-    buffer->resize(qsizetype(want));
-    const ssize_t n = ::read(in, buffer->data(), want);
-    if (n > 0 && ::write(out, buffer->constData(), size_t(n)) != n) {
-        return -1;
-    }
-    return n;
-}
-
 std::optional<Error> copyContent(int in, int out, qint64 total, Progress &progress, CancellationToken *cancel,
                                  const QString &path)
 {
@@ -134,7 +72,7 @@ std::optional<Error> copyContent(int in, int out, qint64 total, Progress &progre
             return Error::fileError(UserCancelledError, {{QString::fromLatin1(ErrorKey::FilePath), path}});
         }
         const size_t want = size_t(std::min(step, total - copied));
-        const ssize_t n = copyStep(in, out, want, &kernelCopy, &buffer);
+        const ssize_t n = PendingFile::copyStep(in, out, want, &kernelCopy, &buffer);
         if (n < 0) {
             return Error::fromErrno(errno, path, FileReadUnknownError);
         }
@@ -181,7 +119,7 @@ bool copyToEnd(int in, int out)
     QByteArray buffer;
     ssize_t n = 0;
     do {
-        n = copyStep(in, out, size_t(chunkSize), &kernelCopy, &buffer);
+        n = PendingFile::copyStep(in, out, size_t(chunkSize), &kernelCopy, &buffer);
     } while (n > 0);
     return n == 0;
 }
@@ -395,7 +333,7 @@ std::optional<Error> PromiseStore::materialize(const QString &logicalPath, Cance
     progress->setFileURL(QUrl::fromLocalFile(logicalPath));
     progress->publish();
 
-    const PendingFile pending = openPendingFile(dirFd.get(), folder, logical.fileName());
+    const PendingFile pending = PendingFile::open(dirFd.get(), folder, logical.fileName());
     if (pending.fd < 0) {
         const int openErrno = errno;
         progress->unpublish();
@@ -404,11 +342,11 @@ std::optional<Error> PromiseStore::materialize(const QString &logicalPath, Cance
     error = copyContent(in.get(), pending.fd, qint64(storeStat.st_size), *progress, cancel, logicalPath);
     if (!error) {
         applyItemAttributes(pending.fd, *placeholder);
-        if (publishPendingFile(pending, dirFd.get(), FilePath::encode(logical.fileName())) != 0) {
+        if (pending.publish(dirFd.get(), FilePath::encode(logical.fileName())) != 0) {
             error = Error::fromErrno(errno, logicalPath);
         }
     }
-    discardPendingFile(pending);
+    pending.discard();
     if (!error) {
         ::unlinkat(dirFd.get(), FilePath::encode(QFileInfo(placeholderPath).fileName()).constData(), 0);
         Thumbnailer::writeThumbnails(logicalPath); // best effort: a missing thumbnail shows the type's icon
