@@ -333,8 +333,8 @@ bool tourEmptyAndSearch(NavController *browser, QWidget *window, const QString &
     return ok;
 }
 
-/// The sheet of orders and views, and a folder of pictures as a grid; the device's own choice
-/// is given back afterwards.
+/// The sheet of orders and views, a folder of pictures as a grid, and the Add sheet; the
+/// device's own choice of view is given back afterwards.
 bool tourSortAndGrid(NavController *browser, QWidget *window, const QString &directory, const QString &prefix)
 {
     bool ok = true;
@@ -355,6 +355,11 @@ bool tourSortAndGrid(NavController *browser, QWidget *window, const QString &dir
     presentation->setGridMode(true);
     settle(800); // thumbnails come in off the main thread
     ok &= snap(window, directory, prefix + QStringLiteral("27-grid"));
+    list->showAddOptions();
+    ok &= snap(window, directory, prefix + QStringLiteral("28-add-sheet"));
+    if (ViewController *sheet = browser->presentedViewController()) {
+        sheet->dismissViewControllerAnimated(false);
+    }
     presentation->setGridMode(grid);
     presentation->setSortOrder(order);
     browser->setupInitialViewController();

@@ -976,6 +976,19 @@ void NavController::promtForNewFolderAndCreate()
     }
 }
 
+bool NavController::documentListControllerCanCreateFolder(DocumentListController *list)
+{
+    return !m_editMode && canEnableNewFolderForSelectedItems(list);
+}
+
+void NavController::documentListControllerCreateFolder(DocumentListController *list)
+{
+    // the sheet belongs to the list on top: that is where the prompt makes the folder
+    if (list == getTopDocumentListController() && documentListControllerCanCreateFolder(list)) {
+        promtForNewFolderAndCreate();
+    }
+}
+
 void NavController::showNewFolderPromptDuringMove_itemsToMove(const QUrl &folderURL, const QList<QUrl> &itemsToMove)
 {
     if (folderURL.isEmpty()) {

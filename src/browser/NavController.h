@@ -175,6 +175,9 @@ public:
                                                                              QWidget *originatingView,
                                                                              std::function<void()> completion) override;
     void documentListController_performAction_URL(DocumentListController *list, qint64 action, const QUrl &url);
+    /// The Add sheet's New Folder follows the New Folder button's rule and flow.
+    bool documentListControllerCanCreateFolder(DocumentListController *list) override;
+    void documentListControllerCreateFolder(DocumentListController *list) override;
     /// The item actions: Rename Item…, Share Item… (not for folders), Move to Folder… (where
     /// there are folders; never for an app library), Cancel.
     void showActionsMenuFromView_url_presentedURL_completion(QWidget *view, const QUrl &url, const QUrl &presentedURL,

@@ -677,6 +677,27 @@ private Q_SLOTS:
         QVERIFY(!shownOver(&browser));
     }
 
+    // the list's Add sheet makes a folder where the New Folder button would, and nowhere else
+    void theAddSheetsNewFolderFollowsTheFolderRules()
+    {
+        const QString folder = m_drive.freshFolder(QStringLiteral("Added Into"));
+        NavController browser;
+        browser.view();
+        DocumentListController *list = showFolder(&browser, folder);
+        QVERIFY(browser.documentListControllerCanCreateFolder(list));
+        browser.documentListControllerCreateFolder(list);
+        FilenamePrompt *prompt = browser.folderPromptAlert();
+        QVERIFY(prompt);
+        QCOMPARE(prompt->alert()->title(), QStringLiteral("New Folder"));
+        typeAndConfirm(prompt, QStringLiteral("Receipts"));
+        QVERIFY(QFileInfo(folder + QStringLiteral("/Receipts")).isDir());
+
+        DocumentListController *flat = showFolder(&browser, containerDocuments(QStringLiteral("com.example.flat")));
+        QVERIFY(!browser.documentListControllerCanCreateFolder(flat));
+        browser.documentListControllerCreateFolder(flat);
+        QVERIFY(!shownOver(&browser));
+    }
+
     void anExistingNameKeepsThePromptOpen()
     {
         const QString folder = m_drive.freshFolder(QStringLiteral("Exists"));

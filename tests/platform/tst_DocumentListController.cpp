@@ -4,6 +4,7 @@
 #include "platform/drive/Thumbnailer.h"
 #include "platform/foundation/FilePath.h"
 #include "platform/lists/DocumentListController.h"
+#include "platform/lists/DocumentListControllerDelegate.h"
 #include "platform/lists/DocumentListModel.h"
 #include "platform/lists/ListPresentation.h"
 #include "platform/ui/AlertAction.h"
@@ -17,12 +18,36 @@
 #include <QImage>
 #include <QElapsedTimer>
 #include <QHash>
+#include <QFileDialog>
 #include <QListView>
+#include <QMimeData>
+#include <QProgressBar>
+#include <QSignalSpy>
 #include <QPushButton>
 #include <QTemporaryDir>
 #include <QTimer>
 #include <QTest>
 
+
+/// A screen that owns lists, as the browser does, allowing new folders where told.
+class Owner : public QObject, public DocumentListControllerDelegate
+{
+    Q_OBJECT
+    Q_INTERFACES(DocumentListControllerDelegate)
+
+public:
+    bool folderAllowed = true;
+    int newFolderRequests = 0;
+    void documentListController_didSelectItemAtURL(DocumentListController *, const QUrl &) override { }
+    void documentListController_didSelectContainerWithViewController(DocumentListController *, DocumentListController *) override { }
+    void documentListControllerItemsChanged(DocumentListController *) override { }
+    void documentListController_performAction_URL_originatingView_completion(DocumentListController *, qint64, const QUrl &,
+                                                                             QWidget *, std::function<void()>) override
+    {
+    }
+    bool documentListControllerCanCreateFolder(DocumentListController *) override { return folderAllowed; }
+    void documentListControllerCreateFolder(DocumentListController *) override { ++newFolderRequests; }
+};
 
 class tst_DocumentListController : public QObject
 {
@@ -84,7 +109,119 @@ private:
         return qobject_cast<AlertController *>(list->presentedViewController());
     }
 
+    /// A list of `folder` on a phone's screen, owned by `owner`.
+    struct ShownList {
+        std::unique_ptr<Window> window;
+        DocumentListController *list = nullptr;
+    };
+    static ShownList showList(const QString &folder, Owner *owner)
+    {
+        ShownList shown;
+        shown.window = std::make_unique<Window>(QRect(0, 0, 390, 844));
+        shown.list = new DocumentListController(QUrl::fromLocalFile(folder), nullptr);
+        shown.list->setDelegate(owner);
+        shown.window->setRootViewController(shown.list);
+        shown.window->makeKeyAndVisible();
+        return shown;
+    }
+
 private slots:
+    // the Add button offers a new folder where the folder's app allows one, and the computer's
+    // documents; edit mode has its own New Folder, so the button goes
+    void theAddSheetOffersANewFolderAndDocuments()
+    {
+        Owner owner;
+        const ShownList shown = showList(m_drive.freshFolder(QStringLiteral("Adding")), &owner);
+        auto *add = shown.list->view()->findChild<QPushButton *>(QStringLiteral("addButton"));
+        QVERIFY(add);
+        QCOMPARE(add->accessibleName(), QStringLiteral("Add"));
+        QTest::mouseClick(add, Qt::LeftButton);
+        AlertController *sheet = shownSheet(shown.list);
+        QVERIFY(sheet);
+        QVERIFY(sheet->actionWithTitle(QStringLiteral("New Folder"))->isEnabled());
+        QVERIFY(sheet->actionWithTitle(QStringLiteral("Add Files…")));
+        sheet->pressAction(sheet->actionWithTitle(QStringLiteral("New Folder")));
+        QCOMPARE(owner.newFolderRequests, 1);
+
+        owner.folderAllowed = false;
+        shown.list->showAddOptions();
+        sheet = shownSheet(shown.list);
+        QVERIFY(!sheet->actionWithTitle(QStringLiteral("New Folder"))->isEnabled());
+        sheet->pressAction(sheet->actionWithTitle(QStringLiteral("Add Files…")));
+        auto *dialog = shown.list->view()->window()->findChild<QFileDialog *>(QStringLiteral("addFilesDialog"));
+        QVERIFY(dialog);
+        QCOMPARE(dialog->fileMode(), QFileDialog::ExistingFiles);
+        QCOMPARE(dialog->labelText(QFileDialog::Accept), QStringLiteral("Add"));
+        dialog->reject();
+
+        QVERIFY(add->isVisibleTo(shown.list->view()));
+        shown.list->setEditing_animated(true, false);
+        QVERIFY(!add->isVisibleTo(shown.list->view()));
+        shown.list->setEditing_animated(false, false);
+    }
+
+    // documents chosen in the dialog or dropped from a file manager arrive in the folder and
+    // in the list, under free names; what cannot be added is said, each with its reason
+    void chosenAndDroppedDocumentsArrive()
+    {
+        Owner owner;
+        const QString folder = m_drive.freshFolder(QStringLiteral("Arrivals"));
+        QVERIFY(TestDrive::writeFile(folder + QStringLiteral("/Plan.txt"), "the drive's plan"));
+        const ShownList shown = showList(folder, &owner);
+        QTemporaryDir computer;
+        QVERIFY(TestDrive::writeFile(computer.filePath(QStringLiteral("Plan.txt")), "the computer's plan"));
+        QVERIFY(TestDrive::writeFile(computer.filePath(QStringLiteral("Photo.png")), TestDrive::png(10, 10)));
+
+        QSignalSpy added(shown.list, &DocumentListController::documentsAdded);
+        QFileDialog *dialog = shown.list->chooseDocumentsToAdd();
+        Q_EMIT dialog->urlsSelected({QUrl::fromLocalFile(computer.filePath(QStringLiteral("Plan.txt")))});
+        QVERIFY(added.wait());
+        QCOMPARE(added.first().first().value<QList<QUrl>>(), QList<QUrl>{QUrl::fromLocalFile(folder + QStringLiteral("/Plan 2.txt"))});
+        QVERIFY(names(shown.list).contains(QStringLiteral("Plan 2.txt")));
+        QCOMPARE(TestDrive::readFile(folder + QStringLiteral("/Plan.txt")), QByteArray("the drive's plan"));
+        QVERIFY(!shownSheet(shown.list)); // small and whole: nothing more to say
+
+        QMimeData dragged;
+        dragged.setUrls({QUrl::fromLocalFile(computer.filePath(QStringLiteral("Photo.png"))), QUrl::fromLocalFile(computer.path())});
+        QWidget *viewport = shown.list->listView()->viewport();
+        QDragEnterEvent enter(QPoint(20, 20), Qt::CopyAction, &dragged, Qt::LeftButton, Qt::NoModifier);
+        QCoreApplication::sendEvent(viewport, &enter);
+        QVERIFY(enter.isAccepted());
+        QDropEvent drop(QPointF(20, 20), Qt::CopyAction, &dragged, Qt::LeftButton, Qt::NoModifier);
+        QCoreApplication::sendEvent(viewport, &drop);
+        QVERIFY(added.wait());
+        QVERIFY(names(shown.list).contains(QStringLiteral("Photo.png")));
+        const QString reason = QStringLiteral("“%1” could not be added: it is a folder; only documents are added.")
+                                   .arg(QFileInfo(computer.path()).fileName());
+        QCOMPARE(added.last().at(1).toStringList(), QStringList{reason});
+        QTRY_VERIFY(shownSheet(shown.list));
+        QCOMPARE(shownSheet(shown.list)->title(), reason);
+        shownSheet(shown.list)->pressAction(shownSheet(shown.list)->actionWithTitle(QStringLiteral("OK")));
+    }
+
+    // a large copy shows how far it is and stops on Cancel, leaving nothing in the folder
+    void aLargeCopyShowsItsProgressAndCanBeStopped()
+    {
+        Owner owner;
+        const QString folder = m_drive.freshFolder(QStringLiteral("Large"));
+        const ShownList shown = showList(folder, &owner);
+        QTemporaryDir computer;
+        const QString big = computer.filePath(QStringLiteral("Film.mp4"));
+        QVERIFY(TestDrive::writeFile(big, "start"));
+        QVERIFY(QFile::resize(big, 256LL * 1024 * 1024));
+        QSignalSpy added(shown.list, &DocumentListController::documentsAdded);
+        shown.list->addDocuments({QUrl::fromLocalFile(big)});
+        AlertController *progress = shownSheet(shown.list);
+        QVERIFY(progress);
+        QCOMPARE(progress->title(), QStringLiteral("Adding Documents…"));
+        QVERIFY(progress->contentViewController()->view()->findChild<QProgressBar *>(QStringLiteral("importProgressBar")));
+        progress->pressAction(progress->actionWithTitle(QStringLiteral("Cancel")));
+        QVERIFY(added.wait(20000));
+        QVERIFY(added.first().first().value<QList<QUrl>>().isEmpty());
+        QVERIFY(QDir(folder).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot).isEmpty());
+        QVERIFY(!shownSheet(shown.list));
+    }
+
     // the order is the device's: by date the newest come first, by size the largest, by kind
     // the types from A; folders stay on top, a promised item is placed by what it will be
     void theListFollowsTheChosenOrder()

@@ -4,6 +4,7 @@
 #include "platform/drive/DriveLayout.h"
 #include "platform/drive/KDContainer.h"
 #include "platform/drive/KDURL.h"
+#include "platform/foundation/ByteCountFormatter.h"
 #include "platform/foundation/DispatchQueue.h"
 #include "platform/foundation/FilePath.h"
 #include "platform/foundation/LocalizedString.h"
@@ -22,12 +23,16 @@
 
 #include <QApplication>
 #include <QDir>
+#include <QDropEvent>
+#include <QFileDialog>
 #include <QFileInfo>
 #include <QFileSystemWatcher>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListView>
+#include <QMimeData>
 #include <QMouseEvent>
+#include <QProgressBar>
 #include <QPushButton>
 #include <QScrollBar>
 #include <QScroller>
@@ -38,6 +43,8 @@ namespace {
 constexpr int LongPressMilliseconds = 500;
 constexpr int SwipeDistance = 60;
 constexpr int TapSlop = 10;
+/// Copies in of this many bytes or more show their progress and can be stopped.
+constexpr qint64 ImportProgressFrom = 8 * 1024 * 1024;
 
 QString driveRootTitle()
 {
@@ -125,6 +132,199 @@ void DocumentListController::followPresentation()
     applyEntries(std::move(entries));
 }
 
+bool DocumentListController::acceptDrop(QObject *watched, QEvent *event)
+{
+    const bool target = (m_listView && watched == m_listView->viewport()) || (m_emptyLabel && watched == m_emptyLabel.data());
+    if (!target || m_editing) {
+        return false;
+    }
+    switch (event->type()) {
+    case QEvent::DragEnter:
+    case QEvent::DragMove: {
+        auto *drag = static_cast<QDropEvent *>(event);
+        const QList<QUrl> urls = drag->mimeData()->urls();
+        const bool documents = !urls.isEmpty() && std::all_of(urls.cbegin(), urls.cend(), [](const QUrl &url) { return url.isLocalFile(); });
+        if (documents) {
+            drag->setDropAction(Qt::CopyAction);
+            drag->accept();
+        } else {
+            drag->ignore();
+        }
+        return true;
+    }
+    case QEvent::Drop: {
+        auto *drop = static_cast<QDropEvent *>(event);
+        drop->setDropAction(Qt::CopyAction);
+        drop->accept();
+        addDocuments(drop->mimeData()->urls());
+        return true;
+    }
+    default:
+        return false;
+    }
+}
+
+void DocumentListController::showAddOptions()
+{
+    auto *menu = new AlertController(QString(), QString(), AlertController::Style::ActionSheet);
+    auto *newFolder = new AlertAction(LocalizedString::localized(QStringLiteral("New Folder")), AlertAction::Style::Default,
+                                      [self = QPointer<DocumentListController>(this)](AlertAction *) {
+                                          if (self && self->listDelegate()) {
+                                              self->listDelegate()->documentListControllerCreateFolder(self);
+                                          }
+                                      });
+    // where the folder's app allows no more folders, the choice shows but cannot be taken
+    newFolder->setEnabled(listDelegate() && listDelegate()->documentListControllerCanCreateFolder(this));
+    menu->addAction(newFolder);
+    menu->addAction(new AlertAction(LocalizedString::localized(QStringLiteral("Add Files…")), AlertAction::Style::Default,
+                                    [self = QPointer<DocumentListController>(this)](AlertAction *) {
+                                        if (self) {
+                                            self->chooseDocumentsToAdd();
+                                        }
+                                    }));
+    menu->addAction(new AlertAction(LocalizedString::localized(QStringLiteral("Cancel")), AlertAction::Style::Cancel, {}));
+    if (m_addButton) {
+        menu->popoverPresentationController()->setSourceView(m_addButton);
+        menu->popoverPresentationController()->setSourceRect(m_addButton->rect());
+        // under the button, clear of the navigation bar
+        menu->popoverPresentationController()->setPermittedArrowDirections(PopoverPresentationController::ArrowDirection::Up);
+    }
+    presenter()->presentViewController(menu, true);
+}
+
+QFileDialog *DocumentListController::chooseDocumentsToAdd()
+{
+    auto *dialog = new QFileDialog(view()->window(), LocalizedString::localized(QStringLiteral("Add Files")),
+                                   QDir::homePath());
+    dialog->setObjectName(QStringLiteral("addFilesDialog"));
+    dialog->setFileMode(QFileDialog::ExistingFiles);
+    dialog->setAcceptMode(QFileDialog::AcceptOpen);
+    dialog->setLabelText(QFileDialog::Accept, LocalizedString::localized(QStringLiteral("Add")));
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    // a phone's whole screen, as every other screen of the app
+    dialog->resize(view()->window()->size());
+    connect(dialog, &QFileDialog::urlsSelected, this, &DocumentListController::addDocuments);
+    dialog->open();
+    return dialog;
+}
+
+void DocumentListController::addDocuments(const QList<QUrl> &sources)
+{
+    if (sources.isEmpty() || m_importCancel) {
+        return; // one addition at a time: the sheet of the one under way stays in front
+    }
+    auto cancel = std::make_shared<std::atomic<bool>>(false);
+    m_importCancel = cancel;
+    const qint64 total = DocumentImporter::totalSize(sources);
+    // a large copy shows how far it is and can be stopped; a small one is done before a sheet
+    // could be read
+    if (total >= ImportProgressFrom) {
+        showImportProgress(total, cancel);
+    }
+    const QUrl folder = m_presentedURL;
+    const QPointer<DocumentListController> self(this);
+    DispatchQueue::globalAsync([self, sources, folder, cancel, total] {
+        int shownPercent = -1;
+        const DocumentImporter::Outcome outcome
+            = DocumentImporter::importDocuments(sources, folder, [self, cancel, total, &shownPercent](qint64 copied) {
+                  const int percent = total > 0 ? int(copied * 100 / total) : 100;
+                  if (percent != shownPercent) {
+                      shownPercent = percent;
+                      DispatchQueue::main()->async([self, copied, total] {
+                          if (self) {
+                              self->showImportProgressed(copied, total);
+                          }
+                      });
+                  }
+                  return !cancel->load();
+              });
+        DispatchQueue::main()->async([self, outcome] {
+            if (self) {
+                self->finishAddingDocuments(outcome);
+            }
+        });
+    });
+}
+
+void DocumentListController::showImportProgress(qint64 total, const std::shared_ptr<std::atomic<bool>> &cancel)
+{
+    auto *sheet = new AlertController(LocalizedString::localized(QStringLiteral("Adding Documents…")), QString(),
+                                      AlertController::Style::Alert);
+    sheet->setObjectName(QStringLiteral("importProgress"));
+    auto *content = new ViewController;
+    auto *layout = new QVBoxLayout(content->view());
+    layout->setContentsMargins(16, 0, 16, 12);
+    auto *bar = new QProgressBar(content->view());
+    bar->setObjectName(QStringLiteral("importProgressBar"));
+    bar->setRange(0, 1000);
+    bar->setTextVisible(false);
+    bar->setFixedHeight(6);
+    auto *label = new QLabel(ByteCountFormatter::stringFromByteCount(total, ByteCountFormatter::CountStyle::File),
+                             content->view());
+    label->setObjectName(QStringLiteral("importProgressText"));
+    label->setAlignment(Qt::AlignHCenter);
+    layout->addWidget(bar);
+    layout->addWidget(label);
+    sheet->setContentViewController(content);
+    sheet->addAction(new AlertAction(LocalizedString::localized(QStringLiteral("Cancel")), AlertAction::Style::Cancel,
+                                     [cancel](AlertAction *) { cancel->store(true); }));
+    m_importSheet = sheet;
+    presenter()->presentViewController(sheet, true);
+}
+
+void DocumentListController::showImportProgressed(qint64 copied, qint64 total)
+{
+    if (!m_importSheet || !m_importSheet->contentViewController()) {
+        return;
+    }
+    QWidget *content = m_importSheet->contentViewController()->view();
+    if (auto *bar = content->findChild<QProgressBar *>(QStringLiteral("importProgressBar"))) {
+        bar->setValue(total > 0 ? int(copied * 1000 / total) : 1000);
+    }
+    if (auto *label = content->findChild<QLabel *>(QStringLiteral("importProgressText"))) {
+        label->setText(LocalizedString::localizedStringWithFormat(
+            QStringLiteral("%1$@ of %2$@"), ByteCountFormatter::stringFromByteCount(copied, ByteCountFormatter::CountStyle::File),
+            ByteCountFormatter::stringFromByteCount(total, ByteCountFormatter::CountStyle::File)));
+    }
+}
+
+void DocumentListController::finishAddingDocuments(const DocumentImporter::Outcome &outcome)
+{
+    m_importCancel.reset();
+    if (m_importSheet) {
+        m_importSheet->dismissViewControllerAnimated(true);
+    }
+    reloadContents();
+    if (!outcome.added.isEmpty() && m_listView) {
+        const int row = m_model->rowForURL(outcome.added.constLast());
+        if (row >= 0) {
+            m_listView->scrollTo(m_model->index(row));
+        }
+    }
+    Q_EMIT documentsAdded(outcome.added, outcome.failures);
+    if (outcome.failures.isEmpty()) {
+        return;
+    }
+    // what was not added is said, each document with its reason
+    const QString title = outcome.failures.size() == 1
+        ? outcome.failures.first()
+        : LocalizedString::localizedStringWithFormat(QStringLiteral("%d documents could not be added."),
+                                                     int(outcome.failures.size()));
+    auto *alert = new AlertController(title, outcome.failures.size() == 1 ? QString() : outcome.failures.join(u'\n'),
+                                      AlertController::Style::Alert);
+    alert->addAction(new AlertAction(LocalizedString::localized(QStringLiteral("OK")), AlertAction::Style::Default, {}));
+    // shown once the progress sheet has gone
+    const QPointer<DocumentListController> self(this);
+    const QPointer<AlertController> shown(alert);
+    alert->setParent(this);
+    DispatchQueue::main()->async([self, shown] {
+        if (self && shown && !self->presenter()->presentedViewController()) {
+            shown->setParent(nullptr);
+            self->presenter()->presentViewController(shown, true);
+        }
+    });
+}
+
 void DocumentListController::showPresentationOptions()
 {
     ListPresentation *presentation = ListPresentation::instance();
@@ -159,6 +359,8 @@ void DocumentListController::showPresentationOptions()
     if (m_presentationButton) {
         menu->popoverPresentationController()->setSourceView(m_presentationButton);
         menu->popoverPresentationController()->setSourceRect(m_presentationButton->rect());
+        // under the button, clear of the navigation bar
+        menu->popoverPresentationController()->setPermittedArrowDirections(PopoverPresentationController::ArrowDirection::Up);
     }
     presenter()->presentViewController(menu, true);
 }
@@ -244,6 +446,10 @@ QWidget *DocumentListController::loadView()
     searchRow->setContentsMargins(12, 8, 12, 8);
     searchRow->setSpacing(8);
     searchRow->addWidget(search, 1);
+    m_addButton = makeRowButton(QStringLiteral("list-add"), QStringLiteral("Add"), root);
+    m_addButton->setObjectName(QStringLiteral("addButton"));
+    connect(m_addButton, &QPushButton::clicked, this, &DocumentListController::showAddOptions);
+    searchRow->addWidget(m_addButton);
     m_presentationButton = makeRowButton(QStringLiteral("view-more-horizontal"), QStringLiteral("Sort and View"), root);
     m_presentationButton->setObjectName(QStringLiteral("presentationButton"));
     connect(m_presentationButton, &QPushButton::clicked, this, &DocumentListController::showPresentationOptions);
@@ -273,6 +479,11 @@ QWidget *DocumentListController::loadView()
     m_emptyLabel->setFont(Font::preferredFontForTextStyle(Font::TextStyle::Title2));
     m_emptyLabel->setStyleSheet(QStringLiteral("color: #8e8e93;"));
     layout->addWidget(m_emptyLabel, 1);
+    // documents dropped from the desktop's file manager are added to the folder
+    for (QWidget *target : {static_cast<QWidget *>(m_listView->viewport()), static_cast<QWidget *>(m_emptyLabel.data())}) {
+        target->setAcceptDrops(true);
+        target->installEventFilter(this);
+    }
     connect(m_model, &QAbstractItemModel::modelReset, this, &DocumentListController::showWhetherEmpty);
     connect(m_model, &QAbstractItemModel::rowsInserted, this, &DocumentListController::showWhetherEmpty);
     connect(m_model, &QAbstractItemModel::rowsRemoved, this, &DocumentListController::showWhetherEmpty);
@@ -465,6 +676,9 @@ void DocumentListController::setEditing_animated(bool editing, bool animated)
     }
     m_editing = editing;
     m_itemDelegate->setEditing(editing);
+    if (m_addButton) {
+        m_addButton->setVisible(!editing); // edit mode has its own New Folder
+    }
     m_listView->clearSelection();
     m_listView->setSelectionMode(editing ? QAbstractItemView::MultiSelection : QAbstractItemView::NoSelection);
     m_listView->viewport()->update();
@@ -619,6 +833,9 @@ bool DocumentListController::eventFilter(QObject *watched, QEvent *event)
     }
     if (m_listView && watched == m_listView->viewport() && event->type() == QEvent::MouseButtonPress) {
         m_listView->setProperty(DocumentItemDelegate::KeyboardInUseProperty, false);
+    }
+    if (acceptDrop(watched, event)) {
+        return true;
     }
     if (!m_listView || watched != m_listView->viewport()) {
         return ViewController::eventFilter(watched, event);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "model/DocumentImporter.h"
 #include "platform/lists/DocumentListEntry.h"
 #include "platform/lists/ListSortOrder.h"
 #include "platform/ui/ViewController.h"
@@ -8,9 +9,14 @@
 #include <QTimer>
 #include <QUrl>
 
+#include <atomic>
+#include <memory>
+
+class AlertController;
 class DocumentItemDelegate;
 class DocumentListControllerDelegate;
 class DocumentListModel;
+class QFileDialog;
 class QFileSystemWatcher;
 class QLabel;
 class QListView;
@@ -80,6 +86,14 @@ public:
     void showSearch();
     /// Selects every item (in edit mode).
     void selectAll();
+    /// The Add sheet: New Folder (where the folder's app allows one) and Add Files….
+    void showAddOptions();
+    /// The file dialog of Add Files…; the documents chosen are added to the folder.
+    QFileDialog *chooseDocumentsToAdd();
+    /// Copies documents of the computer into the list's folder (Add Files…, a drop), off the
+    /// main thread; a large copy shows its progress and can be stopped. What could not be added
+    /// is said in an alert. documentsAdded tells when it is done.
+    void addDocuments(const QList<QUrl> &sources);
     /// The sheet of the list's order (name, date, size, kind; the chosen one again turns it
     /// round) and of rows or grid, for every list of the device.
     void showPresentationOptions();
@@ -92,6 +106,10 @@ public:
 
     void viewDidAppear(bool animated) override;
 
+Q_SIGNALS:
+    /// An addition of documents ended: what was added, and a line for each that was not.
+    void documentsAdded(const QList<QUrl> &added, const QStringList &failures);
+
 protected:
     QWidget *loadView() override;
     bool eventFilter(QObject *watched, QEvent *event) override;
@@ -102,6 +120,10 @@ private:
     void watchFolder();
     /// The list's rows as they are on disk now; callable from any thread.
     static QList<DocumentListEntry> readEntries(bool isDriveRoot, const QString &folderPath, const ListSortOrder &order);
+    bool acceptDrop(QObject *watched, QEvent *event);
+    void showImportProgress(qint64 total, const std::shared_ptr<std::atomic<bool>> &cancel);
+    void showImportProgressed(qint64 copied, qint64 total);
+    void finishAddingDocuments(const DocumentImporter::Outcome &outcome);
     /// Takes up the device's list presentation after a change: grid or rows, and the order.
     void followPresentation();
     void reloadContentsInBackground();
@@ -126,6 +148,10 @@ private:
     QPointer<QListView> m_listView;
     QPointer<QLabel> m_emptyLabel;
     QPointer<QPushButton> m_presentationButton;
+    QPointer<QPushButton> m_addButton;
+    QPointer<AlertController> m_importSheet;
+    /// Set while documents are being added: the way to stop them.
+    std::shared_ptr<std::atomic<bool>> m_importCancel;
     ListSortOrder m_sortOrder;
     DocumentItemDelegate *m_itemDelegate = nullptr;
     QPointer<QWidget> m_rowAnchor;

@@ -25,6 +25,15 @@ public:
         DocumentListController *list, qint64 action, const QUrl &url, QWidget *originatingView,
         std::function<void()> completion)
         = 0;
+    /// Whether the list's folder may take one more folder now (its app's folder rules); no by
+    /// default.
+    virtual bool documentListControllerCanCreateFolder(DocumentListController *list)
+    {
+        Q_UNUSED(list)
+        return false;
+    }
+    /// The user asked for a new folder in the list's folder (the list's Add sheet).
+    virtual void documentListControllerCreateFolder(DocumentListController *list) { Q_UNUSED(list) }
 };
 
 #define DocumentListControllerDelegate_iid "com.quillmere.AerovaDriveApp.DocumentListControllerDelegate"
