@@ -59,6 +59,7 @@ DownloadView::DownloadView(QWidget *parent)
     m_cloudButton->setIconSize(QSize(44, 44));
     m_cloudButton->setMinimumSize(56, 56);
     m_cloudButton->setCursor(Qt::PointingHandCursor);
+    m_cloudButton->setAccessibleName(LocalizedString::localized(QStringLiteral("Download")));
     m_downloadButton = makeTextButton(QStringLiteral("downloadButton"), this);
     m_cancelButton = makeTextButton(QStringLiteral("cancelButton"), this);
     m_cancelButton->setText(LocalizedString::localized(QStringLiteral("Cancel Download")));

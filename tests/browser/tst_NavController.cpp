@@ -33,6 +33,7 @@
 #include "platform/ui/StateCoder.h"
 #include "platform/ui/Toolbar.h"
 #include "platform/lists/DocumentSearchController.h"
+#include "support/Accessibility.h"
 #include "support/LogSpy.h"
 #include "support/TestDrive.h"
 #include "watchers/QuotaFetcher.h"
@@ -404,6 +405,31 @@ private Q_SLOTS:
     // ---- edit mode
 
     // the bars change with the mode, and back again
+    // a screen reader names every control of the browser, in each mode and sheet, and reads
+    // each row as its name and what it is
+    void everyControlHasANameForScreenReaders()
+    {
+        const auto browser = phoneSizedBrowser();
+        DocumentListController *list = showFolder(browser.get(), m_drive.root() + QStringLiteral("/Work"));
+        QCoreApplication::processEvents();
+        QCOMPARE(Accessibility::unnamedControls(browser->view()), QStringList());
+        browser->beginEditMode();
+        list->setSelectedItems({m_drive.url(QStringLiteral("Work/2026"))});
+        QCOMPARE(Accessibility::unnamedControls(browser->view()), QStringList());
+        browser->endEditMode();
+        list->showPresentationOptions();
+        QCOMPARE(Accessibility::unnamedControls(browser->view()), QStringList());
+        dismissShown(browser.get());
+
+        QAccessibleInterface *rows = QAccessible::queryAccessibleInterface(list->listView());
+        QVERIFY(rows);
+        QCOMPARE(rows->role(), QAccessible::List);
+        QAccessibleInterface *row = rows->child(0);
+        QVERIFY(row);
+        QCOMPARE(row->role(), QAccessible::ListItem);
+        QCOMPARE(row->text(QAccessible::Name), QStringLiteral("2026, Folder"));
+    }
+
     void editModeSwapsTheBars()
     {
         NavController browser;

@@ -4,6 +4,7 @@
 
 #include "platform/drive/DriveSetup.h"
 #include "platform/foundation/FilePath.h"
+#include "support/Accessibility.h"
 #include "support/TestDrive.h"
 
 #include <QDir>
@@ -206,9 +207,10 @@ private slots:
             QCOMPARE(qobject_cast<QTextBrowser *>(viewer.rendererWidget())->document()->documentMargin(), 16.0);
             break;
         case PreviewController::Renderer::Media:
-            // the full player: a play button and a position
+            // the full player: a play button and a position, both named for a screen reader
             QVERIFY(viewer.rendererWidget()->findChild<QWidget *>(QStringLiteral("playButton")));
             QVERIFY(viewer.rendererWidget()->findChild<QWidget *>(QStringLiteral("positionSlider")));
+            QCOMPARE(Accessibility::unnamedControls(viewer.rendererWidget()), QStringList());
             break;
         case PreviewController::Renderer::Animation: {
             // it plays: both frames are shown in turn

@@ -6,6 +6,7 @@
 #include "platform/ui/ElidedLabel.h"
 #include "platform/ui/NavigationController.h"
 #include "platform/ui/NavigationItem.h"
+#include "platform/ui/Toolbar.h"
 #include "platform/ui/Window.h"
 #include "preview/ConstraintUtils.h"
 #include "preview/FileInfoCell.h"
@@ -16,6 +17,7 @@
 #include "preview/ThumbnailImageView.h"
 #include "browser/RenamePrompt.h"
 #include "platform/ui/AlertController.h"
+#include "support/Accessibility.h"
 #include "support/TestDrive.h"
 
 #include <QLabel>
@@ -23,6 +25,7 @@
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QToolButton>
 #include <QTextLayout>
 #include <QTextBlock>
 #include <QTextDocument>
@@ -224,6 +227,26 @@ private Q_SLOTS:
         QVERIFY(label->fontMetrics().horizontalAdvance(label->text()) <= label->contentsRect().width());
         QVERIFY(label->width() <= 390);
         QCOMPARE(screen->title(), name);
+        manager->unregisterAsFilePresenter();
+    }
+
+    // a screen reader names every control of the details screen, the icon-only bar buttons too
+    void everyControlHasANameForScreenReaders()
+    {
+        Window window(QRect(0, 0, 390, 844));
+        auto manager = PreviewItemManager::create();
+        NavigationController *navigation = stageDetails(window, manager);
+        manager->previewItem(documentItem(QStringLiteral("Spoken.txt")));
+        QCoreApplication::processEvents();
+        QCOMPARE(Accessibility::unnamedControls(navigation->view()), QStringList());
+        const auto buttons = navigation->toolbar()->findChildren<QToolButton *>();
+        QStringList names;
+        for (QToolButton *button : buttons) {
+            if (button->isVisibleTo(navigation->toolbar())) {
+                names << Accessibility::nameOf(button);
+            }
+        }
+        QCOMPARE(names, (QStringList{QStringLiteral("Share"), QStringLiteral("Delete"), QStringLiteral("Move")}));
         manager->unregisterAsFilePresenter();
     }
 

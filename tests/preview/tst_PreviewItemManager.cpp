@@ -23,6 +23,7 @@
 #include "preview/PreviewDownloadViewController.h"
 #include "preview/PreviewItemManager.h"
 #include "preview/QuickLookItemController.h"
+#include "support/Accessibility.h"
 #include "support/LogSpy.h"
 #include "support/TestDrive.h"
 #include "watchers/NetworkWatcher.h"
@@ -169,6 +170,32 @@ private Q_SLOTS:
         manager->prepareToPreviewItem(item);
         QVERIFY(manager->autoDownload());
         manager->unregisterAsFilePresenter();
+    }
+
+    // a screen reader names every control of the download screen and of the viewer
+    void everyControlHasANameForScreenReaders()
+    {
+        const QString path = promised(QStringLiteral("spoken"), QStringLiteral("tool.bin"), 10);
+        Window window(QRect(0, 0, 390, 844));
+        NavigationController *navigation = stage(window);
+        auto manager = PreviewItemManager::create();
+        manager->setNavigationController(navigation);
+        manager->previewItem(DRItem::initWithURL(QUrl::fromLocalFile(path)));
+        QVERIFY(manager->downloadViewController());
+        QCOMPARE(navigation->topViewController(), manager->downloadViewController());
+        QCoreApplication::processEvents();
+        QCOMPARE(Accessibility::unnamedControls(navigation->view()), QStringList());
+        manager->unregisterAsFilePresenter();
+
+        const QString text = m_drive.path(QStringLiteral("spoken/Words.txt"));
+        QVERIFY(TestDrive::writeFile(text, "words"));
+        auto viewerManager = PreviewItemManager::create();
+        viewerManager->setNavigationController(navigation);
+        viewerManager->previewItem(DRItem::initWithURL(QUrl::fromLocalFile(text)));
+        QTRY_COMPARE(navigation->topViewController(), QuickLookItemController::defaultController());
+        QCoreApplication::processEvents();
+        QCOMPARE(Accessibility::unnamedControls(navigation->view()), QStringList());
+        viewerManager->unregisterAsFilePresenter();
     }
 
     // an automatic download ends in the viewer; the download screen's leaving cancels nothing

@@ -66,8 +66,17 @@ QVariant DocumentListModel::data(const QModelIndex &index, int role) const
     const DocumentListEntry &entry = m_entries.at(index.row());
     switch (role) {
     case Qt::DisplayRole:
-    case Qt::AccessibleTextRole:
         return FilePath::displayName(entry.name);
+    case Qt::AccessibleTextRole: {
+        // a screen reader says what a sighted person reads in the row: its name, what it is,
+        // and whether it is only on the drive
+        QStringList spoken{FilePath::displayName(entry.name), data(index, SubtitleRole).toString().replace(QStringLiteral(" · "), QStringLiteral(", "))};
+        if (entry.isPromise) {
+            spoken << QCoreApplication::translate("DocumentListModel", "not downloaded");
+        }
+        spoken.removeAll(QString());
+        return spoken.join(QStringLiteral(", "));
+    }
     case UrlRole:
         return entry.url;
     case IsFolderRole:

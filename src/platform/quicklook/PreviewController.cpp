@@ -325,6 +325,7 @@ void PreviewController::showDocument(const QUrl &url)
         play->setMinimumSize(88, 44);
         auto *position = new QSlider(Qt::Horizontal, player);
         position->setObjectName(QStringLiteral("positionSlider"));
+        position->setAccessibleName(LocalizedString::localized(QStringLiteral("Position")));
         controls->addWidget(play);
         controls->addWidget(position, 1);
         if (wantsDefaultMediaPlayer(url)) {

@@ -82,3 +82,25 @@ QString BarButtonItem::iconName() const
         return {};
     }
 }
+
+QString BarButtonItem::accessibleName() const
+{
+    if (const QString text = displayText(); !text.isEmpty()) {
+        return text;
+    }
+    // what the picture of a system item means, in words
+    switch (m_systemItem) {
+    case SystemItem::Organize:
+        return tr("Move");
+    case SystemItem::Trash:
+        return tr("Delete");
+    case SystemItem::Action:
+        return tr("Share");
+    case SystemItem::Add:
+        return tr("Add");
+    case SystemItem::Search:
+        return tr("Search");
+    default:
+        return {};
+    }
+}

@@ -58,6 +58,8 @@ public:
 
     /// The text a bar shows for the item: its title, else the standard text of its system item.
     QString displayText() const;
+    /// What a screen reader says for the item: its text, or what its picture means ("Delete").
+    QString accessibleName() const;
     /// The icon name of a system item, empty for a text item.
     QString iconName() const;
 

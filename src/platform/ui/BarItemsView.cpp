@@ -128,10 +128,11 @@ void BarItemsView::rebuild()
         if (!iconName.isEmpty() && item->title().isEmpty()) {
             button->setIcon(TemplateIcon::named(iconName, tint));
             button->setIconSize(QSize(24, 24));
-            button->setToolTip(item->objectName());
+            button->setToolTip(item->accessibleName());
         } else {
             button->setText(item->displayText());
         }
+        button->setAccessibleName(item->accessibleName());
         QPointer<BarButtonItem> target(item);
         connect(button, &QToolButton::clicked, this, [target] {
             if (target) {
