@@ -8,6 +8,7 @@
 #include <QFontMetrics>
 #include <QLabel>
 #include <QTest>
+#include <QToolButton>
 
 class tst_NavigationBar : public QObject
 {
@@ -83,6 +84,37 @@ private Q_SLOTS:
         auto *label = navigation->navigationBar()->findChild<QLabel *>(QStringLiteral("navigationTitle"));
         QCOMPARE(label->toolTip(), title);
         QCOMPARE(window.width(), 390);
+    }
+
+    // a longer word on a side button (a German "Abbrechen") is shown whole beside a long title;
+    // the title gives way and stays centred on the bar
+    void aSideButtonIsNeverCut()
+    {
+        Window window(QRect(0, 0, 390, 844));
+        auto *navigation = new NavigationController;
+        auto *screen = new ViewController;
+        screen->setTitle(QStringLiteral("12 Objekte ausgewählt"));
+        screen->navigationItem()->setHidesBackButton(true);
+        screen->navigationItem()->setRightBarButtonItem(
+            new BarButtonItem(QStringLiteral("Abbrechen"), BarButtonItem::Style::Plain, screen));
+        navigation->setViewControllers({screen}, false);
+        window.setRootViewController(navigation);
+        window.makeKeyAndVisible();
+        QVERIFY(QTest::qWaitForWindowExposed(&window));
+        QCoreApplication::processEvents();
+        NavigationBar *bar = navigation->navigationBar();
+        QToolButton *button = nullptr;
+        for (QToolButton *candidate : bar->findChildren<QToolButton *>(QStringLiteral("barButton"))) {
+            if (candidate->isVisibleTo(bar)) {
+                button = candidate;
+            }
+        }
+        QVERIFY(button);
+        QVERIFY2(button->width() >= button->sizeHint().width(), qPrintable(QStringLiteral("%1 < %2").arg(button->width()).arg(button->sizeHint().width())));
+        QVERIFY(button->mapTo(bar, QPoint(button->width(), 0)).x() <= bar->width());
+        auto *title = bar->findChild<QLabel *>(QStringLiteral("navigationTitle"));
+        QVERIFY2(qAbs(title->mapTo(bar, title->rect().center()).x() - bar->width() / 2) <= 6, qPrintable(QStringLiteral("title %1+%2 in %3").arg(title->mapTo(bar, QPoint()).x()).arg(title->width()).arg(bar->width())));
+        QVERIFY(title->mapTo(bar, QPoint(title->width(), 0)).x() <= button->mapTo(bar, QPoint(0, 0)).x());
     }
 };
 

@@ -5,6 +5,7 @@
 #include "platform/drive/KDURL.h"
 #include "platform/drive/PromisePlaceholder.h"
 #include "platform/foundation/FilePath.h"
+#include "platform/foundation/LocalizedString.h"
 #include "platform/foundation/OperationQueue.h"
 #include "platform/types/IconForResourceProxy.h"
 #include "platform/types/UniformType.h"
@@ -72,7 +73,7 @@ QVariant DocumentListModel::data(const QModelIndex &index, int role) const
         // and whether it is only on the drive
         QStringList spoken{FilePath::displayName(entry.name), data(index, SubtitleRole).toString().replace(QStringLiteral(" · "), QStringLiteral(", "))};
         if (entry.isPromise) {
-            spoken << QCoreApplication::translate("DocumentListModel", "not downloaded");
+            spoken << LocalizedString::localized(QStringLiteral("not downloaded"));
         }
         spoken.removeAll(QString());
         return spoken.join(QStringLiteral(", "));
@@ -100,10 +101,10 @@ QVariant DocumentListModel::data(const QModelIndex &index, int role) const
     }
     case SubtitleRole: {
         if (entry.isAppContainer) {
-            return QCoreApplication::translate("DocumentListModel", "App Folder");
+            return LocalizedString::localized(QStringLiteral("App Folder"));
         }
         if (entry.isFolder) {
-            return QCoreApplication::translate("DocumentListModel", "Folder");
+            return LocalizedString::localized(QStringLiteral("Folder"));
         }
         const std::shared_ptr<DRItem> item = itemAtRow(index.row());
         if (!item) {

@@ -1,5 +1,6 @@
 #include "platform/quota/KVQUpgradeButton.h"
 
+#include "platform/foundation/LocalizedString.h"
 #include "platform/quota/KVQOffer.h"
 #include "platform/ui/Font.h"
 #include "platform/ui/SystemColor.h"
@@ -12,7 +13,7 @@ KVQUpgradeButton::KVQUpgradeButton(QWidget *parent)
     setObjectName(QStringLiteral("upgradeButton"));
     setFont(Font::preferredFontForTextStyle(Font::TextStyle::Caption1));
     setCursor(Qt::PointingHandCursor);
-    setText(tr("Upgrade Storage"));
+    setText(LocalizedString::localized(QStringLiteral("Upgrade Storage")));
     setStyleSheet(QStringLiteral("QPushButton { color: %1; background: transparent; border: none; padding: 2px 10px;"
                                  " font-weight: 600; }"
                                  "QPushButton:pressed { color: %2; }")
@@ -28,7 +29,7 @@ void KVQUpgradeButton::setOffer(const std::shared_ptr<KVQOffer> &offer)
 {
     m_offer = offer;
     ++m_offerChangeCount;
-    setText(offer && !offer->title().isEmpty() ? offer->title() : tr("Upgrade Storage"));
+    setText(offer && !offer->title().isEmpty() ? offer->title() : LocalizedString::localized(QStringLiteral("Upgrade Storage")));
 }
 
 bool KVQUpgradeButton::shouldShowForOffer(const std::shared_ptr<KVQOffer> &offer)

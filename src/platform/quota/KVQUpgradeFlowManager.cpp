@@ -1,6 +1,7 @@
 #include "platform/quota/KVQUpgradeFlowManager.h"
 
 #include "platform/drive/DriveSetup.h"
+#include "platform/foundation/LocalizedString.h"
 #include "platform/quota/KVQOffer.h"
 #include "platform/ui/AlertAction.h"
 #include "platform/ui/AlertController.h"
@@ -20,7 +21,7 @@ std::unique_ptr<KVQUpgradeFlowManager> KVQUpgradeFlowManager::initWithOffer(cons
 QList<KVQUpgradeFlowManager::Plan> KVQUpgradeFlowManager::plans()
 {
     constexpr qint64 GB = 1000LL * 1000 * 1000;
-    return {{tr("50 GB"), 50 * GB}, {tr("200 GB"), 200 * GB}, {tr("2 TB"), 2000 * GB}};
+    return {{LocalizedString::localized(QStringLiteral("50 GB")), 50 * GB}, {LocalizedString::localized(QStringLiteral("200 GB")), 200 * GB}, {LocalizedString::localized(QStringLiteral("2 TB")), 2000 * GB}};
 }
 
 void KVQUpgradeFlowManager::beginFlowWithPresentingViewController(ViewController *presenter)
@@ -28,8 +29,8 @@ void KVQUpgradeFlowManager::beginFlowWithPresentingViewController(ViewController
     if (!presenter) {
         return;
     }
-    auto *sheet = new AlertController(m_offer && !m_offer->title().isEmpty() ? m_offer->title() : tr("Upgrade Storage"),
-                                      tr("Choose a storage plan."), AlertController::Style::Alert);
+    auto *sheet = new AlertController(m_offer && !m_offer->title().isEmpty() ? m_offer->title() : LocalizedString::localized(QStringLiteral("Upgrade Storage")),
+                                      LocalizedString::localized(QStringLiteral("Choose a storage plan.")), AlertController::Style::Alert);
     sheet->setObjectName(QStringLiteral("upgradeFlow"));
     QPointer<KVQUpgradeFlowManager> self(this);
     for (const Plan &plan : plans()) {
@@ -39,7 +40,7 @@ void KVQUpgradeFlowManager::beginFlowWithPresentingViewController(ViewController
             }
         }));
     }
-    sheet->addAction(new AlertAction(tr("Not Now"), AlertAction::Style::Cancel, {}));
+    sheet->addAction(new AlertAction(LocalizedString::localized(QStringLiteral("Not Now")), AlertAction::Style::Cancel, {}));
     presenter->presentViewController(sheet, true);
 }
 

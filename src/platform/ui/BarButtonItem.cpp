@@ -1,5 +1,7 @@
 #include "platform/ui/BarButtonItem.h"
 
+#include "platform/foundation/LocalizedString.h"
+
 #include <QWidget>
 
 BarButtonItem::BarButtonItem(const QString &title, Style style, QObject *parent)
@@ -55,11 +57,11 @@ QString BarButtonItem::displayText() const
     }
     switch (m_systemItem) {
     case SystemItem::Done:
-        return tr("Done");
+        return LocalizedString::localized(QStringLiteral("Done"));
     case SystemItem::Cancel:
-        return tr("Cancel");
+        return LocalizedString::localized(QStringLiteral("Cancel"));
     case SystemItem::Edit:
-        return tr("Edit");
+        return LocalizedString::localized(QStringLiteral("Edit"));
     default:
         return {};
     }
@@ -91,15 +93,15 @@ QString BarButtonItem::accessibleName() const
     // what the picture of a system item means, in words
     switch (m_systemItem) {
     case SystemItem::Organize:
-        return tr("Move");
+        return LocalizedString::localized(QStringLiteral("Move"));
     case SystemItem::Trash:
-        return tr("Delete");
+        return LocalizedString::localized(QStringLiteral("Delete"));
     case SystemItem::Action:
-        return tr("Share");
+        return LocalizedString::localized(QStringLiteral("Share"));
     case SystemItem::Add:
-        return tr("Add");
+        return LocalizedString::localized(QStringLiteral("Add"));
     case SystemItem::Search:
-        return tr("Search");
+        return LocalizedString::localized(QStringLiteral("Search"));
     default:
         return {};
     }

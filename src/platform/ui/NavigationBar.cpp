@@ -1,5 +1,6 @@
 #include "platform/ui/NavigationBar.h"
 
+#include "platform/foundation/LocalizedString.h"
 #include "platform/ui/ActivityIndicatorView.h"
 #include "platform/ui/BarItemsView.h"
 #include "platform/ui/ElidedLabel.h"
@@ -8,6 +9,7 @@
 #include "platform/ui/NetworkActivityIndicator.h"
 #include "platform/ui/SystemColor.h"
 
+#include <QEvent>
 #include <QFontMetrics>
 #include <QGridLayout>
 #include <QHBoxLayout>
@@ -67,9 +69,9 @@ NavigationBar::NavigationBar(QWidget *parent)
     middle->addStretch(1);
     grid->addLayout(middle, 0, 1);
     grid->addLayout(rightSide, 0, 2);
-    grid->setColumnStretch(0, 1);
-    grid->setColumnStretch(1, 2);
-    grid->setColumnStretch(2, 1);
+    // the sides as wide as the wider of them needs (so the title stays centred), the title the rest
+    grid->setColumnStretch(1, 1);
+    m_grid = grid;
 
     auto *indicator = NetworkActivityIndicator::shared();
     connect(indicator, &NetworkActivityIndicator::visibleChanged, this, [this](bool visible) {
@@ -109,7 +111,7 @@ void NavigationBar::refresh()
 {
     const bool showBack = m_canGoBack && (!m_item || !m_item->hidesBackButton());
     m_back->setVisible(showBack);
-    const QString backText = m_backTitle.isEmpty() ? tr("Back") : m_backTitle;
+    const QString backText = m_backTitle.isEmpty() ? LocalizedString::localized(QStringLiteral("Back")) : m_backTitle;
     const QString shown = QStringLiteral("‹ ") + QFontMetrics(m_back->font()).elidedText(backText, Qt::ElideRight, 120);
     m_back->setText(shown);
     m_back->setMinimumWidth(std::max(BarItemsView::MinimumHitSize, QFontMetrics(m_back->font()).horizontalAdvance(shown) + 16));
@@ -118,6 +120,32 @@ void NavigationBar::refresh()
     m_prompt->setVisible(!m_prompt->fullText().isEmpty());
     m_left->setItems(m_item ? m_item->leftBarButtonItems() : QList<BarButtonItem *>{});
     m_right->setItems(m_item ? m_item->rightBarButtonItems() : QList<BarButtonItem *>{});
+    fitSides();
+}
+
+void NavigationBar::fitSides()
+{
+    // a button is never cut: "Abbrechen" takes the room it needs and the title gives way
+    int needed = 0;
+    for (const int column : {0, 2}) {
+        QLayoutItem *side = m_grid->itemAtPosition(0, column);
+        side->invalidate(); // the buttons shown or hidden just now count, not the last ones
+        needed = std::max(needed, side->sizeHint().width());
+    }
+    if (m_grid->columnMinimumWidth(0) != needed || m_grid->columnMinimumWidth(2) != needed) {
+        m_grid->setColumnMinimumWidth(0, needed);
+        m_grid->setColumnMinimumWidth(2, needed);
+    }
+}
+
+bool NavigationBar::event(QEvent *event)
+{
+    // buttons change their size after the bar set them up (rebuilt, styled, shown): the sides
+    // follow whenever the bar lays itself out again
+    if (event->type() == QEvent::LayoutRequest || event->type() == QEvent::Show) {
+        fitSides();
+    }
+    return QWidget::event(event);
 }
 
 void NavigationBar::paintEvent(QPaintEvent *event)

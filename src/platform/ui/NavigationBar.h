@@ -7,6 +7,7 @@ class ActivityIndicatorView;
 class BarItemsView;
 class ElidedLabel;
 class NavigationItem;
+class QGridLayout;
 class QToolButton;
 
 /// The bar at the top of a navigation controller: a back button naming the screen below, the
@@ -36,8 +37,11 @@ Q_SIGNALS:
 
 protected:
     void paintEvent(QPaintEvent *event) override;
+    bool event(QEvent *event) override;
 
 private:
+    /// Gives both sides the width of the wider one's buttons.
+    void fitSides();
     void refresh();
 
     QPointer<NavigationItem> m_item;
@@ -48,5 +52,6 @@ private:
     ElidedLabel *m_prompt = nullptr;
     ElidedLabel *m_title = nullptr;
     BarItemsView *m_right = nullptr;
+    QGridLayout *m_grid = nullptr;
     ActivityIndicatorView *m_activity = nullptr;
 };

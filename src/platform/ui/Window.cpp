@@ -1,5 +1,6 @@
 #include "platform/ui/Window.h"
 
+#include "platform/foundation/LocalizedString.h"
 #include "platform/ui/Device.h"
 #include "platform/ui/ViewController.h"
 
@@ -10,7 +11,7 @@ Window::Window(const QRect &frame, QWidget *parent)
     : QWidget(parent)
 {
     setObjectName(QStringLiteral("window"));
-    setWindowTitle(tr("Aerova Drive"));
+    setWindowTitle(LocalizedString::localized(QStringLiteral("Aerova Drive")));
     setGeometry(frame);
     auto *layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
