@@ -113,8 +113,15 @@ private Q_SLOTS:
         QVERIFY2(button->width() >= button->sizeHint().width(), qPrintable(QStringLiteral("%1 < %2").arg(button->width()).arg(button->sizeHint().width())));
         QVERIFY(button->mapTo(bar, QPoint(button->width(), 0)).x() <= bar->width());
         auto *title = bar->findChild<QLabel *>(QStringLiteral("navigationTitle"));
-        QVERIFY2(qAbs(title->mapTo(bar, title->rect().center()).x() - bar->width() / 2) <= 6, qPrintable(QStringLiteral("title %1+%2 in %3").arg(title->mapTo(bar, QPoint()).x()).arg(title->width()).arg(bar->width())));
         QVERIFY(title->mapTo(bar, QPoint(title->width(), 0)).x() <= button->mapTo(bar, QPoint(0, 0)).x());
+        // the title does not fit centred: it takes the empty side's room and shows whole
+        QCOMPARE(bar->shownTitle(), QStringLiteral("12 Objekte ausgewählt"));
+
+        // a short title stays in the bar's middle
+        screen->setTitle(QStringLiteral("Fotos"));
+        QCoreApplication::processEvents();
+        QVERIFY2(qAbs(title->mapTo(bar, title->rect().center()).x() - bar->width() / 2) <= 6,
+                 qPrintable(QStringLiteral("title %1+%2 in %3").arg(title->mapTo(bar, QPoint()).x()).arg(title->width()).arg(bar->width())));
     }
 };
 

@@ -126,23 +126,32 @@ void NavigationBar::refresh()
 void NavigationBar::fitSides()
 {
     // a button is never cut: "Abbrechen" takes the room it needs and the title gives way
-    int needed = 0;
+    int needs[2] = {0, 0};
     for (const int column : {0, 2}) {
         QLayoutItem *side = m_grid->itemAtPosition(0, column);
         side->invalidate(); // the buttons shown or hidden just now count, not the last ones
-        needed = std::max(needed, side->sizeHint().width());
+        needs[column / 2] = side->sizeHint().width();
     }
-    if (m_grid->columnMinimumWidth(0) != needed || m_grid->columnMinimumWidth(2) != needed) {
-        m_grid->setColumnMinimumWidth(0, needed);
-        m_grid->setColumnMinimumWidth(2, needed);
+    // centred while the whole title fits between equal sides; else the title takes the room the
+    // narrower side leaves, as much of it as shows
+    const int wider = std::max(needs[0], needs[1]);
+    const QMargins margins = m_grid->contentsMargins();
+    const int room = width() - margins.left() - margins.right() - 2 * m_grid->horizontalSpacing();
+    const int titleNeeds = std::max(m_title->sizeHint().width(), m_prompt->isVisible() ? m_prompt->sizeHint().width() : 0);
+    const bool centred = 2 * wider + titleNeeds <= room;
+    const int left = centred ? wider : needs[0];
+    const int right = centred ? wider : needs[1];
+    if (m_grid->columnMinimumWidth(0) != left || m_grid->columnMinimumWidth(2) != right) {
+        m_grid->setColumnMinimumWidth(0, left);
+        m_grid->setColumnMinimumWidth(2, right);
     }
 }
 
 bool NavigationBar::event(QEvent *event)
 {
-    // buttons change their size after the bar set them up (rebuilt, styled, shown): the sides
-    // follow whenever the bar lays itself out again
-    if (event->type() == QEvent::LayoutRequest || event->type() == QEvent::Show) {
+    // buttons change their size after the bar set them up (rebuilt, styled, shown), and the
+    // bar its width: the sides follow whenever the bar lays itself out again
+    if (event->type() == QEvent::LayoutRequest || event->type() == QEvent::Show || event->type() == QEvent::Resize) {
         fitSides();
     }
     return QWidget::event(event);
