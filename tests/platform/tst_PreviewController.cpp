@@ -17,6 +17,8 @@
 #include <QPlainTextEdit>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QWheelEvent>
+#include <QScrollArea>
 #include <QTextBlock>
 #include <QTextDocument>
 #include <QTextBrowser>
@@ -251,13 +253,72 @@ private slots:
         viewer.view()->resize(200, 400);
         viewer.view()->show();
         viewer.reloadData();
-        auto *label = qobject_cast<QLabel *>(viewer.rendererWidget());
+        auto *label = viewer.rendererWidget()->findChild<QLabel *>(QStringLiteral("picture"));
         QVERIFY(label);
         QTRY_VERIFY(!label->pixmap().isNull());
         const QSize shown = label->pixmap().deviceIndependentSize().toSize();
         QCOMPARE(shown.width(), label->width());
         QCOMPARE(shown.height(), label->width() / 4);
         QVERIFY(PreviewController::wantsDefaultMediaPlayer(source.url));
+    }
+
+    // a picture looks closer with Ctrl+plus, Ctrl+wheel and a double-click, and Ctrl+0 fits it
+    // again; it never shrinks below the screen's fit
+    void aPictureZooms()
+    {
+        const QString path = m_drive.freshFolder(QStringLiteral("zoom")) + QStringLiteral("/wide.png");
+        QVERIFY(TestDrive::writeFile(path, TestDrive::png(400, 100)));
+        const auto shown = show(path);
+        PreviewController &viewer = shown->viewer;
+        viewer.view()->resize(200, 400);
+        viewer.view()->show();
+        viewer.view()->activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(viewer.view()));
+        auto *area = qobject_cast<QScrollArea *>(viewer.rendererWidget());
+        QVERIFY(area);
+        auto *label = area->findChild<QLabel *>(QStringLiteral("picture"));
+        QTRY_VERIFY(!label->pixmap().isNull());
+        const int fitted = label->width();
+        QCOMPARE(fitted, 200);
+        QCOMPARE(viewer.zoomFactor(), 1.0);
+
+        QTest::keyClick(viewer.view(), Qt::Key_Plus, Qt::ControlModifier);
+        QCOMPARE(viewer.zoomFactor(), 1.25);
+        QCOMPARE(label->width(), 250);
+        QWheelEvent wheel(QPointF(100, 200), area->viewport()->mapToGlobal(QPointF(100, 200)), QPoint(), QPoint(0, 120),
+                          Qt::NoButton, Qt::ControlModifier, Qt::NoScrollPhase, false);
+        QCoreApplication::sendEvent(area->viewport(), &wheel);
+        QCOMPARE(viewer.zoomFactor(), 1.25 * 1.25);
+        QTest::keyClick(viewer.view(), Qt::Key_0, Qt::ControlModifier);
+        QCOMPARE(viewer.zoomFactor(), 1.0);
+        QCOMPARE(label->width(), fitted);
+        QTest::keyClick(viewer.view(), Qt::Key_Minus, Qt::ControlModifier);
+        QCOMPARE(viewer.zoomFactor(), 1.0);
+
+        QTest::mouseDClick(area->viewport(), Qt::LeftButton, {}, QPoint(100, 200));
+        QCOMPARE(viewer.zoomFactor(), 2.5);
+        QCOMPARE(label->width(), 500);
+        QTest::mouseDClick(area->viewport(), Qt::LeftButton, {}, QPoint(100, 200));
+        QCOMPARE(viewer.zoomFactor(), 1.0);
+    }
+
+    // the pages of a PDF zoom from the keyboard too, and fit the width again
+    void aPdfZoomsFromTheKeyboard()
+    {
+        const QString path = m_drive.freshFolder(QStringLiteral("pdfzoom")) + QStringLiteral("/paper.pdf");
+        QVERIFY(TestDrive::writeFile(path, onePagePdf()));
+        const auto shown = show(path);
+        PreviewController &viewer = shown->viewer;
+        viewer.view()->show();
+        viewer.view()->activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(viewer.view()));
+        auto *pdf = viewer.rendererWidget()->findChild<QPdfView *>(QStringLiteral("pdfView"));
+        QVERIFY(pdf);
+        QTest::keyClick(viewer.view(), Qt::Key_Plus, Qt::ControlModifier);
+        QCOMPARE(pdf->zoomMode(), QPdfView::ZoomMode::Custom);
+        QCOMPARE(pdf->zoomFactor(), 1.25);
+        QTest::keyClick(viewer.view(), Qt::Key_0, Qt::ControlModifier);
+        QCOMPARE(pdf->zoomMode(), QPdfView::ZoomMode::FitToWidth);
     }
 
     // The viewer previews the kinds it has renderers for, and nothing else.

@@ -22,12 +22,17 @@
 #include <QLabel>
 #include <QMediaPlayer>
 #include <QMimeDatabase>
+#include <QMouseEvent>
 #include <QMovie>
+#include <QPainter>
 #include <QPdfDocument>
 #include <QPdfView>
 #include <QPlainTextEdit>
 #include <QPushButton>
+#include <QScrollArea>
+#include <QScrollBar>
 #include <QScroller>
+#include <QShortcut>
 #include <QSlider>
 #include <QStackedLayout>
 #include <QSvgRenderer>
@@ -35,7 +40,6 @@
 #include <QVBoxLayout>
 #include <QVideoWidget>
 #include <QWheelEvent>
-#include <QPainter>
 
 #include <sys/stat.h>
 
@@ -79,27 +83,61 @@ bool isMedia(const QString &type)
 
 /// A label showing a still picture scaled to fit, letter-boxed; the picture is kept whole in
 /// its "picture" property and scaled again whenever the label is resized.
-QLabel *makePictureLabel(const QImage &image)
+/// The smallest and largest zoom of a picture, its fitted size being 1.
+constexpr qreal MinimumZoom = 1.0;
+constexpr qreal MaximumZoom = 8.0;
+/// What a double-click zooms a fitted picture to.
+constexpr qreal DoubleClickZoom = 2.5;
+/// One step of the wheel or of Ctrl+plus.
+constexpr qreal ZoomStep = 1.25;
+
+/// A picture fitted to the screen, zoomed and panned within it: the label holding it sits in
+/// a scroll area that a finger, a mouse drag or the wheel moves.
+QScrollArea *makePictureView(const QImage &image)
 {
+    auto *area = new QScrollArea;
+    area->setObjectName(QStringLiteral("pictureView"));
+    area->setFrameShape(QFrame::NoFrame);
+    area->setAlignment(Qt::AlignCenter);
+    area->setWidgetResizable(false);
+    // no bars: they would take room from the picture they measure
+    area->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    area->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    area->setProperty("zoom", MinimumZoom);
     auto *label = new QLabel;
+    label->setObjectName(QStringLiteral("picture"));
     label->setAlignment(Qt::AlignCenter);
-    label->setMinimumSize(1, 1);
-    label->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Ignored);
     label->setProperty("picture", image);
-    return label;
+    area->setWidget(label);
+    QScroller::grabGesture(area->viewport(), QScroller::TouchGesture);
+    return area;
 }
 
-void fitPicture(QLabel *label)
+/// Draws the picture at its zoom: 1 fits it to the screen (never above four times its own
+/// pixels), more enlarges it around the point kept in place.
+void fitPicture(QScrollArea *area, const QPointF &keep = {-1, -1})
 {
-    const QImage image = label->property("picture").value<QImage>();
-    if (image.isNull() || label->width() < 2 || label->height() < 2) {
+    auto *label = qobject_cast<QLabel *>(area->widget());
+    const QImage image = label ? label->property("picture").value<QImage>() : QImage();
+    const QSize room = area->viewport()->size();
+    if (image.isNull() || room.width() < 2 || room.height() < 2) {
         return;
     }
-    const qreal ratio = label->devicePixelRatioF();
-    const QSize target = image.size().scaled(label->size() * ratio, Qt::KeepAspectRatio).boundedTo(image.size() * 4);
+    const qreal zoom = area->property("zoom").toReal();
+    const qreal ratio = area->devicePixelRatioF();
+    const QSize fitted = image.size().scaled(room * ratio, Qt::KeepAspectRatio).boundedTo(image.size() * 4);
+    const QSize target = (QSizeF(fitted) * zoom).toSize();
+    // where the kept point lies within the picture, to put it back under the finger
+    const QPointF anchor = keep.x() < 0 ? QPointF(room.width() / 2.0, room.height() / 2.0) : keep;
+    const QPointF before = label->mapFrom(area->viewport(), anchor.toPoint());
+    const qreal xShare = label->width() > 0 ? before.x() / label->width() : 0.5;
+    const qreal yShare = label->height() > 0 ? before.y() / label->height() : 0.5;
     QPixmap pixmap = QPixmap::fromImage(image.scaled(target, Qt::KeepAspectRatio, Qt::SmoothTransformation));
     pixmap.setDevicePixelRatio(ratio);
     label->setPixmap(pixmap);
+    label->resize(pixmap.deviceIndependentSize().toSize());
+    area->horizontalScrollBar()->setValue(int(xShare * label->width() - anchor.x()));
+    area->verticalScrollBar()->setValue(int(yShare * label->height() - anchor.y()));
 }
 
 QImage renderSvg(const QString &path, const QSize &size)
@@ -186,6 +224,18 @@ QWidget *PreviewController::loadView()
     palette.setColor(QPalette::Window, Qt::white);
     root->setPalette(palette);
     m_stack = new QStackedLayout(root);
+    // Ctrl and plus or minus zoom a picture or the pages, Ctrl+0 fits them again
+    const QList<std::pair<QKeySequence, std::function<void()>>> keys{
+        {QKeySequence::ZoomIn, [this] { zoomBy(ZoomStep); }},
+        {QKeySequence(Qt::CTRL | Qt::Key_Equal), [this] { zoomBy(ZoomStep); }},
+        {QKeySequence::ZoomOut, [this] { zoomBy(1 / ZoomStep); }},
+        {QKeySequence(Qt::CTRL | Qt::Key_0), [this] { resetZoom(); }},
+    };
+    for (const auto &[sequence, action] : keys) {
+        auto *shortcut = new QShortcut(sequence, root);
+        shortcut->setContext(Qt::WidgetWithChildrenShortcut);
+        connect(shortcut, &QShortcut::activated, this, action);
+    }
     return root;
 }
 
@@ -252,13 +302,13 @@ void PreviewController::showDocument(const QUrl &url)
     case Renderer::Image: {
         QImageReader reader(path);
         reader.setAutoTransform(true);
-        widget = makePictureLabel(reader.read());
-        widget->installEventFilter(this);
+        widget = makePictureView(reader.read());
+        static_cast<QScrollArea *>(widget)->viewport()->installEventFilter(this);
         break;
     }
     case Renderer::Svg:
-        widget = makePictureLabel(renderSvg(path, QSize(2048, 2048)));
-        widget->installEventFilter(this);
+        widget = makePictureView(renderSvg(path, QSize(2048, 2048)));
+        static_cast<QScrollArea *>(widget)->viewport()->installEventFilter(this);
         break;
     case Renderer::Animation: {
         auto *label = new QLabel;
@@ -390,28 +440,73 @@ void PreviewController::showDocument(const QUrl &url)
     m_stack->setCurrentWidget(widget);
 }
 
+QScrollArea *PreviewController::pictureView() const
+{
+    return (m_renderer == Renderer::Image || m_renderer == Renderer::Svg) ? qobject_cast<QScrollArea *>(m_rendererWidget.data())
+                                                                           : nullptr;
+}
+
+QPdfView *PreviewController::pdfView() const
+{
+    return m_renderer == Renderer::Pdf && m_rendererWidget ? m_rendererWidget->findChild<QPdfView *>() : nullptr;
+}
+
+qreal PreviewController::zoomFactor() const
+{
+    if (QScrollArea *picture = pictureView()) {
+        return picture->property("zoom").toReal();
+    }
+    if (QPdfView *pdf = pdfView()) {
+        return pdf->zoomMode() == QPdfView::ZoomMode::Custom ? pdf->zoomFactor() : 1.0;
+    }
+    return 1.0;
+}
+
+void PreviewController::zoomBy(qreal factor, const QPointF &keep)
+{
+    if (QScrollArea *picture = pictureView()) {
+        picture->setProperty("zoom", std::clamp(zoomFactor() * factor, MinimumZoom, MaximumZoom));
+        fitPicture(picture, keep);
+    } else if (QPdfView *pdf = pdfView()) {
+        const qreal zoom = std::clamp(zoomFactor() * factor, 0.25, MaximumZoom);
+        pdf->setZoomMode(QPdfView::ZoomMode::Custom);
+        pdf->setZoomFactor(zoom);
+    }
+}
+
+void PreviewController::resetZoom()
+{
+    if (QScrollArea *picture = pictureView()) {
+        picture->setProperty("zoom", MinimumZoom);
+        fitPicture(picture);
+    } else if (QPdfView *pdf = pdfView()) {
+        pdf->setZoomMode(QPdfView::ZoomMode::FitToWidth);
+    }
+}
+
 bool PreviewController::eventFilter(QObject *watched, QEvent *event)
 {
-    if (event->type() == QEvent::Resize && watched == m_rendererWidget) {
-        auto *label = qobject_cast<QLabel *>(watched);
-        if (label && label->movie()) {
-            const QSize natural = label->property("naturalSize").toSize();
-            if (natural.isValid()) {
-                label->movie()->setScaledSize(natural.scaled(label->size(), Qt::KeepAspectRatio));
-            }
-        } else if (label) {
-            fitPicture(label);
+    QScrollArea *picture = pictureView();
+    if (picture && watched == picture->viewport()) {
+        switch (event->type()) {
+        case QEvent::Resize:
+            fitPicture(picture);
+            break;
+        case QEvent::MouseButtonDblClick: {
+            // a double-click looks closer at the point clicked, and back again
+            const QPointF at = static_cast<QMouseEvent *>(event)->position();
+            zoomFactor() > MinimumZoom ? resetZoom() : zoomBy(DoubleClickZoom, at);
+            return true;
+        }
+        default:
+            break;
         }
     }
-    if (event->type() == QEvent::Wheel && m_renderer == Renderer::Pdf) {
+    if (event->type() == QEvent::Wheel && (picture || pdfView())) {
         auto *wheel = static_cast<QWheelEvent *>(event);
-        auto *pdf = m_rendererWidget ? m_rendererWidget->findChild<QPdfView *>() : nullptr;
-        if (pdf && (wheel->modifiers() & Qt::ControlModifier)) {
-            // Ctrl and the wheel (or a touchpad's pinch) zoom the pages
-            const qreal factor = wheel->angleDelta().y() > 0 ? 1.1 : 1 / 1.1;
-            const qreal current = pdf->zoomMode() == QPdfView::ZoomMode::Custom ? pdf->zoomFactor() : 1.0;
-            pdf->setZoomMode(QPdfView::ZoomMode::Custom);
-            pdf->setZoomFactor(std::clamp(current * factor, 0.25, 8.0));
+        if (wheel->modifiers() & Qt::ControlModifier) {
+            // Ctrl and the wheel (or a touchpad's pinch) zoom the picture or the pages
+            zoomBy(wheel->angleDelta().y() > 0 ? ZoomStep : 1 / ZoomStep, wheel->position());
             return true;
         }
     }

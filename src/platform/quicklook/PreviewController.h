@@ -2,19 +2,23 @@
 
 #include "platform/ui/ViewController.h"
 
+#include <QPointF>
 #include <QPointer>
 #include <QWidget>
 #include <QString>
 #include <QUrl>
 
 class BarButtonItem;
+class QPdfView;
+class QScrollArea;
 class QStackedLayout;
 
 /// The built-in document viewer: one document at a time, the first of its data source.
 ///
-/// It has renderers for images (animated ones play), PDF (every page, pinch or Ctrl+wheel to
-/// zoom), SVG, plain text and Markdown, audio and video (a player with its controls); anything
-/// else shows its icon, name and kind. An item it can preview is one of those kinds.
+/// It has renderers for images (animated ones play), PDF (every page), SVG, plain text and Markdown, audio and video (a player with its controls); anything
+/// else shows its icon, name and kind. An item it can preview is one of those kinds. Pictures
+/// and PDFs zoom with Ctrl+wheel (a touchpad's pinch), Ctrl+plus and Ctrl+minus; a double-click
+/// looks closer at a picture; a finger or the wheel moves a zoomed picture.
 class PreviewController : public ViewController
 {
     Q_OBJECT
@@ -58,6 +62,14 @@ public:
     /// The widget of the current renderer, or null.
     QWidget *rendererWidget() const { return m_rendererWidget.data(); }
 
+    /// How much a picture or PDF is enlarged: 1 when it fits the screen (its width for a PDF).
+    qreal zoomFactor() const;
+    /// Enlarges (above 1) or reduces the picture or the pages, keeping the point `keep` of the
+    /// screen where it is (the middle when none); a picture never goes below its fitted size.
+    void zoomBy(qreal factor, const QPointF &keep = {-1, -1});
+    /// Fits the picture or the pages again.
+    void resetZoom();
+
     /// Buttons the viewer puts at the right of the navigation bar, the first rightmost.
     QList<BarButtonItem *> additionalRightBarButtonItems() const;
     void setAdditionalRightBarButtonItems(const QList<BarButtonItem *> &items);
@@ -69,6 +81,9 @@ protected:
 private:
     void showDocument(const QUrl &url);
     static Renderer rendererForFile(const QString &path);
+    /// The current picture's scroll area, or null when it shows no picture.
+    QScrollArea *pictureView() const;
+    QPdfView *pdfView() const;
 
     QPointer<QObject> m_dataSource;
     QUrl m_currentItem;
