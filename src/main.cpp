@@ -12,6 +12,7 @@
 
 #include <QApplication>
 #include <QCommandLineParser>
+#include <QIcon>
 #include <QTextStream>
 
 namespace {
@@ -26,16 +27,54 @@ void openURL(const QUrl &url, const QString &sourceApplication)
     }
     Application::shared()->openURL(url, options);
 }
+
+/// The program's options, as --help lists them.
+void describeOptions(QCommandLineParser *parser)
+{
+    parser->setApplicationDescription(QStringLiteral("Aerova Drive: browse the cloud drive kept on this device."));
+    parser->addHelpOption();
+    parser->addVersionOption();
+    parser->addOptions({
+        {QStringLiteral("idiom"), QStringLiteral("Force the phone or tablet layout."), QStringLiteral("phone|pad")},
+        {QStringLiteral("tour"), QStringLiteral("Write screenshots of the main screens into DIR and exit."), QStringLiteral("DIR")},
+        {QStringLiteral("source-app"), QStringLiteral("The application that sends the URL."), QStringLiteral("ID")},
+    });
+    parser->addPositionalArgument(QStringLiteral("URL"), QStringLiteral("An aerovadriveapp: URL naming an item to open."),
+                                  QStringLiteral("[URL]"));
+}
+
+/// Whether the command line only asks for the help or the version.
+bool asksForHelpOrVersion(int argc, char *argv[])
+{
+    for (int i = 1; i < argc; ++i) {
+        const QByteArray argument(argv[i]);
+        if (argument == "--help" || argument == "-h" || argument == "-?" || argument == "--help-all"
+            || argument == "--version" || argument == "-v") {
+            return true;
+        }
+    }
+    return false;
+}
+
 } // namespace
 
 int main(int argc, char *argv[])
 {
+    QApplication::setApplicationName(QStringLiteral("aerovadrive"));
+    QApplication::setApplicationVersion(QStringLiteral(AEROVA_VERSION));
+    if (asksForHelpOrVersion(argc, argv)) {
+        // answered without a screen: a terminal with no display can read them too
+        QCoreApplication app(argc, argv);
+        QCommandLineParser parser;
+        describeOptions(&parser);
+        parser.process(app);
+        return 0;
+    }
     QApplication app(argc, argv);
     // whichever way the program ends, its last log lines are written first
     struct FlushLogAtExit {
         ~FlushLogAtExit() { DRLogFlush(); }
     } flushLogAtExit;
-    QApplication::setApplicationName(QStringLiteral("aerovadrive"));
     QApplication::setDesktopFileName(QStringLiteral("com.quillmere.AerovaDriveApp"));
 
     DRLog(LOG_INFO, "Running %s", argv[0]);
@@ -45,22 +84,11 @@ int main(int argc, char *argv[])
     FileUtils::logFileAttributes(QCoreApplication::applicationFilePath());
 
     QCommandLineParser parser;
-    parser.setApplicationDescription(QStringLiteral("Aerova Drive: browse the cloud drive kept on this device."));
-    parser.addHelpOption();
-    const QCommandLineOption idiomOption(QStringLiteral("idiom"), QStringLiteral("Force the phone or tablet layout."),
-                                         QStringLiteral("phone|pad"));
-    const QCommandLineOption tourOption(QStringLiteral("tour"),
-                                        QStringLiteral("Write screenshots of the main screens into DIR and exit."),
-                                        QStringLiteral("DIR"));
-    const QCommandLineOption sourceOption(QStringLiteral("source-app"),
-                                          QStringLiteral("The application that sends the URL."), QStringLiteral("ID"));
-    parser.addOptions({idiomOption, tourOption, sourceOption});
-    parser.addPositionalArgument(QStringLiteral("URL"), QStringLiteral("An aerovadriveapp: URL naming an item to open."),
-                                 QStringLiteral("[URL]"));
+    describeOptions(&parser);
     parser.process(app);
 
-    if (parser.isSet(idiomOption)) {
-        const std::optional<Device::Idiom> idiom = Device::idiomFromString(parser.value(idiomOption));
+    if (parser.isSet(QStringLiteral("idiom"))) {
+        const std::optional<Device::Idiom> idiom = Device::idiomFromString(parser.value(QStringLiteral("idiom")));
         if (!idiom) {
             QTextStream(stderr) << "aerovadrive: --idiom takes phone or pad\n";
             return 2;
@@ -68,15 +96,18 @@ int main(int argc, char *argv[])
         Device::setForcedIdiom(idiom);
     }
     ensureIconTheme();
+    // the installed icon (a theme may restyle it), else the one the program carries
+    QApplication::setWindowIcon(QIcon::fromTheme(QStringLiteral("com.quillmere.AerovaDriveApp"),
+                                                 QIcon(QStringLiteral(":/icons/com.quillmere.AerovaDriveApp.svg"))));
     DocumentPickerUnavailableViewController::registerClass();
-    if (parser.isSet(tourOption)) {
-        return Tour::run(parser.value(tourOption));
+    if (parser.isSet(QStringLiteral("tour"))) {
+        return Tour::run(parser.value(QStringLiteral("tour")));
     }
 
     const QUrl url = parser.positionalArguments().isEmpty()
         ? QUrl()
         : AppDelegate::launchURLFromText(parser.positionalArguments().constFirst());
-    const QString sourceApplication = parser.value(sourceOption);
+    const QString sourceApplication = parser.value(QStringLiteral("source-app"));
     // one app per drive: a later invocation hands its URL over and leaves
     if (InstanceChannel::sendToRunningInstance(url, sourceApplication)) {
         return 0;
