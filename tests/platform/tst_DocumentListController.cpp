@@ -174,7 +174,10 @@ private slots:
 
         QSignalSpy added(shown.list, &DocumentListController::documentsAdded);
         QFileDialog *dialog = shown.list->chooseDocumentsToAdd();
-        Q_EMIT dialog->urlsSelected({QUrl::fromLocalFile(computer.filePath(QStringLiteral("Plan.txt")))});
+        // chosen in the dialog and accepted, as a person does
+        dialog->setDirectory(computer.path());
+        dialog->selectFile(computer.filePath(QStringLiteral("Plan.txt")));
+        QMetaObject::invokeMethod(dialog, "accept"); // its Add button
         QVERIFY(added.wait());
         QCOMPARE(added.first().first().value<QList<QUrl>>(), QList<QUrl>{QUrl::fromLocalFile(folder + QStringLiteral("/Plan 2.txt"))});
         QVERIFY(names(shown.list).contains(QStringLiteral("Plan 2.txt")));

@@ -15,6 +15,7 @@
 #include "platform/lists/ListPresentation.h"
 #include "platform/ui/AlertAction.h"
 #include "platform/ui/AlertController.h"
+#include "platform/ui/Device.h"
 #include "platform/ui/Font.h"
 #include "platform/ui/NavigationController.h"
 #include "platform/ui/PopoverPresentationController.h"
@@ -201,9 +202,23 @@ QFileDialog *DocumentListController::chooseDocumentsToAdd()
     dialog->setAcceptMode(QFileDialog::AcceptOpen);
     dialog->setLabelText(QFileDialog::Accept, LocalizedString::localized(QStringLiteral("Add")));
     dialog->setAttribute(Qt::WA_DeleteOnClose);
-    // a phone's whole screen, as every other screen of the app
+    // a phone's whole screen, as every other screen of the app, with the folder's files in
+    // all of its width: the side list of places only where there is room for it
     dialog->resize(view()->window()->size());
-    connect(dialog, &QFileDialog::urlsSelected, this, &DocumentListController::addDocuments);
+    if (Device::userInterfaceIdiom() == Device::Idiom::Phone) {
+        if (QWidget *places = dialog->findChild<QWidget *>(QStringLiteral("sidebar"))) {
+            places->hide();
+        }
+    }
+    // the dialog's own accept tells the chosen files by path (urlsSelected comes only from a
+    // desktop's native dialog)
+    connect(dialog, &QFileDialog::filesSelected, this, [this](const QStringList &paths) {
+        QList<QUrl> sources;
+        for (const QString &path : paths) {
+            sources << QUrl::fromLocalFile(path);
+        }
+        addDocuments(sources);
+    });
     dialog->open();
     return dialog;
 }
