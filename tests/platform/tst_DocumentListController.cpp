@@ -282,6 +282,16 @@ private slots:
         sheet->pressAction(sheet->actionWithTitle(QStringLiteral("Date")));
         QCOMPARE(list->sortOrder(), (ListSortOrder{ListSortOrder::Key::Date, true}));
         QCOMPARE(other.sortOrder(), list->sortOrder());
+        // the drive's root keeps its app folders on top, by name, in any order of the rest
+        QVERIFY(!DriveSetup::addContainer(QStringLiteral("com.example.zeta"), QStringLiteral("Zeta"), QStringLiteral("Any"),
+                                          {QStringLiteral("public.plain-text")}));
+        QVERIFY(!DriveSetup::addContainer(QStringLiteral("com.example.alpha"), QStringLiteral("Alpha"), QStringLiteral("Any"),
+                                          {QStringLiteral("public.plain-text")}));
+        DocumentListController driveRoot;
+        ListPresentation::instance()->setSortOrder({ListSortOrder::Key::Date, false});
+        QCOMPARE(names(&driveRoot).mid(0, 2), (QStringList{QStringLiteral("Alpha"), QStringLiteral("Zeta")}));
+        ListPresentation::instance()->setSortOrder({ListSortOrder::Key::Date, true});
+        QCOMPARE(names(&driveRoot).mid(0, 2), (QStringList{QStringLiteral("Alpha"), QStringLiteral("Zeta")}));
         QCOMPARE(Settings::listSortKey(), QStringLiteral("date"));
         QCOMPARE(names(list).at(1), QStringLiteral("apple.txt"));
 

@@ -126,6 +126,10 @@ void DocumentListController::followPresentation()
         return;
     }
     m_sortOrder = order;
+    if (m_isDriveRoot) {
+        reloadContents(); // the app folders stay on top, by name, whatever the order of the rest
+        return;
+    }
     // the rows already read, in the new order: nothing of the folder is listed again
     QList<DocumentListEntry> entries = m_model->entries();
     DocumentListModel::sortEntries(entries, m_sortOrder);
