@@ -34,43 +34,53 @@ QString Settings::_appContainerPath()
     return path;
 }
 
-bool Settings::boolPrefForKey_withDefault(const QString &key, bool defaultValue)
+namespace {
+
+/// The value of `key` as the container holds it now (another process may have written it), or
+/// `defaultValue`; every read says what it found.
+QVariant prefForKey(const QString &key, const QVariant &defaultValue)
 {
-    const QString container = _appContainerPath();
-    // another process may have written the domain since we last looked
+    const QString container = Settings::_appContainerPath();
     PreferencesSynchronizeWithContainer(domain, user, host, container);
     const QVariant stored = PreferencesCopyValueWithContainer(key, domain, user, host, container);
-    const bool result = stored.isValid() ? stored.toBool() : defaultValue;
-    DRLog(LOG_DEBUG, "%@ = %@", key, result);
+    const QVariant result = stored.isValid() ? stored : defaultValue;
+    if (defaultValue.typeId() == QMetaType::Bool) {
+        DRLog(LOG_DEBUG, "%@ = %@", key, result.toBool());
+    } else {
+        DRLog(LOG_DEBUG, "%@ = %@", key, result.toString());
+    }
     return result;
+}
+
+void setPref(const QVariant &value, const QString &key)
+{
+    const QString container = Settings::_appContainerPath();
+    PreferencesSetValueWithContainer(key, value, domain, user, host, container);
+    if (!PreferencesSynchronizeWithContainer(domain, user, host, container)) {
+        DRLog(LOG_ERR, "Failed to write prefs");
+    }
+}
+
+} // namespace
+
+bool Settings::boolPrefForKey_withDefault(const QString &key, bool defaultValue)
+{
+    return prefForKey(key, defaultValue).toBool();
 }
 
 void Settings::setBoolPref_forKey(bool value, const QString &key)
 {
-    const QString container = _appContainerPath();
-    PreferencesSetValueWithContainer(key, value, domain, user, host, container);
-    if (!PreferencesSynchronizeWithContainer(domain, user, host, container)) {
-        DRLog(LOG_ERR, "Failed to write prefs");
-    }
+    setPref(value, key);
 }
 
 QString Settings::stringPrefForKey_withDefault(const QString &key, const QString &defaultValue)
 {
-    const QString container = _appContainerPath();
-    PreferencesSynchronizeWithContainer(domain, user, host, container);
-    const QVariant stored = PreferencesCopyValueWithContainer(key, domain, user, host, container);
-    const QString result = stored.isValid() ? stored.toString() : defaultValue;
-    DRLog(LOG_DEBUG, "%@ = %@", key, result);
-    return result;
+    return prefForKey(key, defaultValue).toString();
 }
 
 void Settings::setStringPref_forKey(const QString &value, const QString &key)
 {
-    const QString container = _appContainerPath();
-    PreferencesSetValueWithContainer(key, value, domain, user, host, container);
-    if (!PreferencesSynchronizeWithContainer(domain, user, host, container)) {
-        DRLog(LOG_ERR, "Failed to write prefs");
-    }
+    setPref(value, key);
 }
 
 QString Settings::listSortKey()

@@ -5,6 +5,7 @@
 #include "platform/drive/KDURL.h"
 #include "platform/drive/PendingFile.h"
 #include "platform/foundation/Error.h"
+#include "platform/foundation/FileDescriptor.h"
 #include "platform/foundation/FilePath.h"
 #include "platform/foundation/LocalizedString.h"
 
@@ -19,26 +20,6 @@ namespace {
 
 constexpr size_t CopyStep = 4 * 1024 * 1024;
 
-/// A descriptor closed when it goes out of scope.
-class OpenFile
-{
-public:
-    explicit OpenFile(int fd)
-        : m_fd(fd)
-    {
-    }
-    ~OpenFile()
-    {
-        if (m_fd >= 0) {
-            ::close(m_fd);
-        }
-    }
-    Q_DISABLE_COPY_MOVE(OpenFile)
-    int get() const { return m_fd; }
-
-private:
-    int m_fd;
-};
 
 /// Opens a source for reading without waiting on it (a FIFO without a writer answers at once)
 /// and says what it is.
@@ -85,7 +66,7 @@ Copied importOne(const QString &source, const QString &folder, int dirFd, qint64
 {
     const QString name = QFileInfo(source).fileName();
     struct stat st {};
-    const OpenFile in(openSource(source, &st));
+    const FileDescriptor in(openSource(source, &st));
     if (in.get() < 0) {
         outcome->failures << failure(name, Error::fromErrno(errno, source, FileReadUnknownError).localizedDescription());
         return Copied::Failed;
@@ -159,7 +140,7 @@ DocumentImporter::Outcome DocumentImporter::importDocuments(const QList<QUrl> &s
         }
         return outcome;
     }
-    const OpenFile dirFd(::open(FilePath::encode(folderPath).constData(), O_DIRECTORY | O_RDONLY | O_CLOEXEC));
+    const FileDescriptor dirFd(::open(FilePath::encode(folderPath).constData(), O_DIRECTORY | O_RDONLY | O_CLOEXEC));
     qint64 copied = 0;
     for (const QUrl &source : sources) {
         if (dirFd.get() < 0) {

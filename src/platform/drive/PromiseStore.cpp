@@ -12,6 +12,7 @@
 #include "platform/drive/SyncServiceClient.h"
 #include "platform/drive/Thumbnailer.h"
 #include "platform/foundation/CancellationToken.h"
+#include "platform/foundation/FileDescriptor.h"
 #include "platform/foundation/FilePath.h"
 
 #include <QDir>
@@ -34,27 +35,6 @@ namespace {
 
 constexpr qint64 chunkSize = 8 * 1024 * 1024;
 
-/// A file descriptor closed when it goes out of scope.
-class Fd
-{
-public:
-    explicit Fd(int fd = -1)
-        : m_fd(fd)
-    {
-    }
-    ~Fd()
-    {
-        if (m_fd >= 0) {
-            ::close(m_fd);
-        }
-    }
-    Q_DISABLE_COPY_MOVE(Fd)
-    int get() const { return m_fd; }
-    bool isValid() const { return m_fd >= 0; }
-
-private:
-    int m_fd;
-};
 
 /// Copies `total` bytes, reporting progress and honouring the store's speed and a cancel.
 std::optional<Error> copyContent(int in, int out, qint64 total, Progress &progress, CancellationToken *cancel,
@@ -131,7 +111,7 @@ std::optional<Error> copyIntoStore(int sourceFd, const QString &sourcePath, cons
     const QString finalPath = PromisePlaceholder::storeFilePathForKey(storeKey);
     const QByteArray tempPath = FilePath::encode(finalPath + QStringLiteral(".upload"));
     ::unlink(tempPath.constData());
-    const Fd out(::open(tempPath.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
+    const FileDescriptor out(::open(tempPath.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
     if (!out.isValid()) {
         return Error::fromErrno(errno, finalPath);
     }
@@ -200,7 +180,7 @@ Error fileError(qint64 code, const QString &path, const QString &description = {
 std::optional<Error> publishDownload(const QString &file, const QString &logicalPath, const PromisePlaceholder &placeholder)
 {
     const QString placeholderPath = PromisePlaceholder::placeholderPathFor(logicalPath);
-    const Fd fd(::open(FilePath::encode(file).constData(), O_RDWR | O_NOFOLLOW | O_CLOEXEC));
+    const FileDescriptor fd(::open(FilePath::encode(file).constData(), O_RDWR | O_NOFOLLOW | O_CLOEXEC));
     if (!fd.isValid()) {
         return Error::fromErrno(errno, file);
     }
@@ -316,14 +296,14 @@ std::optional<Error> PromiseStore::materialize(const QString &logicalPath, Cance
     if (storeFd < 0) {
         return error;
     }
-    const Fd in(storeFd);
+    const FileDescriptor in(storeFd);
     struct stat storeStat;
     if (::fstat(in.get(), &storeStat) != 0) {
         return Error::fileError(UbiquityFileUnavailableError, {{QString::fromLatin1(ErrorKey::FilePath), logicalPath}});
     }
     const QFileInfo logical(logicalPath);
     const QString folder = logical.absolutePath();
-    const Fd dirFd(::open(FilePath::encode(folder).constData(), O_DIRECTORY | O_RDONLY | O_CLOEXEC));
+    const FileDescriptor dirFd(::open(FilePath::encode(folder).constData(), O_DIRECTORY | O_RDONLY | O_CLOEXEC));
     if (!dirFd.isValid()) {
         return Error::fromErrno(errno, folder);
     }
@@ -377,7 +357,7 @@ std::optional<Error> PromiseStore::evict(const QString &path)
         }
         return firstError;
     }
-    const Fd source(S_ISREG(linkStatus->st_mode)
+    const FileDescriptor source(S_ISREG(linkStatus->st_mode)
                         ? ::open(FilePath::encode(path).constData(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC)
                         : -1);
     struct stat st;

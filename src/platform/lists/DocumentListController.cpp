@@ -188,13 +188,7 @@ void DocumentListController::showAddOptions()
                                         }
                                     }));
     menu->addAction(new AlertAction(LocalizedString::localized(QStringLiteral("Cancel")), AlertAction::Style::Cancel, {}));
-    if (m_addButton) {
-        menu->popoverPresentationController()->setSourceView(m_addButton);
-        menu->popoverPresentationController()->setSourceRect(m_addButton->rect());
-        // under the button, clear of the navigation bar
-        menu->popoverPresentationController()->setPermittedArrowDirections(PopoverPresentationController::ArrowDirection::Up);
-    }
-    presenter()->presentViewController(menu, true);
+    presentSheetFromButton(menu, m_addButton);
 }
 
 QFileDialog *DocumentListController::chooseDocumentsToAdd()
@@ -344,6 +338,17 @@ void DocumentListController::finishAddingDocuments(const DocumentImporter::Outco
     });
 }
 
+void DocumentListController::presentSheetFromButton(AlertController *sheet, QPushButton *button)
+{
+    if (button) {
+        sheet->popoverPresentationController()->setSourceView(button);
+        sheet->popoverPresentationController()->setSourceRect(button->rect());
+        // under the button, clear of the navigation bar
+        sheet->popoverPresentationController()->setPermittedArrowDirections(PopoverPresentationController::ArrowDirection::Up);
+    }
+    presenter()->presentViewController(sheet, true);
+}
+
 void DocumentListController::showPresentationOptions()
 {
     ListPresentation *presentation = ListPresentation::instance();
@@ -375,13 +380,7 @@ void DocumentListController::showPresentationOptions()
                                     AlertAction::Style::Default,
                                     [presentation, grid](AlertAction *) { presentation->setGridMode(!grid); }));
     menu->addAction(new AlertAction(LocalizedString::localized(QStringLiteral("Cancel")), AlertAction::Style::Cancel, {}));
-    if (m_presentationButton) {
-        menu->popoverPresentationController()->setSourceView(m_presentationButton);
-        menu->popoverPresentationController()->setSourceRect(m_presentationButton->rect());
-        // under the button, clear of the navigation bar
-        menu->popoverPresentationController()->setPermittedArrowDirections(PopoverPresentationController::ArrowDirection::Up);
-    }
-    presenter()->presentViewController(menu, true);
+    presentSheetFromButton(menu, m_presentationButton);
 }
 
 void DocumentListController::watchFolder()

@@ -121,6 +121,8 @@ private:
     /// The list's rows as they are on disk now; callable from any thread.
     static QList<DocumentListEntry> readEntries(bool isDriveRoot, const QString &folderPath, const ListSortOrder &order);
     bool acceptDrop(QObject *watched, QEvent *event);
+    /// A sheet of the search row's buttons: a popover under the button on a tablet.
+    void presentSheetFromButton(AlertController *sheet, QPushButton *button);
     void showImportProgress(qint64 total, const std::shared_ptr<std::atomic<bool>> &cancel);
     void showImportProgressed(qint64 copied, qint64 total);
     void finishAddingDocuments(const DocumentImporter::Outcome &outcome);
