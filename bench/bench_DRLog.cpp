@@ -1,8 +1,8 @@
 // What a log call costs its caller: below the level (one comparison, no formatting) and kept
 // (formatting on the caller's thread, writing handed to the log's queue).
 
-#include "app/DRLogging.h"
-#include "app/DROSLClient.h"
+#include "core/DRLogging.h"
+#include "core/DROSLClient.h"
 #include "platform/foundation/DispatchQueue.h"
 
 #include <QCoreApplication>

@@ -4,7 +4,7 @@
 // checks that the downloaded bytes are the store's.
 
 #include "BenchDrive.h"
-#include "app/DRLogging.h"
+#include "core/DRLogging.h"
 #include "model/DRItem.h"
 #include "platform/drive/DriveFileManager.h"
 #include "platform/drive/DriveSetup.h"

@@ -4,8 +4,8 @@
 // Prints both times, their ratio, and checks that every document arrived.
 
 #include "BenchDrive.h"
-#include "app/DRLogging.h"
 #include "browser/NavController.h"
+#include "core/DRLogging.h"
 #include "platform/drive/DriveFileManager.h"
 #include "platform/drive/DriveSetup.h"
 #include "platform/drive/KDContainer.h"

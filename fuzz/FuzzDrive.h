@@ -3,7 +3,7 @@
 // The drive a fuzz target works on: a temporary AEROVA_HOME made once per process, with the
 // application object that queues and file watches need.
 
-#include "app/DRLogging.h"
+#include "core/DRLogging.h"
 #include "platform/drive/DriveLayout.h"
 #include "platform/drive/DriveSetup.h"
 #include "platform/foundation/UserDefaults.h"

@@ -1,6 +1,6 @@
 #include "app/AppDelegate.h"
-#include "app/DRLogging.h"
 #include "app/Tour.h"
+#include "core/DRLogging.h"
 #include "model/FileUtils.h"
 #include "platform/drive/PromiseStore.h"
 #include "platform/foundation/DispatchQueue.h"

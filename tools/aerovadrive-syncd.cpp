@@ -2,7 +2,7 @@
 // with the WebDAV server the drive is signed in to and serves the app's downloads. One per
 // drive: a second one exits at once.
 
-#include "app/DRLogging.h"
+#include "core/DRLogging.h"
 #include "credentials/Credentials.h"
 #include "platform/drive/DriveLayout.h"
 #include "platform/drive/RemoteAccount.h"

@@ -2,9 +2,9 @@
 
 #include "platform/drive/SyncServiceWatch.h"
 
-#include "app/DRLogging.h"
-#include "app/Settings.h"
 #include "browser/NavController.h"
+#include "core/DRLogging.h"
+#include "core/Settings.h"
 #include "model/AVDAppBookmarks.h"
 #include "platform/foundation/StringFormat.h"
 #include "platform/ui/Application.h"

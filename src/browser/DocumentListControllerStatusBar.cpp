@@ -1,7 +1,7 @@
 #include "browser/DocumentListControllerStatusBar.h"
 
-#include "app/Settings.h"
 #include "browser/DocumentListControllerStatusBarDelegate.h"
+#include "core/Settings.h"
 #include "platform/quota/KVQOffer.h"
 #include "platform/quota/KVQUpgradeButton.h"
 #include "platform/ui/Font.h"

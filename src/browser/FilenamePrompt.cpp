@@ -1,7 +1,7 @@
 #include "browser/FilenamePrompt.h"
 
-#include "app/DRLogging.h"
 #include "browser/SimpleTextViewController.h"
+#include "core/DRLogging.h"
 #include "model/FileUtils.h"
 #include "platform/foundation/LocalizedString.h"
 #include "platform/ui/AlertAction.h"

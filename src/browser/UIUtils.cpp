@@ -1,6 +1,6 @@
 #include "browser/UIUtils.h"
 
-#include "app/DRLogging.h"
+#include "core/DRLogging.h"
 #include "model/AVDAppBookmarks.h"
 #include "model/DRItem.h"
 #include "model/FileUtils.h"

@@ -1,6 +1,6 @@
 #include "model/DRItem.h"
 
-#include "app/DRLogging.h"
+#include "core/DRLogging.h"
 #include "model/AVDAppBookmarks.h"
 #include "model/FileUtils.h"
 #include "platform/drive/FileCoordinator.h"

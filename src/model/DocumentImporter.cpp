@@ -1,6 +1,6 @@
 #include "model/DocumentImporter.h"
 
-#include "app/DRLogging.h"
+#include "core/DRLogging.h"
 #include "model/FileUtils.h"
 #include "platform/drive/KDURL.h"
 #include "platform/drive/PendingFile.h"

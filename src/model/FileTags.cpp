@@ -1,6 +1,6 @@
 #include "model/FileTags.h"
 
-#include "app/DRLogging.h"
+#include "core/DRLogging.h"
 #include "model/AVDAppFileTagColors.h"
 #include "platform/drive/UbiquitousKeyValueStore.h"
 #include "platform/foundation/NotificationCenter.h"

@@ -1,6 +1,6 @@
 #include "model/FileUtils.h"
 
-#include "app/DRLogging.h"
+#include "core/DRLogging.h"
 #include "platform/drive/DriveFileManager.h"
 #include "platform/drive/FileAttributes.h"
 #include "platform/drive/FileCoordinator.h"

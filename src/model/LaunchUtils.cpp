@@ -1,6 +1,6 @@
 #include "model/LaunchUtils.h"
 
-#include "app/DRLogging.h"
+#include "core/DRLogging.h"
 #include "model/AVDAppBookmarks.h"
 #include "model/FileUtils.h"
 #include "platform/apps/ApplicationProxy.h"

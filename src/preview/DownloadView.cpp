@@ -1,6 +1,6 @@
 #include "preview/DownloadView.h"
 
-#include "app/DRLogging.h"
+#include "core/DRLogging.h"
 #include "model/DRItem.h"
 #include "platform/drive/Progress.h"
 #include "platform/foundation/ByteCountFormatter.h"

@@ -1,7 +1,7 @@
 #include "preview/PreviewBaseViewController.h"
 
-#include "app/DRLogging.h"
 #include "browser/UIUtils.h"
+#include "core/DRLogging.h"
 #include "model/DRItem.h"
 #include "model/LaunchUtils.h"
 #include "platform/apps/DocumentInteractionController.h"

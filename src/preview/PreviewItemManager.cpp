@@ -1,7 +1,7 @@
 #include "preview/PreviewItemManager.h"
 
-#include "app/DRLogging.h"
 #include "browser/UIUtils.h"
+#include "core/DRLogging.h"
 #include "model/DRItem.h"
 #include "model/FileUtils.h"
 #include "platform/drive/DriveFileManager.h"

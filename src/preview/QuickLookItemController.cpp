@@ -1,6 +1,6 @@
 #include "preview/QuickLookItemController.h"
 
-#include "app/DRLogging.h"
+#include "core/DRLogging.h"
 #include "model/DRItem.h"
 #include "platform/ui/BarButtonItem.h"
 #include "preview/PreviewItemManager.h"

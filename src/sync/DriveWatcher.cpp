@@ -1,6 +1,6 @@
 #include "sync/DriveWatcher.h"
 
-#include "app/DRLogging.h"
+#include "core/DRLogging.h"
 #include "platform/foundation/FilePath.h"
 
 #include <QSocketNotifier>

@@ -1,6 +1,6 @@
 #include "sync/RemotePropagator.h"
 
-#include "app/DRLogging.h"
+#include "core/DRLogging.h"
 #include "model/FileUtils.h"
 #include "platform/drive/FileAttributes.h"
 #include "platform/drive/PromisePlaceholder.h"

@@ -1,6 +1,6 @@
 #include "sync/SyncService.h"
 
-#include "app/DRLogging.h"
+#include "core/DRLogging.h"
 #include "platform/drive/DriveLayout.h"
 #include "platform/drive/PromisePlaceholder.h"
 #include "platform/drive/PromiseStore.h"

@@ -1,6 +1,6 @@
 #include "sync/SyncWorker.h"
 
-#include "app/DRLogging.h"
+#include "core/DRLogging.h"
 #include "platform/drive/DriveLayout.h"
 #include "sync/DavClient.h"
 #include "sync/ServerProbe.h"

@@ -1,6 +1,6 @@
 #include "sync/TagSync.h"
 
-#include "app/DRLogging.h"
+#include "core/DRLogging.h"
 #include "platform/drive/FileAttributes.h"
 #include "platform/drive/PromisePlaceholder.h"
 #include "platform/foundation/FilePath.h"

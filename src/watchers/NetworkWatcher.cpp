@@ -1,6 +1,6 @@
 #include "watchers/NetworkWatcher.h"
 
-#include "app/DRLogging.h"
+#include "core/DRLogging.h"
 #include "platform/foundation/DispatchQueue.h"
 #include "platform/foundation/StringFormat.h"
 #include "platform/network/NetworkReachability.h"

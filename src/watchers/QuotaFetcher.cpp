@@ -1,6 +1,6 @@
 #include "watchers/QuotaFetcher.h"
 
-#include "app/DRLogging.h"
+#include "core/DRLogging.h"
 #include "platform/drive/CloudContainer.h"
 #include "platform/drive/CloudDatabase.h"
 #include "platform/drive/FetchUserQuotaOperation.h"

@@ -1,5 +1,5 @@
-#include "app/DRLogging.h"
 #include "browser/UIUtils.h"
+#include "core/DRLogging.h"
 #include "platform/drive/DriveLayout.h"
 #include "platform/drive/DriveSetup.h"
 #include "platform/foundation/StringFormat.h"

@@ -1,6 +1,6 @@
 #include "model/DRItem.h"
 
-#include "app/DRLogging.h"
+#include "core/DRLogging.h"
 #include "platform/drive/DriveSetup.h"
 #include "platform/drive/FileAttributes.h"
 #include "platform/drive/PromisePlaceholder.h"

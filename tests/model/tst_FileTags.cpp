@@ -1,6 +1,6 @@
 #include "model/FileTags.h"
 
-#include "app/DRLogging.h"
+#include "core/DRLogging.h"
 #include "platform/drive/DriveServiceMonitor.h"
 #include "platform/drive/DriveSetup.h"
 #include "platform/drive/UbiquitousKeyValueStore.h"

@@ -1,4 +1,4 @@
-#include "app/Settings.h"
+#include "core/Settings.h"
 #include "model/DRItem.h"
 #include "platform/drive/DriveSetup.h"
 #include "platform/drive/Thumbnailer.h"

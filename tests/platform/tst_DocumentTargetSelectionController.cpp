@@ -1,4 +1,4 @@
-#include "app/DRLogging.h"
+#include "core/DRLogging.h"
 #include "platform/drive/DriveLayout.h"
 #include "platform/drive/DriveSetup.h"
 #include "platform/lists/DocumentTargetFolderListController.h"

@@ -1,4 +1,4 @@
-#include "app/DRLogging.h"
+#include "core/DRLogging.h"
 #include "model/DRItem.h"
 #include "platform/drive/DriveFileManager.h"
 #include "platform/drive/Progress.h"

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "app/DRLogging.h"
-#include "app/DROSLClient.h"
+#include "core/DRLogging.h"
+#include "core/DROSLClient.h"
 #include "platform/foundation/DispatchQueue.h"
 #include "platform/foundation/UserDefaults.h"
 #include "platform/syslog/MemoryLogSink.h"

@@ -1,5 +1,5 @@
 // A second process for tests: prints what another reader of the app's preferences sees.
-#include "app/Settings.h"
+#include "core/Settings.h"
 
 #include <QCoreApplication>
 #include <QTextStream>

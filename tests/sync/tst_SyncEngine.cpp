@@ -1,4 +1,4 @@
-#include "app/DRLogging.h"
+#include "core/DRLogging.h"
 #include "model/FileUtils.h"
 #include "platform/drive/DriveLayout.h"
 #include "platform/drive/FileAttributes.h"

@@ -1,6 +1,6 @@
 #include "watchers/NetworkWatcher.h"
 
-#include "app/DRLogging.h"
+#include "core/DRLogging.h"
 #include "platform/drive/DriveSetup.h"
 #include "platform/network/NetworkReachability.h"
 #include "support/LogSpy.h"

@@ -1,6 +1,6 @@
 #include "watchers/QuotaFetcher.h"
 
-#include "app/DRLogging.h"
+#include "core/DRLogging.h"
 #include "platform/drive/DriveSetup.h"
 #include "platform/drive/FetchUserQuotaOperation.h"
 #include "platform/foundation/DispatchQueue.h"

@@ -1,6 +1,6 @@
 #include "platform/apps/DocumentInteractionController.h"
 
-#include "app/DRLogging.h"
+#include "core/DRLogging.h"
 #include "platform/apps/ApplicationProxy.h"
 #include "platform/drive/FileCoordinator.h"
 #include "platform/drive/PromisePlaceholder.h"

@@ -4,7 +4,7 @@
 #include "platform/drive/KDContainer.h"
 #include "platform/drive/ServiceFile.h"
 
-#include "app/DRLogging.h"
+#include "core/DRLogging.h"
 
 #include <QDir>
 #include <QFile>

@@ -1,13 +1,13 @@
 #include "platform/drive/DriveFileManager.h"
 
 #include "platform/drive/DriveLayout.h"
-#include "platform/drive/RemoteAccount.h"
 #include "platform/drive/KDContainer.h"
 #include "platform/drive/KDURL.h"
 #include "platform/drive/PromiseStore.h"
+#include "platform/drive/RemoteAccount.h"
 #include "platform/drive/ServiceFile.h"
 
-#include "app/DRLogging.h"
+#include "core/DRLogging.h"
 
 #include <QCryptographicHash>
 #include <QDataStream>

@@ -3,7 +3,7 @@
 #include "platform/drive/DriveLayout.h"
 #include "platform/drive/ServiceFile.h"
 
-#include "app/DRLogging.h"
+#include "core/DRLogging.h"
 #include "platform/foundation/FilePath.h"
 
 #include <QDir>

@@ -1,6 +1,6 @@
 #include "platform/drive/PromiseStore.h"
 
-#include "app/DRLogging.h"
+#include "core/DRLogging.h"
 #include "platform/drive/DriveLayout.h"
 #include "platform/drive/FileAttributes.h"
 #include "platform/drive/KDURL.h"

@@ -1,6 +1,6 @@
 #include "platform/drive/ServiceFile.h"
 
-#include "app/DRLogging.h"
+#include "core/DRLogging.h"
 #include "platform/foundation/RegularFileReader.h"
 
 #include <QHash>

@@ -1,6 +1,6 @@
 #include "platform/lists/ConnectServerViewController.h"
 
-#include "app/DRLogging.h"
+#include "core/DRLogging.h"
 #include "platform/foundation/CompanionProgram.h"
 #include "platform/foundation/LocalizedString.h"
 #include "platform/ui/Font.h"

@@ -1,6 +1,6 @@
 #include "platform/lists/ListPresentation.h"
 
-#include "app/Settings.h"
+#include "core/Settings.h"
 
 ListPresentation *ListPresentation::instance()
 {

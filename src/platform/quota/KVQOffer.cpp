@@ -1,6 +1,6 @@
 #include "platform/quota/KVQOffer.h"
 
-#include "app/DRLogging.h"
+#include "core/DRLogging.h"
 #include "platform/drive/ServiceFile.h"
 
 #include <QFile>

@@ -1,6 +1,6 @@
 #include "platform/ui/ViewController.h"
 
-#include "app/DRLogging.h"
+#include "core/DRLogging.h"
 #include "platform/ui/BarButtonItem.h"
 #include "platform/ui/NavigationController.h"
 #include "platform/ui/NavigationItem.h"

@@ -1,6 +1,6 @@
-#include "app/DROSLClient.h"
+#include "core/DROSLClient.h"
 
-#include "app/DRLogging.h"
+#include "core/DRLogging.h"
 #include "platform/foundation/DispatchQueue.h"
 #include "platform/foundation/UserDefaults.h"
 #include "platform/syslog/SystemLog.h"

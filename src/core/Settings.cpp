@@ -1,6 +1,6 @@
-#include "app/Settings.h"
+#include "core/Settings.h"
 
-#include "app/DRLogging.h"
+#include "core/DRLogging.h"
 #include "platform/foundation/Preferences.h"
 
 #include <mutex>

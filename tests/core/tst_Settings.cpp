@@ -1,5 +1,5 @@
-#include "app/DRLogging.h"
-#include "app/Settings.h"
+#include "core/DRLogging.h"
+#include "core/Settings.h"
 #include "platform/foundation/Preferences.h"
 #include "support/LogSpy.h"
 #include "support/TestDrive.h"

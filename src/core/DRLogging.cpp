@@ -1,6 +1,6 @@
-#include "app/DRLogging.h"
+#include "core/DRLogging.h"
 
-#include "app/DROSLClient.h"
+#include "core/DROSLClient.h"
 #include "platform/foundation/DispatchQueue.h"
 #include "platform/foundation/StringFormat.h"
 #include "platform/syslog/SystemLog.h"
