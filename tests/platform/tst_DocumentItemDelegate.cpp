@@ -3,6 +3,7 @@
 #include "platform/ui/Font.h"
 
 #include <QFontMetrics>
+#include <QIcon>
 #include <QImage>
 #include <QListView>
 #include <QPainter>
@@ -50,6 +51,64 @@ private:
     }
 
 private Q_SLOTS:
+    // a type icon that comes as bitmaps is drawn at the one nearest the slot, at its own size:
+    // a 48-pixel picture is not blown up from 32 nor squeezed to 44, so it stays sharp
+    void aBitmapIconIsDrawnAtItsOwnSize()
+    {
+        QIcon icon;
+        for (const int side : {32, 48}) {
+            QPixmap square(side, side);
+            square.fill(Qt::darkGreen);
+            icon.addPixmap(square);
+        }
+        QStandardItemModel model;
+        auto *item = new QStandardItem(QStringLiteral("Site Survey.zip"));
+        item->setData(icon, DocumentListModel::IconRole);
+        model.appendRow(item);
+        DocumentItemDelegate delegate;
+        QImage canvas(QSize(390, DocumentItemDelegate::RowHeight), QImage::Format_RGB32);
+        canvas.fill(Qt::white);
+        QPainter painter(&canvas);
+        QStyleOptionViewItem option;
+        option.rect = canvas.rect();
+        option.state = QStyle::State_Enabled;
+        delegate.paint(&painter, option, model.index(0, 0));
+        painter.end();
+        int green = 0;
+        for (int x = 0; x < 80; ++x) {
+            green += canvas.pixelColor(x, DocumentItemDelegate::RowHeight / 2) == QColor(Qt::darkGreen) ? 1 : 0;
+        }
+        QCOMPARE(green, 48);
+    }
+
+    // the cloud of an item only on the drive keeps a white arrow inside it at a row's size
+    void theCloudBadgeShowsItsArrow()
+    {
+        QStandardItemModel model;
+        auto *item = new QStandardItem(QStringLiteral("Brochure.pdf"));
+        item->setData(true, DocumentListModel::IsPromiseRole);
+        model.appendRow(item);
+        DocumentItemDelegate delegate;
+        QImage canvas(QSize(390, DocumentItemDelegate::RowHeight), QImage::Format_RGB32);
+        canvas.fill(Qt::white);
+        QPainter painter(&canvas);
+        QStyleOptionViewItem option;
+        option.rect = canvas.rect();
+        option.state = QStyle::State_Enabled;
+        delegate.paint(&painter, option, model.index(0, 0));
+        painter.end();
+        // across the badge's middle line: blue cloud, a white arrow, blue cloud again
+        QString runs;
+        for (int x = 300; x < 390; ++x) {
+            const QColor c = canvas.pixelColor(x, DocumentItemDelegate::RowHeight / 2 + 2);
+            const QChar kind = c.blue() > 200 && c.red() < 60 ? QLatin1Char('b') : c.lightness() > 240 ? QLatin1Char('w') : QLatin1Char('-');
+            if (runs.isEmpty() || runs.back() != kind) {
+                runs.append(kind);
+            }
+        }
+        QVERIFY2(runs.contains(QStringLiteral("bwb")) || runs.contains(QStringLiteral("b-w-b")), qPrintable(runs));
+    }
+
     // a name of two lines in a tile keeps the subtitle off it, and all of it stays in the tile
     void aTwoLineNameLeavesRoomForTheSubtitle()
     {

@@ -76,7 +76,25 @@ void DocumentItemDelegate::paintPicture(QPainter *painter, const QRect &rect, co
         return;
     }
     const QIcon icon = index.data(DocumentListModel::IconRole).value<QIcon>();
-    icon.paint(painter, rect);
+    // a theme's bitmap is drawn at one of its own sizes, the nearest to the slot, never blown
+    // up from a smaller one: a 48-pixel zip icon stays sharp in a 44-pixel slot
+    const qreal ratio = painter->device() ? painter->device()->devicePixelRatioF() : 1.0;
+    const int wanted = qRound(rect.width() * ratio);
+    QSize nearest;
+    for (const QSize &size : icon.availableSizes()) {
+        if (!nearest.isValid() || std::abs(size.width() - wanted) < std::abs(nearest.width() - wanted)) {
+            nearest = size;
+        }
+    }
+    if (nearest.isValid() && nearest.width() >= wanted * 0.7 && nearest.width() <= wanted * 1.15) {
+        QPixmap pixmap = icon.pixmap(nearest);
+        pixmap.setDevicePixelRatio(ratio);
+        QRect target(QPoint(0, 0), pixmap.deviceIndependentSize().toSize());
+        target.moveCenter(rect.center());
+        painter->drawPixmap(target, pixmap);
+        return;
+    }
+    icon.paint(painter, rect); // a drawing, or no size near: drawn to the slot
 }
 
 void DocumentItemDelegate::paintCheck(QPainter *painter, const QPoint &center, bool checked) const
@@ -99,25 +117,34 @@ void DocumentItemDelegate::paintCheck(QPainter *painter, const QPoint &center, b
 
 void DocumentItemDelegate::paintCloudBadge(QPainter *painter, const QRect &rect) const
 {
-    // a small cloud with a downward arrow: the item is on the drive, not on this device
+    // a cloud with a downward arrow: the item is on the drive, not on this device. Three round
+    // puffs over a flat base, and a thick arrow with a short head, so that it reads at 18
+    // pixels as well as at 36
     const QColor color = SystemColor::systemBlueColor();
-    QPainterPath cloud;
     const qreal w = rect.width();
     const qreal h = rect.height();
     const QPointF o = rect.topLeft();
-    cloud.addEllipse(QRectF(o.x() + w * 0.05, o.y() + h * 0.40, w * 0.40, h * 0.45));
-    cloud.addEllipse(QRectF(o.x() + w * 0.25, o.y() + h * 0.15, w * 0.50, h * 0.60));
-    cloud.addEllipse(QRectF(o.x() + w * 0.55, o.y() + h * 0.38, w * 0.40, h * 0.47));
-    cloud.addRect(QRectF(o.x() + w * 0.25, o.y() + h * 0.55, w * 0.50, h * 0.30));
+    const auto puff = [&](qreal x, qreal y, qreal radius) {
+        QPainterPath circle;
+        circle.addEllipse(QPointF(o.x() + x * w, o.y() + y * h), radius * h, radius * h);
+        return circle;
+    };
+    QPainterPath cloud = puff(0.28, 0.64, 0.30).united(puff(0.52, 0.44, 0.40)).united(puff(0.76, 0.64, 0.30));
+    QPainterPath base;
+    base.addRect(QRectF(o.x() + 0.28 * w, o.y() + 0.64 * h, 0.48 * w, 0.30 * h));
+    cloud = cloud.united(base);
+    painter->save();
+    painter->setRenderHint(QPainter::Antialiasing);
     painter->setPen(Qt::NoPen);
     painter->setBrush(color);
-    painter->drawPath(cloud.simplified());
-    painter->setPen(QPen(Qt::white, std::max(1.5, w / 12.0), Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
-    const QPointF top(o.x() + w * 0.5, o.y() + h * 0.38);
-    const QPointF bottom(o.x() + w * 0.5, o.y() + h * 0.72);
-    painter->drawLine(top, bottom);
-    painter->drawLine(bottom, bottom + QPointF(-w * 0.12, -h * 0.12));
-    painter->drawLine(bottom, bottom + QPointF(w * 0.12, -h * 0.12));
+    painter->drawPath(cloud);
+    painter->setPen(QPen(Qt::white, std::max(2.0, w / 10.0), Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
+    painter->setBrush(Qt::NoBrush);
+    const QPointF top(o.x() + w * 0.52, o.y() + h * 0.36);
+    const QPointF tip(o.x() + w * 0.52, o.y() + h * 0.78);
+    painter->drawLine(top, tip);
+    painter->drawPolyline(QPolygonF{tip + QPointF(-w * 0.14, -h * 0.18), tip, tip + QPointF(w * 0.14, -h * 0.18)});
+    painter->restore();
 }
 
 void DocumentItemDelegate::paintRow(QPainter *painter, const QStyleOptionViewItem &option,
