@@ -13,8 +13,10 @@
 #include "platform/foundation/NotificationCenter.h"
 #include "platform/foundation/OperationQueue.h"
 #include "platform/lists/DocumentListController.h"
+#include "platform/lists/DocumentListModel.h"
 #include "platform/lists/DocumentSearchController.h"
 #include "platform/lists/DocumentTargetSelectionController.h"
+#include "platform/lists/ListPresentation.h"
 #include "platform/ui/AlertAction.h"
 #include "platform/ui/AlertController.h"
 #include "platform/ui/NavigationController.h"
@@ -108,6 +110,34 @@ bool PreviewItemManager::refreshPending() const
 void PreviewItemManager::previewItem(const std::shared_ptr<DRItem> &item)
 {
     setItem_updatePreview(item, true);
+}
+
+bool PreviewItemManager::previewNeighbourItem(int step)
+{
+    if (!m_item || step == 0) {
+        return false;
+    }
+    const QString path = FilePath::localPath(m_item->url());
+    const QList<DocumentListEntry> entries = DocumentListModel::entriesOfFolder(QFileInfo(path).path(),
+                                                                              ListPresentation::instance()->sortOrder());
+    QList<QString> documents;
+    for (const DocumentListEntry &entry : entries) {
+        if (!entry.isFolder && !entry.isAppContainer) {
+            documents << FilePath::localPath(entry.url);
+        }
+    }
+    const qsizetype at = documents.indexOf(path);
+    const qsizetype neighbour = at + step;
+    if (at < 0 || neighbour < 0 || neighbour >= documents.size()) {
+        return false;
+    }
+    const std::shared_ptr<DRItem> item = DRItem::initWithURL(QUrl::fromLocalFile(documents.at(neighbour)));
+    if (!item) {
+        return false;
+    }
+    DRLog(LOG_INFO, "Showing the document %d places on: %@", step, item->url());
+    previewItem(item);
+    return true;
 }
 
 void PreviewItemManager::setItem(const std::shared_ptr<DRItem> &item)

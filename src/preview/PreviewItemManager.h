@@ -74,6 +74,9 @@ public:
     bool autoDownload() const { return m_autoDownload; }
 
     void previewItem(const std::shared_ptr<DRItem> &item);
+    /// Shows the document `step` places after the one on screen (before it when negative), in
+    /// the order its folder's list shows them, folders passed over; false at the folder's ends.
+    bool previewNeighbourItem(int step);
     void setItem(const std::shared_ptr<DRItem> &item);
     void setItem_updatePreview(const std::shared_ptr<DRItem> &item, bool updatePreview);
     /// The screen for the item, not yet placed; null when there is nothing to show.

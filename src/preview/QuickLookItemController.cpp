@@ -6,6 +6,7 @@
 #include "preview/PreviewItemManager.h"
 
 #include <QCoreApplication>
+#include <QShortcut>
 #include <QWidget>
 
 QuickLookItemController::QuickLookItemController(QObject *parent)
@@ -20,6 +21,21 @@ QuickLookItemController::QuickLookItemController(QObject *parent)
     m_barButtonDeleteItem->setObjectName(QStringLiteral("quickLookDeleteButton"));
     m_barButtonDeleteItem->setAction([this] { showWarningAndDeleteDocument(); });
     setAdditionalRightBarButtonItems({m_barButtonDeleteItem, m_barButtonMoveItem});
+}
+
+void QuickLookItemController::viewDidLoad()
+{
+    PreviewController::viewDidLoad();
+    // Left and Right page through the folder's documents, as in a photo viewer
+    for (const auto &[key, step] : {std::pair{Qt::Key_Left, -1}, std::pair{Qt::Key_Right, 1}}) {
+        auto *shortcut = new QShortcut(QKeySequence(key), view());
+        shortcut->setContext(Qt::WidgetWithChildrenShortcut);
+        connect(shortcut, &QShortcut::activated, this, [this, step = step] {
+            if (m_itemManager) {
+                m_itemManager->previewNeighbourItem(step);
+            }
+        });
+    }
 }
 
 QuickLookItemController *QuickLookItemController::defaultController()

@@ -41,6 +41,10 @@ public:
     void showMoveTarget();
     void showWarningAndDeleteDocument();
 
+protected:
+    /// Left and Right go to the folder's previous and next document.
+    void viewDidLoad() override;
+
 private:
     explicit QuickLookItemController(QObject *parent = nullptr);
     void setDocumentsOf(PreviewItemManager *manager);

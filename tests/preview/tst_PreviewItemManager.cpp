@@ -172,6 +172,39 @@ private Q_SLOTS:
         manager->unregisterAsFilePresenter();
     }
 
+    // Left and Right in the viewer page through the folder's documents in the list's order,
+    // passing folders over and stopping at the ends
+    void leftAndRightPageThroughTheFolder()
+    {
+        const QString folder = m_drive.freshFolder(QStringLiteral("paging"));
+        for (const char *name : {"a.txt", "b.txt", "c.txt"}) {
+            QVERIFY(TestDrive::writeFile(folder + QLatin1Char('/') + QLatin1String(name), name));
+        }
+        QVERIFY(QDir().mkpath(folder + QStringLiteral("/Sub")));
+        Window window(QRect(0, 0, 390, 844));
+        NavigationController *navigation = stage(window);
+        window.activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&window));
+        auto manager = PreviewItemManager::create();
+        manager->setNavigationController(navigation);
+        manager->previewItem(DRItem::initWithURL(QUrl::fromLocalFile(folder + QStringLiteral("/a.txt"))));
+        QuickLookItemController *viewer = QuickLookItemController::defaultController();
+        QTRY_COMPARE(navigation->topViewController(), viewer);
+        const int depth = int(navigation->viewControllers().size());
+
+        QTest::keyClick(viewer->view(), Qt::Key_Right);
+        QTRY_COMPARE(viewer->currentPreviewItem(), QUrl::fromLocalFile(folder + QStringLiteral("/b.txt")));
+        QTest::keyClick(viewer->view(), Qt::Key_Right);
+        QTRY_COMPARE(viewer->currentPreviewItem(), QUrl::fromLocalFile(folder + QStringLiteral("/c.txt")));
+        QVERIFY(!manager->previewNeighbourItem(1)); // the last one: nothing after it
+        QTest::keyClick(viewer->view(), Qt::Key_Left);
+        QTRY_COMPARE(viewer->currentPreviewItem(), QUrl::fromLocalFile(folder + QStringLiteral("/b.txt")));
+        QCOMPARE(manager->item()->url(), QUrl::fromLocalFile(folder + QStringLiteral("/b.txt")));
+        // the viewer takes the place of the one before: Back still leads to the folder
+        QCOMPARE(int(navigation->viewControllers().size()), depth);
+        manager->unregisterAsFilePresenter();
+    }
+
     // a screen reader names every control of the download screen and of the viewer
     void everyControlHasANameForScreenReaders()
     {

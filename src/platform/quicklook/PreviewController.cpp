@@ -13,6 +13,7 @@
 #include "platform/ui/Font.h"
 #include "platform/ui/NavigationItem.h"
 
+#include <QApplication>
 #include <QAudioOutput>
 #include <QEvent>
 #include <QFile>
@@ -224,6 +225,8 @@ QWidget *PreviewController::loadView()
     palette.setColor(QPalette::Window, Qt::white);
     root->setPalette(palette);
     m_stack = new QStackedLayout(root);
+    // the viewer takes the keyboard when it shows (its keys below act on the document)
+    root->setFocusPolicy(Qt::StrongFocus);
     // Ctrl and plus or minus zoom a picture or the pages, Ctrl+0 fits them again
     const QList<std::pair<QKeySequence, std::function<void()>>> keys{
         {QKeySequence::ZoomIn, [this] { zoomBy(ZoomStep); }},
@@ -237,6 +240,14 @@ QWidget *PreviewController::loadView()
         connect(shortcut, &QShortcut::activated, this, action);
     }
     return root;
+}
+
+void PreviewController::viewDidAppear(bool animated)
+{
+    ViewController::viewDidAppear(animated);
+    if (!view()->isAncestorOf(QApplication::focusWidget())) {
+        view()->setFocus(Qt::OtherFocusReason);
+    }
 }
 
 void PreviewController::reloadData()

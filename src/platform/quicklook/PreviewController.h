@@ -74,6 +74,9 @@ public:
     QList<BarButtonItem *> additionalRightBarButtonItems() const;
     void setAdditionalRightBarButtonItems(const QList<BarButtonItem *> &items);
 
+    /// The viewer takes the keyboard as it shows, unless a control of its own has it.
+    void viewDidAppear(bool animated) override;
+
 protected:
     QWidget *loadView() override;
     bool eventFilter(QObject *watched, QEvent *event) override;
