@@ -218,6 +218,10 @@ private slots:
             // it plays: both frames are shown in turn
             QMovie *movie = qobject_cast<QLabel *>(viewer.rendererWidget())->movie();
             QVERIFY(movie);
+            // as large as the screen allows, in its own shape (a square)
+            viewer.view()->show();
+            QTRY_VERIFY(viewer.rendererWidget()->width() > 100);
+            QTRY_COMPARE(movie->scaledSize(), QSize(1, 1).scaled(viewer.rendererWidget()->size(), Qt::KeepAspectRatio));
             QCOMPARE(movie->frameCount(), 2);
             QCOMPARE(movie->state(), QMovie::Running);
             const int first = movie->currentFrameNumber();

@@ -497,6 +497,14 @@ void PreviewController::resetZoom()
 
 bool PreviewController::eventFilter(QObject *watched, QEvent *event)
 {
+    if (event->type() == QEvent::Resize && m_renderer == Renderer::Animation && watched == m_rendererWidget) {
+        // an animation plays as large as the screen allows, in its own shape
+        auto *label = qobject_cast<QLabel *>(watched);
+        const QSize natural = label ? label->property("naturalSize").toSize() : QSize();
+        if (label && label->movie() && natural.isValid()) {
+            label->movie()->setScaledSize(natural.scaled(label->size(), Qt::KeepAspectRatio));
+        }
+    }
     QScrollArea *picture = pictureView();
     if (picture && watched == picture->viewport()) {
         switch (event->type()) {
