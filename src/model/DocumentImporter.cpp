@@ -20,7 +20,6 @@ namespace {
 
 constexpr size_t CopyStep = 4 * 1024 * 1024;
 
-
 /// Opens a source for reading without waiting on it (a FIFO without a writer answers at once)
 /// and says what it is.
 int openSource(const QString &path, struct stat *st)
@@ -31,12 +30,6 @@ int openSource(const QString &path, struct stat *st)
         return -1;
     }
     return fd;
-}
-
-QString failure(const QString &name, const QString &reason)
-{
-    return LocalizedString::localizedStringWithFormat(QStringLiteral("“%@” could not be added: %@"),
-                                                     FilePath::displayName(name), reason);
 }
 
 /// Names the whole copy in the folder: its own name, else the next free one; a name taken
@@ -60,33 +53,30 @@ int publishUnderAFreeName(const PendingFile &pending, int dirFd, const QString &
 
 enum class Copied { Whole, Failed, Cancelled };
 
-/// Copies one source into the folder whose descriptor is `dirFd`.
-Copied importOne(const QString &source, const QString &folder, int dirFd, qint64 *copiedSoFar,
-                 const std::function<bool(qint64)> &progress, DocumentImporter::Outcome *outcome)
+/// Copies one source into the folder whose descriptor is `dirFd`, under its name or the next
+/// free one (`published`); on a failure, `reason` says why in a person's words.
+Copied importOne(const QString &source, const QString &name, const QString &folder, int dirFd, qint64 *copiedSoFar,
+                 const std::function<bool(qint64)> &progress, QString *published, QString *reason)
 {
-    const QString name = QFileInfo(source).fileName();
     struct stat st {};
     const FileDescriptor in(openSource(source, &st));
-    if (in.get() < 0) {
-        outcome->failures << failure(name, Error::fromErrno(errno, source, FileReadUnknownError).localizedDescription());
-        return Copied::Failed;
-    }
-    if (S_ISDIR(st.st_mode)) {
-        outcome->failures << failure(name, LocalizedString::localized(QStringLiteral("it is a folder; only documents are added.")));
+    if (!in.isValid()) {
+        *reason = Error::fromErrno(errno, source, FileReadUnknownError).localizedDescription();
         return Copied::Failed;
     }
     if (!S_ISREG(st.st_mode)) {
-        outcome->failures << failure(name, LocalizedString::localized(QStringLiteral("it is not a document.")));
+        *reason = LocalizedString::localized(S_ISDIR(st.st_mode) ? QStringLiteral("it is a folder; only documents are added.")
+                                                                 : QStringLiteral("it is not a document."));
         return Copied::Failed;
     }
     if (!FileUtils::isValidFilename(name)) {
-        outcome->failures << failure(name, LocalizedString::localized(QStringLiteral("the drive does not allow its name.")));
+        *reason = LocalizedString::localized(QStringLiteral("the drive does not allow its name."));
         return Copied::Failed;
     }
     ::fcntl(in.get(), F_SETFL, 0); // a regular file: reads may block again, as they should
     const PendingFile pending = PendingFile::open(dirFd, folder, name);
     if (pending.fd < 0) {
-        outcome->failures << failure(name, Error::fromErrno(errno, folder).localizedDescription());
+        *reason = Error::fromErrno(errno, folder).localizedDescription();
         return Copied::Failed;
     }
     bool kernelCopy = true;
@@ -99,18 +89,14 @@ Copied importOne(const QString &source, const QString &folder, int dirFd, qint64
             return Copied::Cancelled;
         }
     }
-    QString published;
     const timespec times[2] = {st.st_atim, st.st_mtim}; // the document keeps its date
-    if (n < 0 || ::fchmod(pending.fd, 0644) != 0 || ::futimens(pending.fd, times) != 0
-        || publishUnderAFreeName(pending, dirFd, folder, name, &published) != 0) {
-        outcome->failures << failure(name, Error::fromErrno(errno, folder).localizedDescription());
-        pending.discard();
-        return Copied::Failed;
+    const bool whole = n == 0 && ::fchmod(pending.fd, 0644) == 0 && ::futimens(pending.fd, times) == 0
+        && publishUnderAFreeName(pending, dirFd, folder, name, published) == 0;
+    if (!whole) {
+        *reason = Error::fromErrno(errno, folder).localizedDescription();
     }
-    pending.discard(); // named now: only its descriptor is closed
-    outcome->added << QUrl::fromLocalFile(folder + QLatin1Char('/') + published);
-    DRLog(LOG_INFO, "Added %@ as %@", QUrl::fromLocalFile(source), outcome->added.constLast());
-    return Copied::Whole;
+    pending.discard(); // once named, only its descriptor is closed
+    return whole ? Copied::Whole : Copied::Failed;
 }
 
 } // namespace
@@ -132,27 +118,36 @@ DocumentImporter::Outcome DocumentImporter::importDocuments(const QList<QUrl> &s
 {
     Outcome outcome;
     const QString folderPath = FilePath::localPath(folder);
-    // documents go into the drive only: a folder of the drive, by its real path
-    if (kd_resolvedPathInMobileDocuments(QUrl::fromLocalFile(folderPath)).isEmpty()) {
-        for (const QUrl &source : sources) {
-            outcome.failures << failure(QFileInfo(FilePath::localPath(source)).fileName(),
-                                        LocalizedString::localized(QStringLiteral("the folder is not in the drive.")));
-        }
-        return outcome;
-    }
-    const FileDescriptor dirFd(::open(FilePath::encode(folderPath).constData(), O_DIRECTORY | O_RDONLY | O_CLOEXEC));
+    // documents go into the drive only: a folder of the drive, opened by the real path checked
+    const QString realFolder = kd_resolvedPathInMobileDocuments(QUrl::fromLocalFile(folderPath));
+    const FileDescriptor dirFd(realFolder.isEmpty() ? -1
+                                                    : ::open(FilePath::encode(realFolder).constData(),
+                                                             O_DIRECTORY | O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
+    const QString folderProblem = realFolder.isEmpty() ? LocalizedString::localized(QStringLiteral("the folder is not in the drive."))
+                                  : !dirFd.isValid()   ? Error::fromErrno(errno, folderPath).localizedDescription()
+                                                       : QString();
     qint64 copied = 0;
     for (const QUrl &source : sources) {
-        if (dirFd.get() < 0) {
-            outcome.failures << failure(QFileInfo(FilePath::localPath(source)).fileName(),
-                                        Error::fromErrno(errno, folderPath).localizedDescription());
-            continue;
-        }
+        const QString sourcePath = FilePath::localPath(source);
+        const QString name = QFileInfo(sourcePath).fileName();
+        QString published;
+        QString reason = folderProblem;
         // every document is attempted: one failure must not strand the rest
-        if (importOne(FilePath::localPath(source), folderPath, dirFd.get(), &copied, progress, &outcome) == Copied::Cancelled) {
+        const Copied copy = reason.isEmpty()
+            ? importOne(sourcePath, name, realFolder, dirFd.get(), &copied, progress, &published, &reason)
+            : Copied::Failed;
+        if (copy == Copied::Cancelled) {
             outcome.cancelled = true;
             break;
         }
+        if (copy == Copied::Failed) {
+            outcome.failures << LocalizedString::localizedStringWithFormat(QStringLiteral("“%@” could not be added: %@"),
+                                                                          FilePath::displayName(name), reason);
+            DRLog(LOG_ERR, "Could not add %@ to %@: %@", source, folder, reason);
+            continue;
+        }
+        outcome.added << QUrl::fromLocalFile(folderPath + QLatin1Char('/') + published);
+        DRLog(LOG_INFO, "Added %@ as %@", source, outcome.added.constLast());
     }
     return outcome;
 }

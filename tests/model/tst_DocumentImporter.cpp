@@ -1,5 +1,7 @@
 #include "model/DocumentImporter.h"
 #include "platform/drive/DriveSetup.h"
+#include "platform/foundation/StringFormat.h"
+#include "support/LogSpy.h"
 #include "support/TestDrive.h"
 
 #include <QDir>
@@ -87,7 +89,12 @@ private Q_SLOTS:
                                   QUrl::fromLocalFile(fifo), QUrl::fromLocalFile(QStringLiteral("/dev/zero")),
                                   source(QStringLiteral("Notes.txt")), source(QStringLiteral(".hidden"))};
         QCOMPARE(DocumentImporter::totalSize(sources), 14); // the two documents only
+        LogSpy::clear();
         const auto outcome = DocumentImporter::importDocuments(sources, QUrl::fromLocalFile(folder), {});
+        // each refusal is in the log too, as an error
+        QCOMPARE(LogSpy::levelOf(StringFormat::format("Could not add %@ to %@: %@", sources.at(1), QUrl::fromLocalFile(folder),
+                                                      QStringLiteral("it is not a document."))),
+                 LOG_ERR);
         QCOMPARE(outcome.added, QList<QUrl>{QUrl::fromLocalFile(folder + QStringLiteral("/Notes.txt"))});
         QCOMPARE(outcome.failures,
                  (QStringList{QStringLiteral("“Holidays” could not be added: it is a folder; only documents are added."),

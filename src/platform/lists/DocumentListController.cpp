@@ -318,7 +318,11 @@ void DocumentListController::finishAddingDocuments(const DocumentImporter::Outco
     if (outcome.failures.isEmpty()) {
         return;
     }
-    // what was not added is said, each document with its reason
+    // what was not added is said, each document with its reason (and is in the log), unless
+    // the person has opened another sheet meanwhile
+    if (presenter()->presentedViewController()) {
+        return;
+    }
     const QString title = outcome.failures.size() == 1
         ? outcome.failures.first()
         : LocalizedString::localizedStringWithFormat(QStringLiteral("%d documents could not be added."),
@@ -326,16 +330,7 @@ void DocumentListController::finishAddingDocuments(const DocumentImporter::Outco
     auto *alert = new AlertController(title, outcome.failures.size() == 1 ? QString() : outcome.failures.join(u'\n'),
                                       AlertController::Style::Alert);
     alert->addAction(new AlertAction(LocalizedString::localized(QStringLiteral("OK")), AlertAction::Style::Default, {}));
-    // shown once the progress sheet has gone
-    const QPointer<DocumentListController> self(this);
-    const QPointer<AlertController> shown(alert);
-    alert->setParent(this);
-    DispatchQueue::main()->async([self, shown] {
-        if (self && shown && !self->presenter()->presentedViewController()) {
-            shown->setParent(nullptr);
-            self->presenter()->presentViewController(shown, true);
-        }
-    });
+    presenter()->presentViewController(alert, true);
 }
 
 void DocumentListController::presentSheetFromButton(AlertController *sheet, QPushButton *button)

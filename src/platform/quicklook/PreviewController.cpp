@@ -93,7 +93,7 @@ constexpr qreal DoubleClickZoom = 2.5;
 constexpr qreal ZoomStep = 1.25;
 
 /// A picture fitted to the screen, zoomed and panned within it: the label holding it sits in
-/// a scroll area that a finger, a mouse drag or the wheel moves.
+/// a scroll area that a finger or the wheel moves.
 QScrollArea *makePictureView(const QImage &image)
 {
     auto *area = new QScrollArea;
