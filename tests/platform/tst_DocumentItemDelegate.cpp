@@ -40,6 +40,22 @@ private:
         painter.end();
         return canvas;
     }
+    /// A phone's row of `item` painted on white, outside edit mode.
+    static QImage paintedRow(QStandardItem *item)
+    {
+        QStandardItemModel model;
+        model.appendRow(item);
+        DocumentItemDelegate delegate;
+        QImage canvas(QSize(390, DocumentItemDelegate::RowHeight), QImage::Format_RGB32);
+        canvas.fill(Qt::white);
+        QPainter painter(&canvas);
+        QStyleOptionViewItem option;
+        option.rect = canvas.rect();
+        option.state = QStyle::State_Enabled;
+        delegate.paint(&painter, option, model.index(0, 0));
+        painter.end();
+        return canvas;
+    }
     /// The colour in the middle of where the picture is drawn.
     static QColor pictureMiddle(const QImage &canvas, bool grid, bool editing)
     {
@@ -61,19 +77,9 @@ private Q_SLOTS:
             square.fill(Qt::darkGreen);
             icon.addPixmap(square);
         }
-        QStandardItemModel model;
         auto *item = new QStandardItem(QStringLiteral("Site Survey.zip"));
         item->setData(icon, DocumentListModel::IconRole);
-        model.appendRow(item);
-        DocumentItemDelegate delegate;
-        QImage canvas(QSize(390, DocumentItemDelegate::RowHeight), QImage::Format_RGB32);
-        canvas.fill(Qt::white);
-        QPainter painter(&canvas);
-        QStyleOptionViewItem option;
-        option.rect = canvas.rect();
-        option.state = QStyle::State_Enabled;
-        delegate.paint(&painter, option, model.index(0, 0));
-        painter.end();
+        const QImage canvas = paintedRow(item);
         int green = 0;
         for (int x = 0; x < 80; ++x) {
             green += canvas.pixelColor(x, DocumentItemDelegate::RowHeight / 2) == QColor(Qt::darkGreen) ? 1 : 0;
@@ -84,19 +90,9 @@ private Q_SLOTS:
     // the cloud of an item only on the drive keeps a white arrow inside it at a row's size
     void theCloudBadgeShowsItsArrow()
     {
-        QStandardItemModel model;
         auto *item = new QStandardItem(QStringLiteral("Brochure.pdf"));
         item->setData(true, DocumentListModel::IsPromiseRole);
-        model.appendRow(item);
-        DocumentItemDelegate delegate;
-        QImage canvas(QSize(390, DocumentItemDelegate::RowHeight), QImage::Format_RGB32);
-        canvas.fill(Qt::white);
-        QPainter painter(&canvas);
-        QStyleOptionViewItem option;
-        option.rect = canvas.rect();
-        option.state = QStyle::State_Enabled;
-        delegate.paint(&painter, option, model.index(0, 0));
-        painter.end();
+        const QImage canvas = paintedRow(item);
         // across the badge's middle line: blue cloud, a white arrow, blue cloud again
         QString runs;
         for (int x = 300; x < 390; ++x) {
