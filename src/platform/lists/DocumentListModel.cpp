@@ -311,65 +311,67 @@ QCollator DocumentListModel::nameCollator()
 
 namespace {
 
-/// What an entry is sorted by besides its name, read only for the key asked (a listing by name
-/// reads no item at all): its date or size as a number, or its kind's description.
-struct SortFacts {
-    qint64 number = 0;
-    QString kind;
-};
-
-SortFacts sortFactsOf(const DocumentListEntry &entry, ListSortOrder::Key key, QHash<QString, QString> *kindByPattern)
+/// The kind of an entry, its type's description ("PDF document"); empty for a folder. One
+/// look-up per extension (or per whole name when it has none: "Makefile").
+QString kindOf(const DocumentListEntry &entry, QHash<QString, QString> *kindByPattern)
 {
-    SortFacts facts;
-    if (key == ListSortOrder::Key::Kind) {
-        if (!(entry.isFolder || entry.isAppContainer)) {
-            // one look-up per extension (or per whole name when it has none: "Makefile")
-            const QString suffix = QFileInfo(entry.name).suffix().toLower();
-            const QString pattern = suffix.isEmpty() ? entry.name : suffix;
-            auto it = kindByPattern->find(pattern);
-            if (it == kindByPattern->end()) {
-                static const QMimeDatabase types;
-                it = kindByPattern->insert(pattern, types.mimeTypeForFile(entry.name, QMimeDatabase::MatchExtension).comment());
-            }
-            facts.kind = *it;
-        }
-        return facts;
+    if (entry.isFolder || entry.isAppContainer) {
+        return {};
     }
+    const QString suffix = QFileInfo(entry.name).suffix().toLower();
+    const QString pattern = suffix.isEmpty() ? entry.name : suffix;
+    auto it = kindByPattern->find(pattern);
+    if (it == kindByPattern->end()) {
+        static const QMimeDatabase types;
+        it = kindByPattern->insert(pattern, types.mimeTypeForFile(entry.name, QMimeDatabase::MatchExtension).comment());
+    }
+    return *it;
+}
+
+/// The date (milliseconds) or size of an entry, read only for that key: a listing by name
+/// reads no item at all. A promised item's come from its placeholder.
+qint64 dateOrSizeOf(const DocumentListEntry &entry, ListSortOrder::Key key)
+{
     const QString path = FilePath::localPath(entry.url);
     if (entry.isPromise) {
         std::optional<Error> error;
-        if (const auto placeholder = PromisePlaceholder::read(PromisePlaceholder::placeholderPathFor(path), &error)) {
-            facts.number = key == ListSortOrder::Key::Size ? placeholder->size
-                                                           : placeholder->modificationDate.toMSecsSinceEpoch();
+        const auto placeholder = PromisePlaceholder::read(PromisePlaceholder::placeholderPathFor(path), &error);
+        if (!placeholder) {
+            return 0;
         }
-        return facts;
+        return key == ListSortOrder::Key::Size ? placeholder->size : placeholder->modificationDate.toMSecsSinceEpoch();
     }
-    if (const std::optional<struct stat> st = FilePath::linkStatus(path)) {
-        facts.number = key == ListSortOrder::Key::Size
-            ? (S_ISDIR(st->st_mode) ? 0 : qint64(st->st_size))
-            : qint64(st->st_mtim.tv_sec) * 1000 + st->st_mtim.tv_nsec / 1'000'000;
+    const std::optional<struct stat> st = FilePath::linkStatus(path);
+    if (!st) {
+        return 0;
     }
-    return facts;
+    return key == ListSortOrder::Key::Size ? (S_ISDIR(st->st_mode) ? 0 : qint64(st->st_size))
+                                           : qint64(st->st_mtim.tv_sec) * 1000 + st->st_mtim.tv_nsec / 1'000'000;
 }
 
-/// Turns kinds into their ranks in the collator's order: a folder of a hundred thousand
+/// The entries' kinds as their ranks in the collator's order: a folder of a hundred thousand
 /// documents has a handful of kinds, compared once each instead of at every step of the sort.
-template <typename Keyed>
-void rankKinds(std::vector<Keyed> *keyed, const QCollator &collator)
+QList<qint64> kindRanks(const QList<DocumentListEntry> &entries, const QCollator &collator)
 {
-    QStringList kinds;
-    for (const Keyed &k : *keyed) {
-        kinds << k.facts.kind;
+    QHash<QString, QString> kindByPattern;
+    QStringList kindOfEntry;
+    kindOfEntry.reserve(entries.size());
+    for (const DocumentListEntry &entry : entries) {
+        kindOfEntry << kindOf(entry, &kindByPattern);
     }
+    QStringList kinds = kindOfEntry;
     kinds.removeDuplicates();
     std::sort(kinds.begin(), kinds.end(), [&collator](const QString &a, const QString &b) { return collator.compare(a, b) < 0; });
     QHash<QString, qint64> rank;
     for (qsizetype i = 0; i < kinds.size(); ++i) {
         rank.insert(kinds.at(i), i);
     }
-    for (Keyed &k : *keyed) {
-        k.facts.number = rank.value(k.facts.kind);
+    QList<qint64> ranks;
+    ranks.reserve(entries.size());
+    for (const QString &kind : std::as_const(kindOfEntry)) {
+        ranks << rank.value(kind);
     }
+    return ranks;
 }
 
 } // namespace
@@ -380,27 +382,26 @@ void DocumentListModel::sortEntries(QList<DocumentListEntry> &entries, const Lis
     struct Keyed {
         QCollatorSortKey key;
         bool isFolder;
-        SortFacts facts;
+        qint64 number; // the date, size or kind's rank; 0 when sorted by name
         qsizetype index;
     };
+    const QList<qint64> ranks = order.key == ListSortOrder::Key::Kind ? kindRanks(entries, collator) : QList<qint64>();
     std::vector<Keyed> keyed;
     keyed.reserve(entries.size());
-    QHash<QString, QString> kindByPattern;
     for (qsizetype i = 0; i < entries.size(); ++i) {
         const DocumentListEntry &entry = entries.at(i);
+        const qint64 number = order.key == ListSortOrder::Key::Name ? 0
+            : order.key == ListSortOrder::Key::Kind                 ? ranks.at(i)
+                                                                    : dateOrSizeOf(entry, order.key);
         // sorted as shown: a byte that is no text sorts as the replacement character it shows as
         keyed.push_back({collator.sortKey(FilePath::displayName(entry.name)), entry.isFolder || entry.isAppContainer,
-                         order.key == ListSortOrder::Key::Name ? SortFacts{} : sortFactsOf(entry, order.key, &kindByPattern),
-                         i});
-    }
-    if (order.key == ListSortOrder::Key::Kind) {
-        rankKinds(&keyed, collator);
+                         number, i});
     }
     const auto byKey = [&order](const Keyed &a, const Keyed &b) {
         if (order.key == ListSortOrder::Key::Name) {
             return a.key.compare(b.key);
         }
-        return a.facts.number < b.facts.number ? -1 : a.facts.number > b.facts.number ? 1 : 0;
+        return a.number < b.number ? -1 : a.number > b.number ? 1 : 0;
     };
     std::stable_sort(keyed.begin(), keyed.end(), [&](const Keyed &a, const Keyed &b) {
         if (a.isFolder != b.isFolder) {
