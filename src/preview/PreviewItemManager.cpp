@@ -118,8 +118,23 @@ bool PreviewItemManager::previewNeighbourItem(int step)
         return false;
     }
     const QString path = FilePath::localPath(m_item->url());
-    const QList<DocumentListEntry> entries = DocumentListModel::entriesOfFolder(QFileInfo(path).path(),
-                                                                              ListPresentation::instance()->sortOrder());
+    const QString folder = QFileInfo(path).path();
+    // the rows of the folder's list under the viewer, as the person saw them; the folder is
+    // read only when no list of it is in the stack (a document opened from the search)
+    QList<DocumentListEntry> entries;
+    bool listed = false;
+    if (m_navigationController) {
+        for (ViewController *screen : m_navigationController->viewControllers()) {
+            auto *list = qobject_cast<DocumentListController *>(screen);
+            if (list && FilePath::localPath(list->presentedURL()) == folder) {
+                entries = list->model()->entries();
+                listed = true;
+            }
+        }
+    }
+    if (!listed) {
+        entries = DocumentListModel::entriesOfFolder(folder, ListPresentation::instance()->sortOrder());
+    }
     QList<QString> documents;
     for (const DocumentListEntry &entry : entries) {
         if (!entry.isFolder && !entry.isAppContainer) {

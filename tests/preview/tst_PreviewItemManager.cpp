@@ -203,6 +203,19 @@ private Q_SLOTS:
         // the viewer takes the place of the one before: Back still leads to the folder
         QCOMPARE(int(navigation->viewControllers().size()), depth);
         manager->unregisterAsFilePresenter();
+
+        // over the folder's list, the pages follow the rows that list shows
+        auto *list = new DocumentListController(QUrl::fromLocalFile(folder), nullptr);
+        navigation->setViewControllers({list}, false);
+        auto overList = PreviewItemManager::create();
+        overList->setNavigationController(navigation);
+        overList->previewItem(DRItem::initWithURL(QUrl::fromLocalFile(folder + QStringLiteral("/c.txt"))));
+        QTRY_COMPARE(navigation->topViewController(), viewer);
+        QVERIFY(overList->previewNeighbourItem(-2));
+        QTRY_COMPARE(viewer->currentPreviewItem(), QUrl::fromLocalFile(folder + QStringLiteral("/a.txt")));
+        QVERIFY(!overList->previewNeighbourItem(-1));
+        QCOMPARE(navigation->viewControllers().first(), list);
+        overList->unregisterAsFilePresenter();
     }
 
     // a screen reader names every control of the download screen and of the viewer
