@@ -1,6 +1,7 @@
 #include "sync/DavClient.h"
 
 #include "platform/foundation/FilePath.h"
+#include "sync/DocumentSender.h"
 #include "sync/HttpDate.h"
 #include "sync/MultistatusParser.h"
 
@@ -30,6 +31,11 @@ const QByteArray quotaBody = R"(<?xml version="1.0" encoding="utf-8"?>
 constexpr int transferTimeoutMs = 30000;
 
 const char tooLargeProperty[] = "aerova.tooLarge";
+
+DavError tooLargeError(int status, qint64 limit)
+{
+    return DavError{DavError::Kind::TooLarge, status, QStringLiteral("(over the %1 bytes it may have)").arg(limit)};
+}
 
 } // namespace
 
@@ -173,6 +179,30 @@ QNetworkReply *DavClient::upload(const QString &path, QIODevice *content, const 
     return m_network->put(request, content);
 }
 
+DavError DavClient::sendDocument(const QString &path, int fd, qint64 size, const std::optional<DavResource> &over)
+{
+    // the headers of upload(), so both send a document on the same terms
+    QNetworkRequest request = this->request(urlFor(path));
+    request.setHeader(QNetworkRequest::ContentTypeHeader, QByteArrayLiteral("application/octet-stream"));
+    if (over) {
+        setUnchangedSince(&request, *over);
+    } else {
+        request.setRawHeader("If-None-Match", "*");
+    }
+    QList<QByteArray> headers;
+    for (const QByteArray &name : request.rawHeaderList()) {
+        headers << name + ": " + request.rawHeader(name);
+    }
+    if (!m_sender) {
+        m_sender = std::make_unique<DocumentSender>();
+    }
+    const DocumentSender::Answer answer = m_sender->send(request.url(), headers, fd, size, request.transferTimeout());
+    if (answer.tooLarge) {
+        return tooLargeError(answer.status, DocumentSender::maximumAnswerSize);
+    }
+    return errorFor(answer.status, answer.reasonPhrase, answer.failure, answer.failureText);
+}
+
 QNetworkReply *DavClient::mkcol(const QString &path)
 {
     return send("MKCOL", request(urlFor(path, true)));
@@ -245,21 +275,23 @@ QNetworkReply *DavClient::remove(const QString &path, bool isCollection, const s
 
 DavError DavClient::errorOf(QNetworkReply *reply)
 {
-    DavError error;
     const int status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
-    error.httpStatus = status;
     if (const QVariant limit = reply->property(tooLargeProperty); limit.isValid()) {
-        error.kind = DavError::Kind::TooLarge;
-        error.message = QStringLiteral("(over the %1 bytes it may have)").arg(limit.toLongLong());
-        return error;
+        return tooLargeError(status, limit.toLongLong());
     }
+    return errorFor(status, reply->attribute(QNetworkRequest::HttpReasonPhraseAttribute).toString(), reply->error(),
+                    reply->errorString());
+}
+
+DavError DavClient::errorFor(int status, const QString &reasonPhrase, QNetworkReply::NetworkError failure,
+                             const QString &failureText)
+{
+    DavError error;
+    error.httpStatus = status;
     if (status >= 200 && status < 300) {
         return error;
     }
-    const QString details = status ? QStringLiteral("(HTTP %1 %2)").arg(status).arg(
-                                         reply->attribute(QNetworkRequest::HttpReasonPhraseAttribute).toString())
-                                   : QStringLiteral("(%1)").arg(reply->errorString());
-    error.message = details;
+    error.message = status ? QStringLiteral("(HTTP %1 %2)").arg(status).arg(reasonPhrase) : QStringLiteral("(%1)").arg(failureText);
     if (status == 401) {
         error.kind = DavError::Kind::Unauthorized;
     } else if (status == 412) {
@@ -274,9 +306,9 @@ DavError DavClient::errorOf(QNetworkReply *reply)
         error.kind = DavError::Kind::ServerError;
     } else if (status >= 400) {
         error.kind = DavError::Kind::Refused;
-    } else if (reply->error() == QNetworkReply::SslHandshakeFailedError) {
+    } else if (failure == QNetworkReply::SslHandshakeFailedError) {
         error.kind = DavError::Kind::Certificate;
-    } else if (reply->error() == QNetworkReply::OperationCanceledError) {
+    } else if (failure == QNetworkReply::OperationCanceledError) {
         error.kind = DavError::Kind::Cancelled;
     } else {
         error.kind = DavError::Kind::Unreachable;

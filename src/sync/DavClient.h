@@ -5,15 +5,16 @@
 
 #include <QByteArray>
 #include <QList>
+#include <QNetworkReply>
 #include <QObject>
 #include <QUrl>
 
 #include <memory>
 #include <optional>
 
+class DocumentSender;
 class QIODevice;
 class QNetworkAccessManager;
-class QNetworkReply;
 class QNetworkRequest;
 
 /// A WebDAV client for one account: the server folder named at sign-in and its credentials.
@@ -57,6 +58,10 @@ public:
     /// only where the server has nothing (`If-None-Match: *`), else only over that version of
     /// the server's document: a server's document is never overwritten unseen.
     QNetworkReply *upload(const QString &path, QIODevice *content, const std::optional<DavResource> &over);
+    /// Blocking: PUT of the first `size` bytes of the open file `fd`, on the conditions of
+    /// upload(), streamed from the file on this thread (see DocumentSender). A file that ends
+    /// early breaks the request off (Cancelled), so the server keeps nothing cut short.
+    DavError sendDocument(const QString &path, int fd, qint64 size, const std::optional<DavResource> &over);
     QNetworkReply *mkcol(const QString &path);
     /// Sets the document's tags, a dead property the other devices read back; none removes it.
     QNetworkReply *setTags(const QString &path, const QStringList &tags);
@@ -68,6 +73,9 @@ public:
 
     /// The error of a finished reply, none for a 2xx answer.
     static DavError errorOf(QNetworkReply *reply);
+    /// The error of an answer with `status` (0: none came, for `failure`), none for 2xx.
+    static DavError errorFor(int status, const QString &reasonPhrase, QNetworkReply::NetworkError failure,
+                             const QString &failureText);
     /// Ends `reply` as soon as its answer says or shows it holds more than `limit` bytes (its
     /// error is then TooLarge): an answer is never read into memory past what was asked for.
     static void limitAnswer(QNetworkReply *reply, qint64 limit);
@@ -95,5 +103,7 @@ private:
     QString m_user;
     QByteArray m_authorization;
     QNetworkAccessManager *m_network;
+    /// Made with the first document sent.
+    std::unique_ptr<DocumentSender> m_sender;
     qint64 m_maximumListingSize = maximumListingSize;
 };

@@ -253,8 +253,7 @@ bool RemotePropagator::upload(const QString &path, const QString &localPath, con
     if (!conditionFor(path, over, error, &condition)) {
         return false;
     }
-    const auto reply = finished(m_client->upload(path, &file, condition));
-    if (const DavError davError = DavClient::errorOf(reply.get())) {
+    if (const DavError davError = m_client->sendDocument(path, fd, before.st_size, condition)) {
         m_lastError = davError;
         *error = davError.description();
         return false;

@@ -46,10 +46,36 @@ bool CuttingProxy::start(QString *error)
 void CuttingProxy::cutAfter(qint64 bytes, const QByteArray &request, int times)
 {
     QMutexLocker lock(&m_mutex);
+    m_holding = false;
     m_request = request;
     m_cutBytes = bytes;
     m_cutsLeft = times;
     m_cutAfter = bytes;
+}
+
+void CuttingProxy::holdAfter(qint64 bytes, const QByteArray &request)
+{
+    cutAfter(bytes, request);
+    QMutexLocker lock(&m_mutex);
+    m_holding = true;
+}
+
+void CuttingProxy::release()
+{
+    cutAfter(-1, {});
+    QMetaObject::invokeMethod(
+        m_server,
+        [this] {
+            for (const QPointer<QTcpSocket> &client : std::as_const(m_held)) {
+                if (client && client->state() == QAbstractSocket::ConnectedState) {
+                    client->setProperty("held", false);
+                    client->write(client->property("heldBytes").toByteArray());
+                    client->setProperty("heldBytes", QByteArray());
+                }
+            }
+            m_held.clear();
+        },
+        Qt::BlockingQueuedConnection);
 }
 
 QUrl CuttingProxy::relayed(const QUrl &serverUrl) const
@@ -101,6 +127,10 @@ void CuttingProxy::relay(QTcpServer *server)
             if (client->state() != QAbstractSocket::ConnectedState) {
                 return;
             }
+            if (client->property("held").toBool()) {
+                client->setProperty("heldBytes", QByteArray(client->property("heldBytes").toByteArray() + bytes));
+                return;
+            }
             qint64 cutAfter = m_cutAfter;
             if (cutAfter >= 0) {
                 QMutexLocker lock(&m_mutex);
@@ -109,9 +139,18 @@ void CuttingProxy::relay(QTcpServer *server)
                 }
             }
             if (cutAfter >= 0 && bytes.size() >= cutAfter) {
+                bool hold;
                 {
                     QMutexLocker lock(&m_mutex);
                     m_cutAfter = --m_cutsLeft > 0 ? m_cutBytes : -1;
+                    hold = m_holding;
+                }
+                if (hold) {
+                    client->write(bytes.left(cutAfter));
+                    client->setProperty("held", true);
+                    client->setProperty("heldBytes", bytes.mid(cutAfter));
+                    m_held << client;
+                    return;
                 }
                 ++m_cuts;
                 // what came before the cut still reaches the client; then the connection ends

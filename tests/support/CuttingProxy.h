@@ -1,6 +1,9 @@
 #pragma once
 
+#include <QList>
 #include <QMutex>
+#include <QPointer>
+#include <QTcpSocket>
 #include <QThread>
 #include <QUrl>
 
@@ -27,6 +30,11 @@ public:
     /// times (an HTTP client may send the request again by itself), then the relay passes
     /// everything again. Other connections are not counted.
     void cutAfter(qint64 bytes, const QByteArray &request, int times = 1);
+    /// As cutAfter(), but the connection stays open and the rest of the answer waits in the
+    /// relay until release(): a transfer that stalls half-way, as long as a test needs.
+    void holdAfter(qint64 bytes, const QByteArray &request);
+    /// Passes on what holdAfter() kept back, and relays everything again.
+    void release();
     int cuts() const { return m_cuts; }
     /// While offline, every connection, new or kept open, ends as soon as it is used.
     void setOffline(bool offline) { m_offline = offline; }
@@ -43,6 +51,8 @@ private:
     std::atomic<qint64> m_cutAfter{-1};
     qint64 m_cutBytes = 0; // guarded by m_mutex
     int m_cutsLeft = 0;    // guarded by m_mutex
+    bool m_holding = false; // guarded by m_mutex
+    QList<QPointer<QTcpSocket>> m_held; // on m_thread
     std::atomic<int> m_cuts{0};
     std::atomic<bool> m_offline{false};
 };

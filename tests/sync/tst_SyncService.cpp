@@ -190,7 +190,9 @@ private slots:
             QVERIFY(PromisePlaceholder::isPromisedItem(path)); // only the app gives it its name
         }
 
-        // cancelled once some of it has arrived
+        // cancelled once some of it has arrived; the rest is held back on the way, so the
+        // download cannot end before the cancel reaches it
+        m_network->holdAfter(4 * 1024 * 1024, "GET /Big.bin");
         CancellationToken cancel;
         std::atomic<bool> stop{false};
         std::thread watcher([&] {
@@ -202,6 +204,7 @@ private slots:
         const std::optional<Error> cancelled = PromiseStore::materialize(path, &cancel);
         stop = true;
         watcher.join();
+        m_network->release();
         QVERIFY2(cancelled, "the download ended before the cancel reached it");
         QCOMPARE(cancelled->code(), UserCancelledError);
         QVERIFY(PromisePlaceholder::isPromisedItem(path));
