@@ -208,7 +208,7 @@ QNetworkReply *DavClient::mkcol(const QString &path)
     return send("MKCOL", request(urlFor(path, true)));
 }
 
-QNetworkReply *DavClient::setTags(const QString &path, const QStringList &tags)
+QNetworkReply *DavClient::setTags(const QString &path, const QStringList &tags, bool isCollection)
 {
     QByteArray body;
     QXmlStreamWriter xml(&body);
@@ -220,7 +220,7 @@ QNetworkReply *DavClient::setTags(const QString &path, const QStringList &tags)
     xml.writeStartElement(QStringLiteral("DAV:"), QStringLiteral("prop"));
     xml.writeTextElement(QStringLiteral("urn:x-aerova:"), QStringLiteral("tags"), tags.join(QLatin1Char(',')));
     xml.writeEndDocument();
-    QNetworkRequest request = this->request(urlFor(path));
+    QNetworkRequest request = this->request(urlFor(path, isCollection));
     request.setHeader(QNetworkRequest::ContentTypeHeader, QByteArrayLiteral("application/xml; charset=utf-8"));
     return send("PROPPATCH", request, body);
 }

@@ -63,8 +63,9 @@ public:
     /// early breaks the request off (Cancelled), so the server keeps nothing cut short.
     DavError sendDocument(const QString &path, int fd, qint64 size, const std::optional<DavResource> &over);
     QNetworkReply *mkcol(const QString &path);
-    /// Sets the document's tags, a dead property the other devices read back; none removes it.
-    QNetworkReply *setTags(const QString &path, const QStringList &tags);
+    /// Sets the document's (or, with `isCollection`, the folder's) tags, a dead property the
+    /// other devices read back; none removes it.
+    QNetworkReply *setTags(const QString &path, const QStringList &tags, bool isCollection = false);
     /// Whether a PROPPATCH's answer says every property was set (a 207 whose every status is 2xx).
     static bool propertiesSet(QNetworkReply *reply);
     QNetworkReply *move(const QString &from, const QString &to, bool isCollection = false);

@@ -24,6 +24,7 @@ struct LocalItem {
     /// For a folder: the store key it carries (it follows the folder when it is moved); empty
     /// for a folder the drive has not recorded.
     QString storeKey;
-    /// For a file: the tags a file manager set on it (`user.xdg.tags`), read with the rest.
+    /// For a file or a folder: the tags a file manager set on it (`user.xdg.tags`), read with
+    /// the rest.
     QStringList tags;
 };

@@ -43,14 +43,21 @@ QString joined(const QString &folder, const QString &name)
     return folder.isEmpty() || name.isEmpty() ? QString(folder + name) : QString(folder + QLatin1Char('/') + name);
 }
 
+LocalItem folderItem(const QString &path)
+{
+    LocalItem item;
+    item.kind = LocalItem::Kind::Folder;
+    item.storeKey = FileAttributes::storeKey(path);
+    item.tags = FileAttributes::tags(path);
+    return item;
+}
+
 /// The item at `path` as its listing entry shows it; a document's size and date need a look.
 LocalItem itemFor(const QString &path, const Entry &entry, qint64 nowMs)
 {
     LocalItem item;
     if (entry.kind == EntryKind::Folder) {
-        item.kind = LocalItem::Kind::Folder;
-        item.storeKey = FileAttributes::storeKey(path);
-        return item;
+        return folderItem(path);
     }
     if (entry.kind == EntryKind::Link) {
         item.kind = LocalItem::Kind::Other;
@@ -61,7 +68,7 @@ LocalItem itemFor(const QString &path, const Entry &entry, qint64 nowMs)
         return item; // gone since the listing
     }
     if (S_ISDIR(st->st_mode)) {
-        item.kind = LocalItem::Kind::Folder;
+        item = folderItem(path); // a file system that gives no types in its listings
     } else if (!S_ISREG(st->st_mode)) {
         item.kind = LocalItem::Kind::Other;
     } else {

@@ -31,6 +31,12 @@ int openDocument(const QString &path)
     return fd;
 }
 
+/// A folder of the device opened for its attributes, never through a link; -1 for anything else.
+int openFolder(const QString &path)
+{
+    return ::open(FilePath::encode(path).constData(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+}
+
 /// `mine`, then what `theirs` adds: both sides changed the tags, and neither loses any.
 QStringList merged(const QStringList &mine, const QStringList &theirs)
 {
@@ -53,7 +59,7 @@ TagSync::TagSync(DavClient *client, SyncJournal *journal)
 
 std::optional<QStringList> TagSync::deviceTags(const QString &path, const LocalItem &item)
 {
-    if (item.kind == LocalItem::Kind::File) {
+    if (item.kind == LocalItem::Kind::File || item.kind == LocalItem::Kind::Folder) {
         return item.tags; // as the run's walk read them
     }
     std::optional<Error> error;
@@ -72,7 +78,7 @@ bool TagSync::setDeviceTags(const QString &path, LocalItem::Kind kind, const QSt
         placeholder->tags = tags;
         return !placeholder->write(PromisePlaceholder::placeholderPathFor(path), true);
     }
-    const int fd = openDocument(path);
+    const int fd = kind == LocalItem::Kind::Folder ? openFolder(path) : openDocument(path);
     if (fd < 0) {
         return false;
     }
@@ -86,9 +92,9 @@ QString TagSync::refusedName() const
     return QStringLiteral("tagsRefused ") + m_client->folder().toString(QUrl::FullyEncoded);
 }
 
-TagSync::Sent TagSync::send(const QString &path, const QStringList &tags, QString *error)
+TagSync::Sent TagSync::send(const QString &path, bool isFolder, const QStringList &tags, QString *error)
 {
-    const std::unique_ptr<QNetworkReply> reply(m_client->setTags(path, tags));
+    const std::unique_ptr<QNetworkReply> reply(m_client->setTags(path, tags, isFolder));
     DavClient::waitFor(reply.get());
     if (DavClient::propertiesSet(reply.get())) {
         return Sent::Done;
@@ -117,8 +123,10 @@ int TagSync::run(const QHash<QString, SyncRecord> &inStep, const QHash<QString, 
         const LocalItem item = local.value(it.key());
         const auto resource = remote.constFind(it.key());
         const bool document = item.kind == LocalItem::Kind::File || item.kind == LocalItem::Kind::Placeholder;
+        const bool folder = item.kind == LocalItem::Kind::Folder;
         const std::optional<QString> path = RemoteMapping::localPathFor(it.key());
-        if (record.isFolder || !document || resource == remote.cend() || resource->isCollection || !path) {
+        if (resource == remote.cend() || !path || (document && (record.isFolder || resource->isCollection))
+            || (folder && (!record.isFolder || !resource->isCollection)) || (!document && !folder)) {
             continue;
         }
         const QStringList before = agreed.value(record.storeKey);
@@ -142,7 +150,7 @@ int TagSync::run(const QHash<QString, SyncRecord> &inStep, const QHash<QString, 
         const QStringList wanted = deviceChanged && serverChanged ? merged(*device, server) : deviceChanged ? *device : server;
         if (wanted != server) {
             QString error;
-            const Sent sent = send(it.key(), wanted, &error);
+            const Sent sent = send(it.key(), folder, wanted, &error);
             if (sent == Sent::Failed) {
                 *failures << QStringLiteral("\"%1\": its tags: %2").arg(it.key(), error);
                 DRLog(LOG_ERR, "Cannot send the tags of \"%@\" to the server: %@", it.key(), error);

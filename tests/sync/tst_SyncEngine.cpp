@@ -315,6 +315,44 @@ private slots:
         QCOMPARE(serverTags(dav, top + QStringLiteral("/Report.txt")), QStringList());
     }
 
+    void aFoldersTagsGoBothWays_data() { tagsFollowTheSideThatChangedThem_data(); }
+    void aFoldersTagsGoBothWays()
+    {
+        QFETCH(WebDavTestServer::Kind, kind);
+        WebDavTestServer *dav = server(kind);
+        const QString top = freshStart(dav, "folder-tags");
+        const QString local = m_drive.path(QStringLiteral("Projects"));
+        QVERIFY(QDir().mkpath(local));
+        QVERIFY(sync(dav, top).succeeded);
+        QVERIFY(FileAttributes::setTags(local, {QStringLiteral("Green")}));
+        const SyncOutcome sent = sync(dav, top);
+        QVERIFY2(sent.succeeded && sent.failures.isEmpty(), qPrintable(sent.failures.join(u'\n')));
+        QCOMPARE(sent.changes, 1);
+        DavClient client(dav->url(), dav->user(), dav->password());
+        DavError error;
+        const auto listed = client.list(top + QStringLiteral("/Projects"), 0, &error);
+        QVERIFY2(listed && listed->size() == 1, qPrintable(error.description()));
+        QCOMPARE(listed->first().tags, QStringList{QStringLiteral("Green")});
+        QCOMPARE(sync(dav, top).changes, 0);
+        // set by another device: the device's folder follows
+        QCOMPARE(setServerTags(dav, top + QStringLiteral("/Projects/"), "Green,Work"), 207);
+        QVERIFY(sync(dav, top).succeeded);
+        QCOMPARE(FileAttributes::tags(local), (QStringList{QStringLiteral("Green"), QStringLiteral("Work")}));
+        QVERIFY(QFileInfo(local).isDir());
+    }
+
+    void aFolderMadeOnTheServerArrivesWithItsTags()
+    {
+        WebDavTestServer *dav = m_apache.get();
+        const QString top = freshStart(dav, "folder-tags-down");
+        QCOMPARE(dav->mkcol(top + QStringLiteral("/Shared")), 201);
+        QCOMPARE(setServerTags(dav, top + QStringLiteral("/Shared/"), "Blue"), 207);
+        QVERIFY(sync(dav, top).succeeded);
+        // the folder is made by one run and takes its tags then or at the next
+        QVERIFY(sync(dav, top).succeeded);
+        QCOMPARE(FileAttributes::tags(m_drive.path(QStringLiteral("Shared"))), QStringList{QStringLiteral("Blue")});
+    }
+
     void aPlaceholderTakesTheServersNewTags()
     {
         WebDavTestServer *dav = m_apache.get();
