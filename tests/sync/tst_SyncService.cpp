@@ -504,6 +504,49 @@ private slots:
         QCOMPARE(RemoteAccount::current()->server, serverUrl());
     }
 
+    void aFullServerIsNamedInTheStatusAndTheDocumentsGoOnceItHasRoom()
+    {
+        // last: the drive signs in to another server (SabreDAV, whose quota can be filled)
+        WebDavTestServer sabre(WebDavTestServer::Kind::Sabre);
+        QString error;
+        QVERIFY2(sabre.start(&error), qPrintable(error));
+        stopService();
+        const RemoteAccount account{sabre.url(), sabre.user()};
+        QVERIFY(account.signIn());
+        QVERIFY(Credentials::store(account, sabre.password(), Credentials::Storage::File, &error));
+        QVERIFY(startService());
+        QVERIFY(syncNow());
+
+        QVERIFY(sabre.setQuota(1000, 0));
+        const QStringList names{QStringLiteral("Full 1.txt"), QStringLiteral("Full 2.txt"), QStringLiteral("Full 3.txt")};
+        for (const QString &name : names) {
+            QVERIFY(TestDrive::writeFile(m_drive.path(name), "waits for room"));
+        }
+        QTest::qWait(2100); // quiet long enough to be sent
+        QVERIFY(syncNow());
+        const auto status = [] {
+            QProcess ctl;
+            ctl.start(QStringLiteral(AEROVA_CTL_PATH), {QStringLiteral("status")});
+            ctl.waitForFinished(20000);
+            return QString::fromUtf8(ctl.readAllStandardOutput());
+        };
+        const QString full = status();
+        QVERIFY2(full.contains(QStringLiteral("The server is full: 3 documents wait until it has room\n")), qPrintable(full));
+        for (const QString &name : names) {
+            QCOMPARE(sabre.request("GET", name), 404);
+            QCOMPARE(TestDrive::readFile(m_drive.path(name)), QByteArray("waits for room")); // nothing local is removed
+        }
+
+        // room again: they go at the next sync, and the status says no more of it
+        QVERIFY(sabre.clearQuota());
+        QVERIFY(syncNow());
+        for (const QString &name : names) {
+            QCOMPARE(sabre.request("GET", name), 200);
+        }
+        const QString roomy = status();
+        QVERIFY2(!roomy.contains(QStringLiteral("The server is full")), qPrintable(roomy));
+    }
+
     void aServerWithoutQuotaIsAFailedFetch()
     {
         FetchUserQuotaOperation operation;
