@@ -5,6 +5,8 @@
 #include <QList>
 #include <QString>
 
+#include <atomic>
+#include <limits>
 #include <memory>
 #include <syslog.h> // LOG_EMERG … LOG_DEBUG: the level scale of every log call
 #include <utility>
@@ -18,6 +20,11 @@ static_assert(LOG_EMERG == 0 && LOG_ALERT == 1 && LOG_CRIT == 2 && LOG_ERR == 3 
 using DRLogExtraKeys = QList<std::pair<QString, QString>>;
 /// An optional object kept alive until its record has been written.
 using DRLogContext = std::shared_ptr<const void>;
+
+/// The log client's level, copied where every call site reads it inline: a message below the
+/// level costs one load and one comparison, no call. It keeps everything until the client
+/// exists, so the first call makes the client and the configured level decides from then on.
+inline std::atomic<qint64> DRLogCallerLevel{std::numeric_limits<qint64>::max()};
 
 /// True when a message of `level` is kept: `level` is at most the current level.
 bool DRLogShouldLog(qint64 level);
@@ -43,7 +50,7 @@ template <typename... Args>
 inline void(DRLog)(const char *file, const char *function, int line, const char *facility, int level,
                    const DRLogContext &context, const char *format, const Args &...args)
 {
-    if (!DRLogShouldLog(level)) {
+    if (level > DRLogCallerLevel.load(std::memory_order_relaxed)) {
         return; // one comparison, no formatting
     }
     DRLogv(file, function, line, facility, level, context, {}, format, FormatArgs{FormatArg(args)...});

@@ -70,6 +70,7 @@ void DROSLClient::applyFilter()
 void DROSLClient::setLogLevel(qint64 level)
 {
     m_logLevel.store(level, std::memory_order_relaxed);
+    DRLogCallerLevel.store(level, std::memory_order_relaxed);
     m_logQueue->sync([this] { applyFilter(); });
 }
 
@@ -89,6 +90,7 @@ void DROSLClient::_setLogLevelFromDefaults()
     const qint64 level = markerPresent ? 8 : candidate;
 
     m_logLevel.store(level, std::memory_order_relaxed);
+    DRLogCallerLevel.store(level, std::memory_order_relaxed);
     applyFilter();
 
     if (!markerPresent && level < 8) {

@@ -161,6 +161,9 @@ private slots:
         QCOMPARE(DRLogGetLevel(), 7);
         QCOMPARE(qgetenv("OSL_QUOTA_DISABLED"), QByteArray("1"));
         QCOMPARE(LogSpy::withMessage(QStringLiteral("Unthrottling logging")).size(), 1);
+        // every call site follows the level the defaults chose, not only the client
+        DRLog(LOG_DEBUG, "debug kept by the marker");
+        QCOMPARE(LogSpy::withMessage(QStringLiteral("debug kept by the marker")).size(), 1);
     }
 
     // A level off the scale is written so that readers can still tell it apart.
