@@ -9,8 +9,10 @@
 #include <QCoreApplication>
 
 #include <array>
+#include <atomic>
 #include <cstdio>
 #include <cstring>
+#include <thread>
 #include <sys/time.h>
 #include <unistd.h>
 
@@ -88,6 +90,120 @@ void writeRecord(const char *file, const char *function, int line, const char *f
     SystemLog::plainLog(StringFormat::format("%@", message));
 }
 
+/// A log call waiting for the log's queue: what the caller gave, as it gave it. The message is
+/// formatted on the log's queue, not on the caller's thread (the arguments are values).
+struct PendingRecord {
+    std::atomic<PendingRecord *> next{nullptr};
+    const char *file = nullptr;
+    const char *function = nullptr;
+    const char *facility = nullptr;
+    int line = 0;
+    int level = 0;
+    DRLogContext context;
+    DRLogExtraKeys extraKeys;
+    const char *format = nullptr; // null: `message` is already the text
+    FormatArgs args;
+    QString message;
+    QString threadLabel;
+};
+
+/// The records handed to the log's queue: many callers push, the queue alone takes them, in
+/// the order they were pushed. No lock: a push is one exchange and one store (an intrusive
+/// multi-producer queue with a stub node), so a caller never waits for another or for the
+/// writer.
+class PendingRecords final
+{
+public:
+    PendingRecords() { m_head.store(&m_stub); }
+
+    void push(PendingRecord *record)
+    {
+        record->next.store(nullptr, std::memory_order_relaxed);
+        PendingRecord *previous = m_head.exchange(record, std::memory_order_acq_rel);
+        previous->next.store(record, std::memory_order_release);
+    }
+
+    /// The oldest record, or null when there is none. A push under way (its exchange done, its
+    /// link not yet) is waited for: the record is as good as there.
+    PendingRecord *take()
+    {
+        for (;;) {
+            PendingRecord *tail = m_tail;
+            PendingRecord *next = tail->next.load(std::memory_order_acquire);
+            if (tail == &m_stub) {
+                if (!next) {
+                    if (m_head.load(std::memory_order_acquire) == &m_stub) {
+                        return nullptr;
+                    }
+                    std::this_thread::yield(); // a producer is between its exchange and its link
+                    continue;
+                }
+                m_tail = next;
+                tail = next;
+                next = next->next.load(std::memory_order_acquire);
+            }
+            if (next) {
+                m_tail = next;
+                return tail;
+            }
+            if (tail != m_head.load(std::memory_order_acquire)) {
+                std::this_thread::yield();
+                continue;
+            }
+            push(&m_stub); // the last record: the stub goes behind it so it can be taken
+            next = tail->next.load(std::memory_order_acquire);
+            if (next) {
+                m_tail = next;
+                return tail;
+            }
+            std::this_thread::yield();
+        }
+    }
+
+    /// Whether a drain of the queue is asked for and has not yet begun taking records.
+    std::atomic<bool> drainAsked{false};
+
+private:
+    std::atomic<PendingRecord *> m_head;
+    PendingRecord *m_tail = &m_stub; // the log's queue only
+    PendingRecord m_stub;
+};
+
+PendingRecords &pendingRecords()
+{
+    static PendingRecords *records = new PendingRecords; // lives until the process ends, as the log
+    return *records;
+}
+
+void writePending(const PendingRecord &record)
+{
+    const QString message = record.format ? StringFormat::format(QString::fromUtf8(record.format), record.args) : record.message;
+    writeRecord(record.file, record.function, record.line, record.facility, record.level, message, record.threadLabel,
+                record.extraKeys);
+}
+
+/// On the log's queue: writes every record handed over so far.
+void drain()
+{
+    PendingRecords &records = pendingRecords();
+    // cleared before taking: a record pushed from now on asks for a drain of its own
+    records.drainAsked.store(false);
+    while (PendingRecord *record = records.take()) {
+        writePending(*record);
+        delete record; // its context is released once its record is written
+    }
+}
+
+void handOff(std::unique_ptr<PendingRecord> record)
+{
+    PendingRecords &records = pendingRecords();
+    records.push(record.release());
+    // the queue is woken once per burst: a drain already asked for takes this record too
+    if (!records.drainAsked.exchange(true)) {
+        DROSLClient::OSLClient()->performLoggingBlock(drain);
+    }
+}
+
 } // namespace
 
 bool DRLogShouldLog(qint64 level)
@@ -111,23 +227,34 @@ void DRLogv(const char *file, const char *function, int line, const char *facili
     if (!DRLogShouldLog(level)) {
         return;
     }
-    const QString message = StringFormat::format(QString::fromUtf8(format), args);
-    DRLogMessage(file, function, line, facility, level, context, message, extraKeys);
+    auto record = std::make_unique<PendingRecord>();
+    record->file = file;
+    record->function = function;
+    record->facility = facility;
+    record->line = line;
+    record->level = level;
+    record->context = context;
+    record->extraKeys = extraKeys;
+    record->format = format;
+    record->args = args;
+    record->threadLabel = DispatchQueue::currentLabel();
+    handOff(std::move(record));
 }
 
 void DRLogMessage(const char *file, const char *function, int line, const char *facility, int level,
                   const DRLogContext &context, const QString &message, const DRLogExtraKeys &extraKeys)
 {
-    const QString threadLabel = DispatchQueue::currentLabel();
-    // file, function and facility are compile-time strings at every call site; copy them anyway,
-    // a caller of the full form may pass a temporary
-    DROSLClient::OSLClient()->performLoggingBlock(
-        [file = QByteArray(file), function = QByteArray(function), line, facility = QByteArray(facility), level,
-         context, message, threadLabel, extraKeys] {
-            writeRecord(file.constData(), function.constData(), line, facility.constData(), level, message,
-                        threadLabel, extraKeys);
-            Q_UNUSED(context) // kept alive until the record is written
-        });
+    auto record = std::make_unique<PendingRecord>();
+    record->file = file;
+    record->function = function;
+    record->facility = facility;
+    record->line = line;
+    record->level = level;
+    record->context = context;
+    record->extraKeys = extraKeys;
+    record->message = message;
+    record->threadLabel = DispatchQueue::currentLabel();
+    handOff(std::move(record));
 }
 
 void _AerovaDriveLogTest()

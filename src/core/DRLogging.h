@@ -35,11 +35,15 @@ qint64 DRLogGetLevel();
 /// Waits until every record submitted so far is written: for a process about to end.
 void DRLogFlush();
 
-/// Formats the message on the calling thread and hands it to the log's queue; returns at once,
-/// without formatting, when the level is not kept.
+/// Hands the call to the log's queue, which formats and writes it; returns at once when the
+/// level is not kept. The caller's thread only copies the arguments (values: they are
+/// formatted later, elsewhere) and pushes them on a queue without a lock. `file`, `function`,
+/// `facility` and `format` are string literals, as the DRLog macro passes them: they are read
+/// after the call returns.
 void DRLogv(const char *file, const char *function, int line, const char *facility, int level,
             const DRLogContext &context, const DRLogExtraKeys &extraKeys, const char *format, const FormatArgs &args);
-/// Hands a finished message, with the caller's queue label, to the log's queue.
+/// Hands a finished message, with the caller's queue label, to the log's queue (the same
+/// string literals as DRLogv).
 void DRLogMessage(const char *file, const char *function, int line, const char *facility, int level,
                   const DRLogContext &context, const QString &message, const DRLogExtraKeys &extraKeys);
 

@@ -15,9 +15,12 @@
 
 #include <QTemporaryFile>
 
+#include <array>
 #include <atomic>
 #include <csignal>
 #include <cstdio>
+#include <thread>
+#include <vector>
 #include <unistd.h>
 
 class tst_DRLogging : public QObject
@@ -225,6 +228,46 @@ private slots:
         const SystemLogMessage record = LogSpy::withMessage(QStringLiteral("extra")).first();
         QCOMPARE(record.keys().mid(record.keys().size() - 2), (QStringList{QStringLiteral("Zed"), QStringLiteral("Alpha")}));
         QCOMPARE(record.value(QStringLiteral("Zed")), QStringLiteral("3"));
+    }
+
+    // A call's arguments are written as they were when it was made, though the text is made later.
+    void argumentsAreTakenAtTheCall()
+    {
+        QString name = QStringLiteral("Report.pdf");
+        DRLog(LOG_ERR, "taken at the call: %@ %d", name, 7);
+        name = QStringLiteral("changed after");
+        QCOMPARE(LogSpy::withMessage(QStringLiteral("taken at the call: Report.pdf 7")).size(), 1);
+    }
+
+    // Calls from many threads at once: every record is written, each thread's in its order.
+    void callsFromManyThreadsAreAllWrittenInTheirOrder()
+    {
+        constexpr int threads = 4;
+        constexpr int perThread = 250;
+        std::vector<std::thread> callers;
+        for (int t = 0; t < threads; ++t) {
+            callers.emplace_back([t] {
+                for (int i = 0; i < perThread; ++i) {
+                    DRLog(LOG_ERR, "burst %d %d", t, i);
+                }
+            });
+        }
+        for (std::thread &caller : callers) {
+            caller.join();
+        }
+        std::array<int, threads> next{};
+        int written = 0;
+        for (const SystemLogMessage &record : LogSpy::records()) {
+            const QStringList words = record.value(QStringLiteral("Message")).split(QLatin1Char(' '));
+            if (words.size() != 3 || words.first() != QLatin1String("burst")) {
+                continue;
+            }
+            const int t = words.at(1).toInt();
+            QCOMPARE(words.at(2).toInt(), next[t]);
+            ++next[t];
+            ++written;
+        }
+        QCOMPARE(written, threads * perThread);
     }
 
     // The Thread key names the queue the caller was on.
