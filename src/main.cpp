@@ -1,4 +1,5 @@
 #include "app/AppDelegate.h"
+#include "app/FirstFrameProbe.h"
 #include "app/Tour.h"
 #include "core/DRLogging.h"
 #include "model/FileUtils.h"
@@ -117,6 +118,9 @@ int main(int argc, char *argv[])
     // deletions and writes a killed process left half done are finished, away from the screen
     DispatchQueue::globalAsync([] { PromiseStore::finishInterruptedWork(); });
 
+    if (qEnvironmentVariableIsSet("AEROVA_QUIT_AFTER_FIRST_FRAME")) {
+        FirstFrameProbe::install(); // the start-up benchmark's mark
+    }
     AppDelegate delegate;
     Application *application = Application::shared();
     application->launchWithDelegate(&delegate);
