@@ -194,6 +194,22 @@ void drain()
     }
 }
 
+/// A record of the call as the caller made it, on the caller's queue.
+std::unique_ptr<PendingRecord> newRecord(const char *file, const char *function, int line, const char *facility, int level,
+                                         const DRLogContext &context, const DRLogExtraKeys &extraKeys)
+{
+    auto record = std::make_unique<PendingRecord>();
+    record->file = file;
+    record->function = function;
+    record->facility = facility;
+    record->line = line;
+    record->level = level;
+    record->context = context;
+    record->extraKeys = extraKeys;
+    record->threadLabel = DispatchQueue::currentLabel();
+    return record;
+}
+
 void handOff(std::unique_ptr<PendingRecord> record)
 {
     PendingRecords &records = pendingRecords();
@@ -227,33 +243,17 @@ void DRLogv(const char *file, const char *function, int line, const char *facili
     if (!DRLogShouldLog(level)) {
         return;
     }
-    auto record = std::make_unique<PendingRecord>();
-    record->file = file;
-    record->function = function;
-    record->facility = facility;
-    record->line = line;
-    record->level = level;
-    record->context = context;
-    record->extraKeys = extraKeys;
+    auto record = newRecord(file, function, line, facility, level, context, extraKeys);
     record->format = format;
     record->args = args;
-    record->threadLabel = DispatchQueue::currentLabel();
     handOff(std::move(record));
 }
 
 void DRLogMessage(const char *file, const char *function, int line, const char *facility, int level,
                   const DRLogContext &context, const QString &message, const DRLogExtraKeys &extraKeys)
 {
-    auto record = std::make_unique<PendingRecord>();
-    record->file = file;
-    record->function = function;
-    record->facility = facility;
-    record->line = line;
-    record->level = level;
-    record->context = context;
-    record->extraKeys = extraKeys;
+    auto record = newRecord(file, function, line, facility, level, context, extraKeys);
     record->message = message;
-    record->threadLabel = DispatchQueue::currentLabel();
     handOff(std::move(record));
 }
 

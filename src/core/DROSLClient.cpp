@@ -6,6 +6,7 @@
 #include "platform/syslog/SystemLog.h"
 #include "platform/syslog/SystemNotification.h"
 
+#include <QCoreApplication>
 #include <QFileInfo>
 #include <QMutex>
 
@@ -45,6 +46,7 @@ void DROSLClient::init()
         m_oslClient = SystemLog::open(QString(), QString::fromLatin1(Facility), 0);
         _setLogLevelFromDefaults();
     });
+    qAddPostRoutine([] { OSLClient()->applicationWillEnd(); });
 }
 
 void DROSLClient::dealloc()
@@ -74,8 +76,16 @@ void DROSLClient::setLogLevel(qint64 level)
     m_logQueue->sync([this] { applyFilter(); });
 }
 
+void DROSLClient::applicationWillEnd()
+{
+    m_logQueue->sync([this] { m_applicationEnded = true; });
+}
+
 void DROSLClient::_setLogLevelFromDefaults()
 {
+    if (m_applicationEnded) {
+        return; // a change notified as the process ends: the defaults may already be gone
+    }
     if (!m_registeredForDefaults) {
         m_registeredForDefaults = true;
         SystemNotification::registerForName(SystemNotification::ManagedDefaultsDidChange, m_logQueue,

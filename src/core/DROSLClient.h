@@ -38,6 +38,10 @@ public:
     void _ensureLogDirectoryExists();
     /// Runs the block on `logQueue`, asynchronously.
     void performLoggingBlock(std::function<void()> block);
+    /// Called as the application object goes (a post routine of it): the defaults go with it,
+    /// so from then on the level is not read from them again; records are still written. Waits
+    /// for a read of them under way on `logQueue`.
+    void applicationWillEnd();
 
     SystemLogConnection *oslClient() const { return m_oslClient; }
     DispatchQueue *logQueue() const { return m_logQueue; }
@@ -59,4 +63,5 @@ private:
     std::atomic<qint64> m_logLevel{DefaultLevel};
     DispatchQueue *m_logQueue = nullptr;
     bool m_registeredForDefaults = false;
+    bool m_applicationEnded = false; // on logQueue
 };

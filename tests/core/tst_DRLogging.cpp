@@ -349,6 +349,21 @@ private slots:
         QCOMPARE(LogSpy::levelOf(QStringLiteral("LOG_ALERT")), LOG_ALERT);
         QCOMPARE(LogSpy::records().size(), 6);
     }
+
+    // Last: once the application object goes, a change of the defaults (which go with it) is
+    // not read, however late its notification comes; records are still written.
+    void theDefaultsAreNotReadOnceTheApplicationEnds()
+    {
+        DROSLClient *client = DROSLClient::OSLClient();
+        client->applicationWillEnd();
+        writePreference(3);
+        ::kill(::getpid(), SIGHUP);
+        settle();
+        QTest::qWait(200);
+        QCOMPARE(client->logLevel(), 6);
+        DRLog(LOG_ERR, "still written");
+        QCOMPARE(LogSpy::withMessage(QStringLiteral("still written")).size(), 1);
+    }
 };
 
 QTEST_GUILESS_MAIN(tst_DRLogging)
