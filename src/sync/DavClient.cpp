@@ -166,29 +166,28 @@ QNetworkReply *DavClient::put(const QString &path, const QByteArray &content)
     return m_network->put(request, content);
 }
 
-QNetworkReply *DavClient::upload(const QString &path, QIODevice *content, const std::optional<DavResource> &over)
+QNetworkRequest DavClient::documentRequest(const QString &path, const std::optional<DavResource> &over) const
 {
     QNetworkRequest request = this->request(urlFor(path));
     request.setHeader(QNetworkRequest::ContentTypeHeader, QByteArrayLiteral("application/octet-stream"));
-    request.setHeader(QNetworkRequest::ContentLengthHeader, content->size());
     if (over) {
         setUnchangedSince(&request, *over);
     } else {
         request.setRawHeader("If-None-Match", "*");
     }
+    return request;
+}
+
+QNetworkReply *DavClient::upload(const QString &path, QIODevice *content, const std::optional<DavResource> &over)
+{
+    QNetworkRequest request = documentRequest(path, over);
+    request.setHeader(QNetworkRequest::ContentLengthHeader, content->size());
     return m_network->put(request, content);
 }
 
 DavError DavClient::sendDocument(const QString &path, int fd, qint64 size, const std::optional<DavResource> &over)
 {
-    // the headers of upload(), so both send a document on the same terms
-    QNetworkRequest request = this->request(urlFor(path));
-    request.setHeader(QNetworkRequest::ContentTypeHeader, QByteArrayLiteral("application/octet-stream"));
-    if (over) {
-        setUnchangedSince(&request, *over);
-    } else {
-        request.setRawHeader("If-None-Match", "*");
-    }
+    const QNetworkRequest request = documentRequest(path, over);
     QList<QByteArray> headers;
     for (const QByteArray &name : request.rawHeaderList()) {
         headers << name + ": " + request.rawHeader(name);

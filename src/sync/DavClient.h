@@ -95,6 +95,8 @@ public:
 
 private:
     QNetworkRequest request(const QUrl &url) const;
+    /// The PUT of a document's content, on the conditions upload() and sendDocument() share.
+    QNetworkRequest documentRequest(const QString &path, const std::optional<DavResource> &over) const;
     /// The condition that the server's resource is still the version `seen`: `If-Match` on its
     /// strong entity tag, else `If-Unmodified-Since` its date.
     static void setUnchangedSince(QNetworkRequest *request, const DavResource &seen);
