@@ -125,8 +125,11 @@ int TagSync::run(const QHash<QString, SyncRecord> &inStep, const QHash<QString, 
         const bool document = item.kind == LocalItem::Kind::File || item.kind == LocalItem::Kind::Placeholder;
         const bool folder = item.kind == LocalItem::Kind::Folder;
         const std::optional<QString> path = RemoteMapping::localPathFor(it.key());
-        if (resource == remote.cend() || !path || (document && (record.isFolder || resource->isCollection))
-            || (folder && (!record.isFolder || !resource->isCollection)) || (!document && !folder)) {
+        if (resource == remote.cend() || !path) {
+            continue;
+        }
+        // the same kind of item on the device, in the journal and on the server
+        if (!(document || folder) || record.isFolder != folder || resource->isCollection != folder) {
             continue;
         }
         const QStringList before = agreed.value(record.storeKey);
