@@ -69,10 +69,15 @@ void DROSLClient::applyFilter()
     SystemLog::setFilter(m_oslClient, mask);
 }
 
-void DROSLClient::setLogLevel(qint64 level)
+void DROSLClient::storeLevel(qint64 level)
 {
     m_logLevel.store(level, std::memory_order_relaxed);
-    DRLogCallerLevel.store(level, std::memory_order_relaxed);
+    DRLogCallerLevel.store(level, std::memory_order_relaxed); // the copy every call site reads
+}
+
+void DROSLClient::setLogLevel(qint64 level)
+{
+    storeLevel(level);
     m_logQueue->sync([this] { applyFilter(); });
 }
 
@@ -99,8 +104,7 @@ void DROSLClient::_setLogLevelFromDefaults()
     const bool markerPresent = QFileInfo::exists(markerFilePath());
     const qint64 level = markerPresent ? 8 : candidate;
 
-    m_logLevel.store(level, std::memory_order_relaxed);
-    DRLogCallerLevel.store(level, std::memory_order_relaxed);
+    storeLevel(level);
     applyFilter();
 
     if (!markerPresent && level < 8) {

@@ -58,6 +58,7 @@ private:
     void init();
     void dealloc();
     void applyFilter();
+    void storeLevel(qint64 level);
 
     SystemLogConnection *m_oslClient = nullptr;
     std::atomic<qint64> m_logLevel{DefaultLevel};
