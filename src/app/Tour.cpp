@@ -139,7 +139,7 @@ bool tourEditMode(NavController *browser, QWidget *window, const QString &direct
     QList<QUrl> documents;
     for (const DocumentListEntry &entry : list->model()->entries()) {
         if (!entry.isFolder && !entry.isAppContainer && documents.size() < 2) {
-            documents.append(entry.url);
+            documents.append(entry.url());
         }
     }
     bool ok = true;

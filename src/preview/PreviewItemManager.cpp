@@ -138,7 +138,7 @@ bool PreviewItemManager::previewNeighbourItem(int step)
     QList<QString> documents;
     for (const DocumentListEntry &entry : entries) {
         if (!entry.isFolder && !entry.isAppContainer) {
-            documents << FilePath::localPath(entry.url);
+            documents << entry.path();
         }
     }
     const qsizetype at = documents.indexOf(path);

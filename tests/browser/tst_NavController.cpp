@@ -144,7 +144,7 @@ private:
         DocumentListController *top = browser->getTopDocumentListController();
         for (const DocumentListEntry &entry : top->model()->entries()) {
             if (entry.isFolder) {
-                top->activateItemAtURL(entry.url);
+                top->activateItemAtURL(entry.url());
                 break;
             }
         }

@@ -423,7 +423,7 @@ private slots:
         QVERIFY(model->data(model->index(0), DocumentListModel::IsFolderRole).toBool());
         int rawRow = -1;
         for (int row = 0; row < model->rowCount(); ++row) {
-            if (FilePath::encode(model->entries().at(row).url.toLocalFile()) == raw) {
+            if (FilePath::encode(model->entries().at(row).path()) == raw) {
                 rawRow = row;
             }
         }

@@ -1,5 +1,7 @@
 #include "platform/lists/DocumentListController.h"
 
+#include "platform/foundation/FolderEntryWatcher.h"
+
 #include "model/FileUtils.h"
 #include "platform/drive/DriveLayout.h"
 #include "platform/drive/KDContainer.h"
@@ -26,8 +28,8 @@
 #include <QDir>
 #include <QDropEvent>
 #include <QFileDialog>
+#include <QElapsedTimer>
 #include <QFileInfo>
-#include <QFileSystemWatcher>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListView>
@@ -112,7 +114,11 @@ void DocumentListController::setUp()
     });
     m_sortOrder = ListPresentation::instance()->sortOrder();
     connect(ListPresentation::instance(), &ListPresentation::changed, this, &DocumentListController::followPresentation);
-    m_model->setEntries(readEntries(m_isDriveRoot, m_presentedURL.toLocalFile(), m_sortOrder));
+    m_model->setFolderPath(m_presentedURL.toLocalFile());
+    m_model->setEntries(readEntries(m_isDriveRoot, m_presentedURL.toLocalFile(), m_sortOrder), m_sortOrder);
+    m_applyNamesTimer.setSingleShot(true);
+    m_applyNamesTimer.setInterval(0);
+    connect(&m_applyNamesTimer, &QTimer::timeout, this, &DocumentListController::applyChangedNames);
     watchFolder();
 }
 
@@ -380,24 +386,66 @@ void DocumentListController::showPresentationOptions()
 
 void DocumentListController::watchFolder()
 {
-    m_watcher = new QFileSystemWatcher(this);
-    QStringList paths{m_presentedURL.toLocalFile()};
-    if (m_isDriveRoot) {
-        // new or removed app containers show in the root too
-        paths.append(DriveLayout::mobileDocumentsPath());
+    const QString folder = m_presentedURL.toLocalFile();
+    if (folder.isEmpty() || !QFileInfo(folder).isDir()) {
+        return;
     }
-    for (const QString &path : std::as_const(paths)) {
-        if (!path.isEmpty() && QFileInfo(path).isDir()) {
-            m_watcher->addPath(path);
-        }
-    }
-    connect(m_watcher, &QFileSystemWatcher::directoryChanged, this, [this] {
-        // the first change of a burst starts the wait, later ones join it: a folder that keeps
-        // changing is still shown as it is within the wait, however many changes follow
+    m_entryWatcher = new FolderEntryWatcher(folder, this);
+    connect(m_entryWatcher, &FolderEntryWatcher::entriesChanged, this, &DocumentListController::takeChangedNames);
+    // the first change of a burst starts the wait, later ones join it: a folder that keeps
+    // changing is still shown as it is within the wait, however many changes follow
+    const auto rereadSoon = [this] {
         if (!m_reloadTimer.isActive()) {
             m_reloadTimer.start();
         }
-    });
+    };
+    connect(m_entryWatcher, &FolderEntryWatcher::rereadNeeded, this, rereadSoon);
+    const QString containers = DriveLayout::mobileDocumentsPath();
+    if (m_isDriveRoot && !containers.isEmpty() && QFileInfo(containers).isDir()) {
+        // new or removed app containers show in the root too; they are few, so the root is read again
+        m_containersWatcher = new FolderEntryWatcher(containers, this);
+        connect(m_containersWatcher, &FolderEntryWatcher::entriesChanged, this, rereadSoon);
+        connect(m_containersWatcher, &FolderEntryWatcher::rereadNeeded, this, rereadSoon);
+    }
+}
+
+void DocumentListController::takeChangedNames(const QStringList &names)
+{
+    for (const QString &name : names) {
+        if (!m_changedNameSet.contains(name)) {
+            m_changedNameSet.insert(name);
+            m_changedNames.append(name);
+        }
+    }
+    if (!m_applyNamesTimer.isActive()) {
+        m_applyNamesTimer.start();
+    }
+}
+
+void DocumentListController::applyChangedNames()
+{
+    if (m_backgroundReadRunning) {
+        // the rows are replaced when the read ends; the names are applied on top of them then
+        return;
+    }
+    // a few milliseconds at a time: a storm of changes never holds up scrolling or painting
+    constexpr qint64 BudgetNs = 4'000'000;
+    QElapsedTimer spent;
+    spent.start();
+    bool rowsChanged = false;
+    qsizetype taken = 0;
+    while (taken < m_changedNames.size() && (taken == 0 || spent.nsecsElapsed() < BudgetNs)) {
+        const QString &name = m_changedNames.at(taken++);
+        m_changedNameSet.remove(name);
+        rowsChanged = m_model->updateEntryNamed(name) || rowsChanged;
+    }
+    m_changedNames.remove(0, taken);
+    if (!m_changedNames.isEmpty()) {
+        m_applyNamesTimer.start();
+    }
+    if (rowsChanged) {
+        notifyItemsChanged();
+    }
 }
 
 QList<DocumentListController *> DocumentListController::listControllerHierarchyForURL(const QUrl &folderURL,
@@ -735,6 +783,10 @@ void DocumentListController::reloadContentsInBackground()
             if (self->m_readGeneration == generation) {
                 self->applyEntries(std::move(entries));
             }
+            if (!self->m_changedNames.isEmpty()) {
+                // what changed while the folder was read may have come too late for the read
+                self->m_applyNamesTimer.start();
+            }
             if (self->m_backgroundReadAgain) {
                 self->reloadContentsInBackground();
             }
@@ -746,7 +798,7 @@ void DocumentListController::applyEntries(QList<DocumentListEntry> entries)
 {
     const QList<QUrl> selected = selectedItems();
     const int scroll = m_listView ? m_listView->verticalScrollBar()->value() : 0;
-    const bool changed = m_model->setEntries(std::move(entries));
+    const bool changed = m_model->setEntries(std::move(entries), m_sortOrder);
     if (!changed) {
         return;
     }
@@ -771,7 +823,7 @@ void DocumentListController::activateItemAtURL(const QUrl &url)
     }
     const DocumentListEntry &entry = m_model->entries().at(row);
     if (entry.isFolder || entry.isAppContainer) {
-        auto *folderList = new DocumentListController(entry.url, this);
+        auto *folderList = new DocumentListController(entry.url(), this);
         delegate->documentListController_didSelectContainerWithViewController(this, folderList);
         if (!folderList->navigationController()) {
             folderList->deleteLater(); // nobody took it

@@ -6,6 +6,7 @@
 #include "platform/ui/ViewController.h"
 
 #include <QPointer>
+#include <QSet>
 #include <QTimer>
 #include <QUrl>
 
@@ -17,7 +18,7 @@ class DocumentItemDelegate;
 class DocumentListControllerDelegate;
 class DocumentListModel;
 class QFileDialog;
-class QFileSystemWatcher;
+class FolderEntryWatcher;
 class QLabel;
 class QListView;
 class QPushButton;
@@ -130,6 +131,9 @@ private:
     void followPresentation();
     void reloadContentsInBackground();
     void applyEntries(QList<DocumentListEntry> entries);
+    /// Entries of the folder changed: their rows are brought up to date a few at a time.
+    void takeChangedNames(const QStringList &names);
+    void applyChangedNames();
     void notifyItemsChanged();
     DocumentListControllerDelegate *listDelegate() const;
     QWidget *anchorForRow(int row);
@@ -160,8 +164,14 @@ private:
     QPointer<QObject> m_delegate;
     qint64 m_availableActions = 0;
     bool m_editing = false;
-    QFileSystemWatcher *m_watcher = nullptr;
+    FolderEntryWatcher *m_entryWatcher = nullptr;
+    /// The drive's root: the folder of the app containers.
+    FolderEntryWatcher *m_containersWatcher = nullptr;
     QTimer m_reloadTimer;
+    /// Names reported changed and not yet applied, in the order they came.
+    QStringList m_changedNames;
+    QSet<QString> m_changedNameSet;
+    QTimer m_applyNamesTimer;
     /// Counts the reads started; a background read whose number is no longer the last is stale.
     quint64 m_readGeneration = 0;
     bool m_backgroundReadRunning = false;

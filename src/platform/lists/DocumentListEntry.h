@@ -4,14 +4,25 @@
 #include <QUrl>
 
 /// One row of a folder list, as read from the folder without touching the item itself: the name
-/// shown, the item's URL (a promised item's logical URL), and what kind of row it is.
+/// shown, where the item is, and what kind of row it is.
+///
+/// A folder of a hundred thousand items holds a hundred thousand of these, so a row keeps no URL
+/// of its own: its folder's path is one string shared by every row, and the URL is made when
+/// asked for.
 struct DocumentListEntry {
     QString name;
-    QUrl url;
+    /// The folder the row was listed in, without a trailing slash.
+    QString folderPath;
+    /// Where the item is when that is not `folderPath/name`: an app container's documents.
+    QString itemPath;
     bool isFolder = false;
     bool isPromise = false;
     /// An app's container shown in the drive's root.
     bool isAppContainer = false;
+
+    /// The item's path: a promised item's logical path.
+    QString path() const { return itemPath.isEmpty() ? folderPath + QLatin1Char('/') + name : itemPath; }
+    QUrl url() const { return QUrl::fromLocalFile(path()); }
 
     bool operator==(const DocumentListEntry &other) const = default;
 };

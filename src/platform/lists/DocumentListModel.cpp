@@ -17,11 +17,122 @@
 #include <QMimeDatabase>
 #include <QPointer>
 
+#include <algorithm>
+#include <future>
+#include <ranges>
+
 #include <sys/stat.h>
 
 namespace {
 /// Records kept for painted rows; more are dropped and read again when needed.
 constexpr int MaximumCachedRecords = 1024;
+/// From this many rows a sort shares its work with a second thread.
+constexpr qsizetype SortedTogetherBelow = 4096;
+
+/// The kind of an entry, its type's description ("PDF document"); empty for a folder. One
+/// look-up per extension (or per whole name when it has none: "Makefile").
+QString kindOf(const DocumentListEntry &entry, QHash<QString, QString> *kindByPattern)
+{
+    if (entry.isFolder || entry.isAppContainer) {
+        return {};
+    }
+    const QString suffix = QFileInfo(entry.name).suffix().toLower();
+    const QString pattern = suffix.isEmpty() ? entry.name : suffix;
+    auto it = kindByPattern->find(pattern);
+    if (it == kindByPattern->end()) {
+        static const QMimeDatabase types;
+        it = kindByPattern->insert(pattern, types.mimeTypeForFile(entry.name, QMimeDatabase::MatchExtension).comment());
+    }
+    return *it;
+}
+
+/// The date (milliseconds) or size of an entry, read only for that key: a listing by name
+/// reads no item at all. A promised item's come from its placeholder.
+qint64 dateOrSizeOf(const DocumentListEntry &entry, ListSortOrder::Key key)
+{
+    const QString path = entry.path();
+    if (entry.isPromise) {
+        std::optional<Error> error;
+        const auto placeholder = PromisePlaceholder::read(PromisePlaceholder::placeholderPathFor(path), &error);
+        if (!placeholder) {
+            return 0;
+        }
+        return key == ListSortOrder::Key::Size ? placeholder->size : placeholder->modificationDate.toMSecsSinceEpoch();
+    }
+    const std::optional<struct stat> st = FilePath::linkStatus(path);
+    if (!st) {
+        return 0;
+    }
+    return key == ListSortOrder::Key::Size ? (S_ISDIR(st->st_mode) ? 0 : qint64(st->st_size))
+                                           : qint64(st->st_mtim.tv_sec) * 1000 + st->st_mtim.tv_nsec / 1'000'000;
+}
+
+/// The entries' kinds as their ranks in the collator's order: a folder of a hundred thousand
+/// documents has a handful of kinds, compared once each instead of at every step of the sort.
+QList<qint64> kindRanks(const QList<DocumentListEntry> &entries, const QCollator &collator)
+{
+    QHash<QString, QString> kindByPattern;
+    QStringList kindOfEntry;
+    kindOfEntry.reserve(entries.size());
+    for (const DocumentListEntry &entry : entries) {
+        kindOfEntry << kindOf(entry, &kindByPattern);
+    }
+    QStringList kinds = kindOfEntry;
+    kinds.removeDuplicates();
+    std::sort(kinds.begin(), kinds.end(), [&collator](const QString &a, const QString &b) { return collator.compare(a, b) < 0; });
+    QHash<QString, qint64> rank;
+    for (qsizetype i = 0; i < kinds.size(); ++i) {
+        rank.insert(kinds.at(i), i);
+    }
+    QList<qint64> ranks;
+    ranks.reserve(entries.size());
+    for (const QString &kind : std::as_const(kindOfEntry)) {
+        ranks << rank.value(kind);
+    }
+    return ranks;
+}
+
+
+/// Compares two rows as a sorted list orders them: folders first, then the key, names settling
+/// ties. It agrees with the sort keys a whole list is sorted by, so one row finds its place in a
+/// sorted list by a binary search.
+class RowComparison
+{
+public:
+    explicit RowComparison(const ListSortOrder &order)
+        : m_order(order)
+        , m_collator(DocumentListModel::nameCollator())
+    {
+    }
+
+    int compare(const DocumentListEntry &a, const DocumentListEntry &b)
+    {
+        const bool aIsFolder = a.isFolder || a.isAppContainer;
+        const bool bIsFolder = b.isFolder || b.isAppContainer;
+        if (aIsFolder != bIsFolder) {
+            return aIsFolder ? -1 : 1;
+        }
+        const int byName = m_collator.compare(FilePath::displayName(a.name), FilePath::displayName(b.name));
+        int byKey = byName;
+        if (m_order.key == ListSortOrder::Key::Kind) {
+            byKey = m_collator.compare(kindOf(a, &m_kindByPattern), kindOf(b, &m_kindByPattern));
+        } else if (m_order.key != ListSortOrder::Key::Name) {
+            const qint64 numberA = dateOrSizeOf(a, m_order.key);
+            const qint64 numberB = dateOrSizeOf(b, m_order.key);
+            byKey = numberA < numberB ? -1 : numberA > numberB ? 1 : 0;
+        }
+        if (byKey != 0) {
+            return m_order.descending ? -byKey : byKey;
+        }
+        return byName;
+    }
+
+private:
+    ListSortOrder m_order;
+    QCollator m_collator;
+    QHash<QString, QString> m_kindByPattern;
+};
+
 } // namespace
 
 QIcon DocumentListModel::iconForEntry(const DocumentListEntry &entry)
@@ -79,7 +190,7 @@ QVariant DocumentListModel::data(const QModelIndex &index, int role) const
         return spoken.join(QStringLiteral(", "));
     }
     case UrlRole:
-        return entry.url;
+        return entry.url();
     case IsFolderRole:
         return entry.isFolder || entry.isAppContainer;
     case IsPromiseRole:
@@ -92,7 +203,7 @@ QVariant DocumentListModel::data(const QModelIndex &index, int role) const
         if (entry.isFolder || entry.isAppContainer) {
             return {};
         }
-        const auto it = m_thumbnails.constFind(entry.url);
+        const auto it = m_thumbnails.constFind(entry.url());
         if (it != m_thumbnails.constEnd()) {
             return it->isNull() ? QVariant() : QVariant(*it);
         }
@@ -123,7 +234,7 @@ std::shared_ptr<DRItem> DocumentListModel::itemAtRow(int row) const
     if (row < 0 || row >= m_entries.size()) {
         return nullptr;
     }
-    const QUrl &url = m_entries.at(row).url;
+    const QUrl url = m_entries.at(row).url();
     const auto it = m_items.constFind(url);
     if (it != m_items.constEnd()) {
         return *it;
@@ -138,7 +249,7 @@ std::shared_ptr<DRItem> DocumentListModel::itemAtRow(int row) const
 
 void DocumentListModel::requestThumbnail(int row) const
 {
-    const QUrl url = m_entries.at(row).url;
+    const QUrl url = m_entries.at(row).url();
     if (m_thumbnailRequests.contains(url)) {
         return;
     }
@@ -171,8 +282,14 @@ void DocumentListModel::requestThumbnail(int row) const
     });
 }
 
-bool DocumentListModel::setEntries(QList<DocumentListEntry> entries)
+void DocumentListModel::setFolderPath(const QString &folderPath)
 {
+    m_folderPath = FilePath::localPath(QUrl::fromLocalFile(folderPath));
+}
+
+bool DocumentListModel::setEntries(QList<DocumentListEntry> entries, const ListSortOrder &order)
+{
+    m_order = order;
     if (entries == m_entries) {
         // the items may have changed inside (a download, a new thumbnail): read them again
         m_items.clear();
@@ -186,11 +303,6 @@ bool DocumentListModel::setEntries(QList<DocumentListEntry> entries)
     }
     beginResetModel();
     m_entries = std::move(entries);
-    m_rowOfURL.clear();
-    m_rowOfURL.reserve(m_entries.size());
-    for (int row = 0; row < m_entries.size(); ++row) {
-        m_rowOfURL.insert(m_entries.at(row).url, row);
-    }
     m_items.clear();
     m_thumbnails.clear();
     m_thumbnailRequests.clear();
@@ -204,51 +316,213 @@ QList<QUrl> DocumentListModel::urls() const
     QList<QUrl> result;
     result.reserve(m_entries.size());
     for (const DocumentListEntry &entry : m_entries) {
-        result.append(entry.url);
+        result.append(entry.url());
     }
     return result;
 }
 
 int DocumentListModel::rowForURL(const QUrl &url) const
 {
-    return m_rowOfURL.value(url, -1);
+    const QString path = FilePath::localPath(url);
+    for (int row = 0; row < firstFolderItemRow(); ++row) {
+        if (m_entries.at(row).path() == path) {
+            return row;
+        }
+    }
+    const qsizetype slash = path.lastIndexOf(QLatin1Char('/'));
+    if (slash < 0 || QStringView(path).left(slash) != m_folderPath) {
+        return -1;
+    }
+    return rowOfName(path.mid(slash + 1));
+}
+
+int DocumentListModel::firstFolderItemRow() const
+{
+    int row = 0;
+    while (row < m_entries.size() && m_entries.at(row).isAppContainer) {
+        ++row;
+    }
+    return row;
+}
+
+int DocumentListModel::rowOfName(const QString &name) const
+{
+    const int first = firstFolderItemRow();
+    const int count = int(m_entries.size());
+    if (m_order.key != ListSortOrder::Key::Name) {
+        // a deleted item's date or size is gone with it: only its name is left to look for
+        for (int row = first; row < count; ++row) {
+            if (m_entries.at(row).name == name) {
+                return row;
+            }
+        }
+        return -1;
+    }
+    RowComparison comparison(m_order);
+    for (const bool isFolder : {true, false}) {
+        DocumentListEntry probe;
+        probe.name = name;
+        probe.isFolder = isFolder;
+        const auto rows = std::views::iota(first, count);
+        const auto found = std::ranges::lower_bound(rows, 0, std::less<>(), [&](int row) {
+            return comparison.compare(m_entries.at(row), probe);
+        });
+        // names equal but for case sort together: the one spelt the same is among them
+        for (int row = found == rows.end() ? count : *found; row < count && comparison.compare(m_entries.at(row), probe) == 0; ++row) {
+            if (m_entries.at(row).name == name) {
+                return row;
+            }
+        }
+    }
+    return -1;
+}
+
+int DocumentListModel::sortedRowFor(const DocumentListEntry &entry, int skipping) const
+{
+    const int first = firstFolderItemRow();
+    const int count = int(m_entries.size()) - (skipping >= 0 ? 1 : 0);
+    const auto rowAt = [skipping](int position) { return skipping >= 0 && position >= skipping ? position + 1 : position; };
+    RowComparison comparison(m_order);
+    // after the rows that sort the same: a new item joins the end of its equals, as in a sort
+    const auto positions = std::views::iota(first, count);
+    const auto found = std::ranges::upper_bound(positions, 0, std::less<>(), [&](int position) {
+        return comparison.compare(m_entries.at(rowAt(position)), entry);
+    });
+    return found == positions.end() ? count : *found;
+}
+
+bool DocumentListModel::updateEntryNamed(const QString &name)
+{
+    QString listedName = name;
+    if (name.startsWith(QLatin1Char('.'))) {
+        if (!PromisePlaceholder::isPlaceholderName(name)) {
+            return false; // hidden: never listed
+        }
+        listedName = PromisePlaceholder::logicalPathFor(name);
+    }
+    const std::optional<DocumentListEntry> now = entryOfFolderNamed(m_folderPath, listedName);
+    const int row = rowOfName(listedName);
+    if (row < 0) {
+        if (!now) {
+            return false;
+        }
+        insertEntry(*now);
+        return true;
+    }
+    if (!now) {
+        removeRow(row);
+        return true;
+    }
+    if (*now != m_entries.at(row)) {
+        // a promised item downloaded, a document replaced by a folder: another kind of row
+        removeRow(row);
+        insertEntry(*now);
+        return true;
+    }
+    forgetItemAtRow(row);
+    if (m_order.key == ListSortOrder::Key::Date || m_order.key == ListSortOrder::Key::Size) {
+        // a changed document may belong elsewhere now
+        const int target = sortedRowFor(m_entries.at(row), row);
+        if (target != row) {
+            beginMoveRows({}, row, row, {}, target > row ? target + 1 : target);
+            m_entries.move(row, target);
+            endMoveRows();
+        }
+    }
+    return false;
+}
+
+void DocumentListModel::insertEntry(DocumentListEntry entry)
+{
+    const int row = sortedRowFor(entry);
+    beginInsertRows({}, row, row);
+    m_entries.insert(row, std::move(entry));
+    endInsertRows();
+}
+
+void DocumentListModel::removeRow(int row)
+{
+    const QUrl url = m_entries.at(row).url();
+    m_items.remove(url);
+    m_thumbnails.remove(url);
+    m_thumbnailRequests.remove(url);
+    beginRemoveRows({}, row, row);
+    m_entries.removeAt(row);
+    endRemoveRows();
+}
+
+void DocumentListModel::forgetItemAtRow(int row)
+{
+    const QUrl url = m_entries.at(row).url();
+    m_items.remove(url);
+    m_thumbnails.remove(url);
+    m_thumbnailRequests.remove(url);
+    const QModelIndex changed = index(row);
+    Q_EMIT dataChanged(changed, changed);
 }
 
 QList<DocumentListEntry> DocumentListModel::entriesOfFolder(const QString &folderPath, const ListSortOrder &order)
 {
+    const QString folder = FilePath::localPath(QUrl::fromLocalFile(folderPath));
     QList<DocumentListEntry> entries;
-    QSet<QString> realNames;
-    QStringList promisedNames;
-    const QString base = folderPath.endsWith(QLatin1Char('/')) ? folderPath : folderPath + QLatin1Char('/');
+    QSet<QString> promisedNames;
     // read as the kernel names them: a name that is not UTF-8 is listed too, and reached by its bytes
-    for (const FilePath::Entry &found : FilePath::entries(folderPath)) {
-        const QString &name = found.name;
+    const QList<FilePath::Entry> found = FilePath::entries(folder);
+    entries.reserve(found.size());
+    for (const FilePath::Entry &each : found) {
+        const QString &name = each.name;
         if (name.startsWith(QLatin1Char('.'))) {
             // a placeholder stands for its promised item
             if (PromisePlaceholder::isPlaceholderName(name)) {
-                promisedNames.append(PromisePlaceholder::logicalPathFor(name));
+                promisedNames.insert(PromisePlaceholder::logicalPathFor(name));
             }
             continue;
         }
-        realNames.insert(name);
         DocumentListEntry entry;
         entry.name = name;
-        entry.url = QUrl::fromLocalFile(base + name);
-        entry.isFolder = isListedAsFolder(base + name, found.kind);
+        entry.folderPath = folder;
+        if (each.kind != FilePath::EntryKind::Other) {
+            entry.isFolder = isListedAsFolder(entry.path(), each.kind);
+        }
         entries.append(std::move(entry));
     }
-    for (const QString &name : std::as_const(promisedNames)) {
-        if (realNames.contains(name)) {
-            continue; // materialised meanwhile: the real item is listed
+    if (!promisedNames.isEmpty()) {
+        for (const DocumentListEntry &entry : std::as_const(entries)) {
+            promisedNames.remove(entry.name); // materialised meanwhile: the real item is listed
         }
-        DocumentListEntry entry;
-        entry.name = name;
-        entry.url = QUrl::fromLocalFile(base + name);
-        entry.isPromise = true;
-        entries.append(std::move(entry));
+        for (const QString &name : std::as_const(promisedNames)) {
+            DocumentListEntry entry;
+            entry.name = name;
+            entry.folderPath = folder;
+            entry.isPromise = true;
+            entries.append(std::move(entry));
+        }
     }
     sortEntries(entries, order);
     return entries;
+}
+
+std::optional<DocumentListEntry> DocumentListModel::entryOfFolderNamed(const QString &folderPath, const QString &name)
+{
+    if (name.isEmpty() || name.startsWith(QLatin1Char('.')) || name.contains(QLatin1Char('/'))) {
+        return std::nullopt;
+    }
+    DocumentListEntry entry;
+    entry.name = name;
+    entry.folderPath = FilePath::localPath(QUrl::fromLocalFile(folderPath));
+    const QString path = entry.path();
+    if (const std::optional<struct stat> st = FilePath::linkStatus(path)) {
+        const FilePath::EntryKind kind = S_ISDIR(st->st_mode) ? FilePath::EntryKind::Folder
+            : S_ISLNK(st->st_mode)                             ? FilePath::EntryKind::Link
+                                                               : FilePath::EntryKind::Other;
+        entry.isFolder = isListedAsFolder(path, kind);
+        return entry;
+    }
+    if (FilePath::linkStatus(PromisePlaceholder::placeholderPathFor(path))) {
+        entry.isPromise = true;
+        return entry;
+    }
+    return std::nullopt;
 }
 
 bool DocumentListModel::isListedAsFolder(const QString &path, FilePath::EntryKind kind)
@@ -288,7 +562,7 @@ QList<DocumentListEntry> DocumentListModel::entriesOfDriveRoot(const ListSortOrd
         }
         DocumentListEntry entry;
         entry.name = container->localizedName().isEmpty() ? container->identifier() : container->localizedName();
-        entry.url = documents;
+        entry.itemPath = FilePath::localPath(documents);
         entry.isAppContainer = true;
         appContainers.append(std::move(entry));
     }
@@ -309,110 +583,61 @@ QCollator DocumentListModel::nameCollator()
     return collator;
 }
 
-namespace {
-
-/// The kind of an entry, its type's description ("PDF document"); empty for a folder. One
-/// look-up per extension (or per whole name when it has none: "Makefile").
-QString kindOf(const DocumentListEntry &entry, QHash<QString, QString> *kindByPattern)
-{
-    if (entry.isFolder || entry.isAppContainer) {
-        return {};
-    }
-    const QString suffix = QFileInfo(entry.name).suffix().toLower();
-    const QString pattern = suffix.isEmpty() ? entry.name : suffix;
-    auto it = kindByPattern->find(pattern);
-    if (it == kindByPattern->end()) {
-        static const QMimeDatabase types;
-        it = kindByPattern->insert(pattern, types.mimeTypeForFile(entry.name, QMimeDatabase::MatchExtension).comment());
-    }
-    return *it;
-}
-
-/// The date (milliseconds) or size of an entry, read only for that key: a listing by name
-/// reads no item at all. A promised item's come from its placeholder.
-qint64 dateOrSizeOf(const DocumentListEntry &entry, ListSortOrder::Key key)
-{
-    const QString path = FilePath::localPath(entry.url);
-    if (entry.isPromise) {
-        std::optional<Error> error;
-        const auto placeholder = PromisePlaceholder::read(PromisePlaceholder::placeholderPathFor(path), &error);
-        if (!placeholder) {
-            return 0;
-        }
-        return key == ListSortOrder::Key::Size ? placeholder->size : placeholder->modificationDate.toMSecsSinceEpoch();
-    }
-    const std::optional<struct stat> st = FilePath::linkStatus(path);
-    if (!st) {
-        return 0;
-    }
-    return key == ListSortOrder::Key::Size ? (S_ISDIR(st->st_mode) ? 0 : qint64(st->st_size))
-                                           : qint64(st->st_mtim.tv_sec) * 1000 + st->st_mtim.tv_nsec / 1'000'000;
-}
-
-/// The entries' kinds as their ranks in the collator's order: a folder of a hundred thousand
-/// documents has a handful of kinds, compared once each instead of at every step of the sort.
-QList<qint64> kindRanks(const QList<DocumentListEntry> &entries, const QCollator &collator)
-{
-    QHash<QString, QString> kindByPattern;
-    QStringList kindOfEntry;
-    kindOfEntry.reserve(entries.size());
-    for (const DocumentListEntry &entry : entries) {
-        kindOfEntry << kindOf(entry, &kindByPattern);
-    }
-    QStringList kinds = kindOfEntry;
-    kinds.removeDuplicates();
-    std::sort(kinds.begin(), kinds.end(), [&collator](const QString &a, const QString &b) { return collator.compare(a, b) < 0; });
-    QHash<QString, qint64> rank;
-    for (qsizetype i = 0; i < kinds.size(); ++i) {
-        rank.insert(kinds.at(i), i);
-    }
-    QList<qint64> ranks;
-    ranks.reserve(entries.size());
-    for (const QString &kind : std::as_const(kindOfEntry)) {
-        ranks << rank.value(kind);
-    }
-    return ranks;
-}
-
-} // namespace
 
 void DocumentListModel::sortEntries(QList<DocumentListEntry> &entries, const ListSortOrder &order)
 {
-    const QCollator collator = nameCollator();
     struct Keyed {
         QCollatorSortKey key;
         bool isFolder;
         qint64 number; // the date, size or kind's rank; 0 when sorted by name
         qsizetype index;
     };
-    const QList<qint64> ranks = order.key == ListSortOrder::Key::Kind ? kindRanks(entries, collator) : QList<qint64>();
-    std::vector<Keyed> keyed;
-    keyed.reserve(entries.size());
-    for (qsizetype i = 0; i < entries.size(); ++i) {
-        const DocumentListEntry &entry = entries.at(i);
-        const qint64 number = order.key == ListSortOrder::Key::Name ? 0
-            : order.key == ListSortOrder::Key::Kind                 ? ranks.at(i)
-                                                                    : dateOrSizeOf(entry, order.key);
-        // sorted as shown: a byte that is no text sorts as the replacement character it shows as
-        keyed.push_back({collator.sortKey(FilePath::displayName(entry.name)), entry.isFolder || entry.isAppContainer,
-                         number, i});
-    }
-    const auto byKey = [&order](const Keyed &a, const Keyed &b) {
-        if (order.key == ListSortOrder::Key::Name) {
-            return a.key.compare(b.key);
-        }
-        return a.number < b.number ? -1 : a.number > b.number ? 1 : 0;
-    };
-    std::stable_sort(keyed.begin(), keyed.end(), [&](const Keyed &a, const Keyed &b) {
+    const auto before = [&order](const Keyed &a, const Keyed &b) {
         if (a.isFolder != b.isFolder) {
             return a.isFolder;
         }
-        const int compared = byKey(a, b);
+        const int compared = order.key == ListSortOrder::Key::Name ? a.key.compare(b.key)
+            : a.number < b.number                                  ? -1
+            : a.number > b.number                                  ? 1
+                                                                   : 0;
         if (compared != 0) {
             return order.descending ? compared > 0 : compared < 0;
         }
         return a.key.compare(b.key) < 0;
-    });
+    };
+    const QList<qint64> ranks = order.key == ListSortOrder::Key::Kind ? kindRanks(entries, nameCollator()) : QList<qint64>();
+    const auto keyAndSort = [&](qsizetype from, qsizetype to) {
+        // a collator is not shared between threads: each part has its own
+        const QCollator collator = nameCollator();
+        std::vector<Keyed> keyed;
+        keyed.reserve(to - from);
+        for (qsizetype i = from; i < to; ++i) {
+            const DocumentListEntry &entry = entries.at(i);
+            const qint64 number = order.key == ListSortOrder::Key::Name ? 0
+                : order.key == ListSortOrder::Key::Kind                 ? ranks.at(i)
+                                                                        : dateOrSizeOf(entry, order.key);
+            // sorted as shown: a byte that is no text sorts as the replacement character it shows as
+            keyed.push_back({collator.sortKey(FilePath::displayName(entry.name)), entry.isFolder || entry.isAppContainer,
+                             number, i});
+        }
+        std::stable_sort(keyed.begin(), keyed.end(), before);
+        return keyed;
+    };
+    std::vector<Keyed> keyed;
+    if (entries.size() < SortedTogetherBelow) {
+        keyed = keyAndSort(0, entries.size());
+    } else {
+        // making the keys is most of a big folder's sort: the two halves are keyed and sorted at
+        // once, then merged, the first half first among equals so the sort stays stable
+        const qsizetype half = entries.size() / 2;
+        auto secondHalf = std::async(std::launch::async, keyAndSort, half, entries.size());
+        std::vector<Keyed> first = keyAndSort(0, half);
+        std::vector<Keyed> second = secondHalf.get();
+        keyed.reserve(entries.size());
+        std::merge(std::make_move_iterator(first.begin()), std::make_move_iterator(first.end()),
+                   std::make_move_iterator(second.begin()), std::make_move_iterator(second.end()), std::back_inserter(keyed),
+                   before);
+    }
     QList<DocumentListEntry> sorted;
     sorted.reserve(entries.size());
     for (const Keyed &k : keyed) {

@@ -172,7 +172,10 @@ void DocumentSearchController::showResults(const QList<Result> &results)
     }
     m_resultsView->clear();
     for (const Result &result : results) {
-        const QIcon icon = DocumentListModel::iconForEntry({result.name, result.url, result.isFolder, false, false});
+        DocumentListEntry entry;
+        entry.name = result.name;
+        entry.isFolder = result.isFolder;
+        const QIcon icon = DocumentListModel::iconForEntry(entry);
         auto *item = new QListWidgetItem(icon, result.name + QLatin1Char('\n') + result.location, m_resultsView);
         item->setSizeHint(QSize(0, 56));
         item->setData(Qt::AccessibleTextRole, result.name);

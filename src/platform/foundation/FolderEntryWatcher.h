@@ -1,0 +1,44 @@
+#pragma once
+
+#include <QObject>
+#include <QString>
+#include <QStringList>
+
+class QFileSystemWatcher;
+class QSocketNotifier;
+
+/// Tells which entries of one folder changed, by name, as the kernel reports them: an entry
+/// made, removed, renamed in or out, written and closed, or given new attributes (tags). Whoever
+/// changed them: the app, the sync service, a program of the desktop.
+///
+/// The names let a list change only the rows concerned instead of reading the folder again.
+/// When the names are lost (the kernel's queue of changes overflowed, or the folder itself was
+/// removed or moved away) `rereadNeeded` says the folder has to be read again as a whole. Where
+/// the kernel cannot watch by name, Qt's watcher stands in and every change asks for a re-read.
+class FolderEntryWatcher final : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit FolderEntryWatcher(const QString &folder, QObject *parent = nullptr);
+    ~FolderEntryWatcher() override;
+    Q_DISABLE_COPY_MOVE(FolderEntryWatcher)
+
+    QString folder() const { return m_folder; }
+    /// Whether changes come by name.
+    bool reportsNames() const { return m_fd >= 0; }
+
+Q_SIGNALS:
+    /// Entries changed: each name once per report, as the folder names them (a placeholder's
+    /// own name too).
+    void entriesChanged(const QStringList &names);
+    void rereadNeeded();
+
+private:
+    void readEvents();
+
+    QString m_folder;
+    int m_fd = -1;
+    QSocketNotifier *m_notifier = nullptr;
+    QFileSystemWatcher *m_fallback = nullptr;
+};
