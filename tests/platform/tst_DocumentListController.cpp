@@ -2,7 +2,9 @@
 #include "model/DRItem.h"
 #include "platform/drive/DriveSetup.h"
 #include "platform/drive/Thumbnailer.h"
+#include "platform/drive/PromisePlaceholder.h"
 #include "platform/foundation/FilePath.h"
+#include "platform/foundation/FolderEntryWatcher.h"
 #include "platform/lists/DocumentListController.h"
 #include "platform/lists/DocumentListControllerDelegate.h"
 #include "platform/lists/DocumentListModel.h"
@@ -26,6 +28,7 @@
 #include <QPushButton>
 #include <QTemporaryDir>
 #include <QTimer>
+#include <QScopeGuard>
 #include <QTest>
 
 
@@ -396,6 +399,169 @@ private slots:
         QVERIFY(churn.isActive());
         churn.stop();
         QTRY_COMPARE(names(&list).size(), written);
+    }
+
+    // Ten thousand changes of every kind reach an open list one by one, and it ends with exactly
+    // the rows a fresh read gives, in the same order, without ever being read again.
+    void tenThousandChangesEndWithExactlyTheRightRows()
+    {
+        const QString folder = m_drive.freshFolder(QStringLiteral("Storm"));
+        const auto path = [&folder](const QString &name) -> QString { return folder + QLatin1Char('/') + name; };
+        const auto numbered = [](const char *stem, int i) -> QString { return QStringLiteral("%1 %2.txt").arg(QLatin1String(stem)).arg(i, 4, 10, QLatin1Char('0')); };
+        for (int i = 0; i < 3000; ++i) {
+            QVERIFY(TestDrive::writeFile(path(numbered("doc", i)), "x"));
+        }
+        DocumentListController list(QUrl::fromLocalFile(folder), nullptr);
+        QCOMPARE(list.model()->rowCount(), 3000);
+        auto *watcher = list.findChild<FolderEntryWatcher *>();
+        QVERIFY(watcher && watcher->reportsNames());
+        QSignalSpy rereads(watcher, &FolderEntryWatcher::rereadNeeded);
+        QSignalSpy resets(list.model(), &QAbstractItemModel::modelReset);
+
+        int notifications = 0;
+        // the list keeps up as an app would: the kernel's queue never overflows
+        const auto pace = [&notifications](int made) {
+            const int before = notifications;
+            notifications += made;
+            if (before / 500 != notifications / 500) {
+                QCoreApplication::processEvents();
+            }
+        };
+        for (int i = 0; i < 3000; ++i) { // made, then written and closed
+            QVERIFY(TestDrive::writeFile(path(numbered("new", i)), "new"));
+            pace(2);
+        }
+        for (int i = 0; i < 1000; ++i) {
+            QVERIFY(QFile::remove(path(numbered("doc", i))));
+            pace(1);
+        }
+        for (int i = 1000; i < 2000; ++i) { // out under one name, in under another
+            QVERIFY(QFile::rename(path(numbered("doc", i)), path(numbered("renamed", i))));
+            pace(2);
+        }
+        for (int i = 2000; i < 2500; ++i) { // new content, same row
+            QVERIFY(TestDrive::writeFile(path(numbered("doc", i)), "rewritten"));
+            pace(1);
+        }
+        for (int i = 0; i < 300; ++i) {
+            QVERIFY(QDir().mkdir(path(QStringLiteral("Folder %1").arg(i, 3, 10, QLatin1Char('0')))));
+            pace(1);
+        }
+        for (int i = 2500; i < 2700; ++i) { // sent to the cloud: the document gives way to its placeholder
+            QVERIFY(!DriveSetup::promise(path(numbered("doc", i))));
+            pace(3);
+        }
+        QVERIFY(notifications >= 10000);
+
+        const QList<DocumentListEntry> expected = DocumentListModel::entriesOfFolder(folder);
+        QCOMPARE(expected.size(), 3000 - 1000 + 3000 + 300);
+        QTRY_VERIFY_WITH_TIMEOUT(list.model()->entries() == expected, 30000);
+        QCOMPARE(rereads.count(), 0);
+        QCOMPARE(resets.count(), 0);
+        QCOMPARE(list.containedItemCount(), expected.size());
+        QVERIFY(list.model()->entries().at(0).isFolder);
+        QVERIFY(list.model()->entries().at(list.model()->rowForURL(QUrl::fromLocalFile(path(numbered("doc", 2600))))).isPromise);
+    }
+
+    // When more changes come than the kernel keeps, their names are lost: the list reads the
+    // folder again and ends right all the same.
+    void changesBeyondTheKernelsQueueAreFoundByAReread()
+    {
+        QFile limitFile(QStringLiteral("/proc/sys/fs/inotify/max_queued_events"));
+        QVERIFY(limitFile.open(QIODevice::ReadOnly));
+        const int limit = limitFile.readAll().trimmed().toInt();
+        if (limit <= 0 || limit > 100000) {
+            QSKIP("this system keeps too many changes to overflow in a test");
+        }
+        const QString folder = m_drive.freshFolder(QStringLiteral("Overflow"));
+        QVERIFY(TestDrive::writeFile(folder + QStringLiteral("/first.txt"), "x"));
+        DocumentListController list(QUrl::fromLocalFile(folder), nullptr);
+        auto *watcher = list.findChild<FolderEntryWatcher *>();
+        QVERIFY(watcher);
+        QSignalSpy rereads(watcher, &FolderEntryWatcher::rereadNeeded);
+        QSignalSpy resets(list.model(), &QAbstractItemModel::modelReset);
+        // no event is taken meanwhile: each document is two notifications, twice the queue in all
+        for (int i = 0; i < limit; ++i) {
+            QVERIFY(TestDrive::writeFile(folder + QStringLiteral("/flood %1.txt").arg(i, 6, 10, QLatin1Char('0')), "x"));
+        }
+        QVERIFY(QFile::remove(folder + QStringLiteral("/first.txt")));
+        QTRY_VERIFY_WITH_TIMEOUT(rereads.count() >= 1, 10000);
+        QTRY_COMPARE_WITH_TIMEOUT(list.containedItemCount(), qsizetype(limit), 30000);
+        QCOMPARE(list.model()->entries(), DocumentListModel::entriesOfFolder(folder));
+        QVERIFY(resets.count() >= 1);
+        QCOMPARE(list.model()->rowForURL(QUrl::fromLocalFile(folder + QStringLiteral("/first.txt"))), -1);
+    }
+
+    // Names swapped, chained and moved out and back in, a storm of renames: the list ends with
+    // every row under its final name, in order, each row found by its name.
+    void theListIsRightAfterARenameStorm()
+    {
+        const QString folder = m_drive.freshFolder(QStringLiteral("Renames"));
+        const QString outside = m_drive.freshFolder(QStringLiteral("Renames elsewhere"));
+        const auto path = [&folder](const QString &name) -> QString { return folder + QLatin1Char('/') + name; };
+        const auto named = [](int i) -> QString { return QStringLiteral("item %1.txt").arg(i, 4, 10, QLatin1Char('0')); };
+        for (int i = 0; i < 1000; ++i) {
+            QVERIFY(TestDrive::writeFile(path(named(i)), QByteArray::number(i)));
+        }
+        DocumentListController list(QUrl::fromLocalFile(folder), nullptr);
+        auto *watcher = list.findChild<FolderEntryWatcher *>();
+        QVERIFY(watcher);
+        QSignalSpy rereads(watcher, &FolderEntryWatcher::rereadNeeded);
+        QStringList current;
+        for (int i = 0; i < 1000; ++i) {
+            current << named(i);
+        }
+        for (int round = 0; round < 5; ++round) {
+            // neighbours swap names through a third
+            for (int i = 0; i + 1 < 1000; i += 2) {
+                QVERIFY(QFile::rename(path(current.at(i)), path(QStringLiteral("swap.tmp"))));
+                QVERIFY(QFile::rename(path(current.at(i + 1)), path(current.at(i))));
+                QVERIFY(QFile::rename(path(QStringLiteral("swap.tmp")), path(current.at(i + 1))));
+            }
+            // a tenth leave and come back, some under new names
+            for (int i = round; i < 1000; i += 10) {
+                QVERIFY(QFile::rename(path(current.at(i)), outside + QLatin1Char('/') + current.at(i)));
+            }
+            QCoreApplication::processEvents();
+            for (int i = round; i < 1000; i += 10) {
+                const QString back = i % 20 == round ? QStringLiteral("Back %1 %2.txt").arg(round).arg(i) : current.at(i);
+                QVERIFY(QFile::rename(outside + QLatin1Char('/') + current.at(i), path(back)));
+                current[i] = back;
+            }
+            QCoreApplication::processEvents();
+        }
+        const QList<DocumentListEntry> expected = DocumentListModel::entriesOfFolder(folder);
+        QCOMPARE(expected.size(), 1000);
+        QTRY_VERIFY_WITH_TIMEOUT(list.model()->entries() == expected, 30000);
+        QCOMPARE(rereads.count(), 0);
+        for (int row = 0; row < expected.size(); row += 97) {
+            QCOMPARE(list.model()->rowForURL(expected.at(row).url()), row);
+        }
+        QVERIFY(!list.model()->entries().contains(DocumentListEntry{QStringLiteral("swap.tmp"), folder, {}, false, false, false}));
+    }
+
+    // Sorted by date, a document written anew moves to the top on its own; a promised item that
+    // is downloaded becomes a document row where it was.
+    void aChangedItemTakesItsPlaceInTheOrder()
+    {
+        const QString folder = orderedFolder();
+        QVERIFY(!folder.isEmpty());
+        ListPresentation::instance()->setSortOrder({ListSortOrder::Key::Date, true});
+        const auto restoreOrder = qScopeGuard([] { ListPresentation::instance()->setSortOrder({}); });
+        DocumentListController list(QUrl::fromLocalFile(folder), nullptr);
+        QCOMPARE(names(&list), (QStringList{QStringLiteral("Zebra"), QStringLiteral("apple.txt"), QStringLiteral("cherry.png"),
+                                            QStringLiteral("Far.txt"), QStringLiteral("Banana.pdf")}));
+        QSignalSpy resets(list.model(), &QAbstractItemModel::modelReset);
+        QVERIFY(writeDated(folder + QStringLiteral("/Banana.pdf"), 10, 1700000900));
+        QTRY_COMPARE(names(&list), (QStringList{QStringLiteral("Zebra"), QStringLiteral("Banana.pdf"), QStringLiteral("apple.txt"),
+                                                QStringLiteral("cherry.png"), QStringLiteral("Far.txt")}));
+        const int far = list.model()->rowForURL(QUrl::fromLocalFile(folder + QStringLiteral("/Far.txt")));
+        QVERIFY(far >= 0 && list.model()->entries().at(far).isPromise);
+        QVERIFY(writeDated(folder + QStringLiteral("/Far.txt"), 5000, 1700000150));
+        QVERIFY(QFile::remove(PromisePlaceholder::placeholderPathFor(folder + QStringLiteral("/Far.txt"))));
+        QTRY_VERIFY(!list.model()->entries().at(list.model()->rowForURL(QUrl::fromLocalFile(folder + QStringLiteral("/Far.txt")))).isPromise);
+        QCOMPARE(list.model()->entries(), DocumentListModel::entriesOfFolder(folder, {ListSortOrder::Key::Date, true}));
+        QCOMPARE(resets.count(), 0);
     }
 
     // A name another program wrote in bytes that are not UTF-8 is listed, shown with the
