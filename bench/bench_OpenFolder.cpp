@@ -174,6 +174,6 @@ int main(int argc, char *argv[])
     out << QStringLiteral("a document added while open:      listed after %1 ms, longest main-thread stall %2 ms\n")
                .arg(change.listedAfterMs, 0, 'f', 1)
                .arg(change.longestStallMs, 0, 'f', 1);
-    out << QStringLiteral("peak memory with the re-read:     %1 MiB\n").arg(peakMemoryKiB() / 1024.0, 0, 'f', 1);
+    out << QStringLiteral("peak memory after the change:     %1 MiB\n").arg(peakMemoryKiB() / 1024.0, 0, 'f', 1);
     return 0;
 }

@@ -200,9 +200,15 @@ QString FilePath::linkTarget(const QString &path)
 QList<FilePath::Entry> FilePath::entries(const QString &folder)
 {
     QList<Entry> found;
+    forEachEntry(folder, [&found](Entry &&entry) { found.append(std::move(entry)); });
+    return found;
+}
+
+bool FilePath::forEachEntry(const QString &folder, const std::function<void(Entry &&entry)> &take)
+{
     DIR *dir = ::opendir(encode(folder).constData());
     if (dir == nullptr) {
-        return found;
+        return false;
     }
     while (const dirent *entry = ::readdir(dir)) {
         const QByteArrayView name(entry->d_name);
@@ -213,10 +219,10 @@ QList<FilePath::Entry> FilePath::entries(const QString &folder)
             : entry->d_type == DT_LNK                  ? EntryKind::Link
             : entry->d_type == DT_UNKNOWN              ? EntryKind::Unknown
                                                        : EntryKind::Other;
-        found.append({decode(name), kind, quint64(entry->d_ino)});
+        take({decode(name), kind, quint64(entry->d_ino)});
     }
     ::closedir(dir);
-    return found;
+    return true;
 }
 
 bool FilePath::walk(const QString &folder, const std::function<WalkStep(const QString &, const Entry &)> &visit)

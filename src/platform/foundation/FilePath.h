@@ -68,6 +68,10 @@ public:
     /// The entries of a folder (hidden ones too, without "." and ".."), in the folder's order;
     /// one pass over the folder, no status call per entry where the file system tells the kind.
     static QList<Entry> entries(const QString &folder);
+    /// The same entries handed one by one, without a list of them all: a folder of a hundred
+    /// thousand items is read without holding its listing twice. Returns false when the folder
+    /// cannot be read.
+    static bool forEachEntry(const QString &folder, const std::function<void(Entry &&entry)> &take);
     /// What a walk does after an entry.
     enum class WalkStep { Continue, SkipChildren, Stop };
     /// Visits every entry below `folder`, depth first; walks into folders, never through links.

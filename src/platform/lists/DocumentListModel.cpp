@@ -467,25 +467,21 @@ QList<DocumentListEntry> DocumentListModel::entriesOfFolder(const QString &folde
     QList<DocumentListEntry> entries;
     QSet<QString> promisedNames;
     // read as the kernel names them: a name that is not UTF-8 is listed too, and reached by its bytes
-    const QList<FilePath::Entry> found = FilePath::entries(folder);
-    entries.reserve(found.size());
-    for (const FilePath::Entry &each : found) {
-        const QString &name = each.name;
-        if (name.startsWith(QLatin1Char('.'))) {
+    FilePath::forEachEntry(folder, [&](FilePath::Entry &&each) {
+        if (each.name.startsWith(QLatin1Char('.'))) {
             // a placeholder stands for its promised item
-            if (PromisePlaceholder::isPlaceholderName(name)) {
-                promisedNames.insert(PromisePlaceholder::logicalPathFor(name));
+            if (PromisePlaceholder::isPlaceholderName(each.name)) {
+                promisedNames.insert(PromisePlaceholder::logicalPathFor(each.name));
             }
-            continue;
+            return;
         }
-        DocumentListEntry entry;
-        entry.name = name;
+        DocumentListEntry &entry = entries.emplace_back();
+        entry.name = std::move(each.name);
         entry.folderPath = folder;
         if (each.kind != FilePath::EntryKind::Other) {
             entry.isFolder = isListedAsFolder(entry.path(), each.kind);
         }
-        entries.append(std::move(entry));
-    }
+    });
     if (!promisedNames.isEmpty()) {
         for (const DocumentListEntry &entry : std::as_const(entries)) {
             promisedNames.remove(entry.name); // materialised meanwhile: the real item is listed
@@ -638,10 +634,26 @@ void DocumentListModel::sortEntries(QList<DocumentListEntry> &entries, const Lis
                    std::make_move_iterator(second.begin()), std::make_move_iterator(second.end()), std::back_inserter(keyed),
                    before);
     }
-    QList<DocumentListEntry> sorted;
-    sorted.reserve(entries.size());
+    std::vector<qsizetype> sourceOf;
+    sourceOf.reserve(keyed.size());
     for (const Keyed &k : keyed) {
-        sorted.append(std::move(entries[k.index]));
+        sourceOf.push_back(k.index);
     }
-    entries = std::move(sorted);
+    keyed = {};
+    // the rows move into their order where they are: no second list of a big folder
+    for (qsizetype start = 0; start < qsizetype(sourceOf.size()); ++start) {
+        if (sourceOf[start] < 0) {
+            continue; // placed in an earlier cycle
+        }
+        DocumentListEntry held = std::move(entries[start]);
+        qsizetype at = start;
+        while (sourceOf[at] != start) {
+            const qsizetype from = sourceOf[at];
+            entries[at] = std::move(entries[from]);
+            sourceOf[at] = -1;
+            at = from;
+        }
+        entries[at] = std::move(held);
+        sourceOf[at] = -1;
+    }
 }
