@@ -442,21 +442,22 @@ void DocumentListModel::insertEntry(DocumentListEntry entry)
 
 void DocumentListModel::removeRow(int row)
 {
-    const QUrl url = m_entries.at(row).url();
-    m_items.remove(url);
-    m_thumbnails.remove(url);
-    m_thumbnailRequests.remove(url);
+    forgetCachedItem(m_entries.at(row).url());
     beginRemoveRows({}, row, row);
     m_entries.removeAt(row);
     endRemoveRows();
 }
 
-void DocumentListModel::forgetItemAtRow(int row)
+void DocumentListModel::forgetCachedItem(const QUrl &url)
 {
-    const QUrl url = m_entries.at(row).url();
     m_items.remove(url);
     m_thumbnails.remove(url);
     m_thumbnailRequests.remove(url);
+}
+
+void DocumentListModel::forgetItemAtRow(int row)
+{
+    forgetCachedItem(m_entries.at(row).url());
     const QModelIndex changed = index(row);
     Q_EMIT dataChanged(changed, changed);
 }

@@ -102,6 +102,7 @@ private:
     void removeRow(int row);
     /// The row's item may have changed: its record and thumbnail are read again when painted.
     void forgetItemAtRow(int row);
+    void forgetCachedItem(const QUrl &url);
 
     QString m_folderPath;
     ListSortOrder m_order;
