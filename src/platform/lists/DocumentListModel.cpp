@@ -1,5 +1,7 @@
 #include "platform/lists/DocumentListModel.h"
 
+#include "platform/lists/NameSortKeys.h"
+
 #include "model/DRItem.h"
 #include "platform/drive/KDContainer.h"
 #include "platform/drive/KDURL.h"
@@ -18,6 +20,8 @@
 #include <QPointer>
 
 #include <algorithm>
+#include <future>
+#include <numeric>
 #include <future>
 #include <ranges>
 
@@ -132,6 +136,142 @@ private:
     QCollator m_collator;
     QHash<QString, QString> m_kindByPattern;
 };
+
+/// The sort keys of a list's names, compared by row. Names of plain ASCII get keys made without
+/// the collator, in one block of bytes; any other name makes every row use the collator's own
+/// keys, which a big folder makes on two threads.
+class RowNameKeys
+{
+public:
+    RowNameKeys(const QList<DocumentListEntry> &entries, const QCollator &collator)
+    {
+        if (makeSimpleKeys(entries, collator)) {
+            return;
+        }
+        const auto keysOf = [&entries](qsizetype from, qsizetype to) {
+            // a collator is not shared between threads: each part has its own
+            const QCollator partCollator = DocumentListModel::nameCollator();
+            std::vector<QCollatorSortKey> keys;
+            keys.reserve(to - from);
+            for (qsizetype i = from; i < to; ++i) {
+                // sorted as shown: a byte that is no text sorts as the replacement character it shows as
+                keys.push_back(partCollator.sortKey(FilePath::displayName(entries.at(i).name)));
+            }
+            return keys;
+        };
+        if (entries.size() < SortedTogetherBelow) {
+            m_half = entries.size();
+            m_firstKeys = keysOf(0, m_half);
+            return;
+        }
+        m_half = entries.size() / 2;
+        auto secondHalf = std::async(std::launch::async, keysOf, m_half, entries.size());
+        m_firstKeys = keysOf(0, m_half);
+        m_secondKeys = secondHalf.get();
+    }
+
+    /// Eight bytes of a row's key as one number, taken after what every key begins with: rows
+    /// whose prefixes differ compare as their prefixes do. 0 for the collator's keys.
+    quint64 prefix(qsizetype row) const
+    {
+        if (m_ends.empty()) {
+            return 0;
+        }
+        const QByteArrayView key = simpleKey(row);
+        quint64 prefix = 0;
+        for (qsizetype i = m_shared; i < m_shared + 8; ++i) {
+            prefix = (prefix << 8) | (i < key.size() ? quint8(key.at(i)) : 0);
+        }
+        return prefix;
+    }
+
+    int compare(qsizetype a, qsizetype b) const
+    {
+        if (!m_ends.empty()) {
+            const int compared = simpleKey(a).compare(simpleKey(b));
+            return compared < 0 ? -1 : compared > 0 ? 1 : 0;
+        }
+        return collatorKey(a).compare(collatorKey(b));
+    }
+
+private:
+    bool makeSimpleKeys(const QList<DocumentListEntry> &entries, const QCollator &collator)
+    {
+        const std::optional<NameSortKeys> rule = NameSortKeys::forCollator(collator);
+        if (!rule) {
+            return false;
+        }
+        m_bytes.reserve(entries.size() * 24);
+        m_ends.reserve(entries.size());
+        for (const DocumentListEntry &entry : entries) {
+            // a name with bytes that are no text is not plain ASCII: the collator keys it as shown
+            if (!rule->append(entry.name, &m_bytes)) {
+                m_bytes = {};
+                m_ends = {};
+                return false;
+            }
+            m_ends.push_back(m_bytes.size());
+        }
+        // a folder's names often begin alike ("IMG_", "Document "): the prefixes start after that
+        m_shared = m_ends.empty() ? 0 : simpleKey(0).size();
+        for (qsizetype row = 1; row < qsizetype(m_ends.size()) && m_shared > 0; ++row) {
+            const QByteArrayView key = simpleKey(row);
+            qsizetype same = 0;
+            while (same < m_shared && same < key.size() && key.at(same) == simpleKey(0).at(same)) {
+                ++same;
+            }
+            m_shared = same;
+        }
+        return true;
+    }
+
+    QByteArrayView simpleKey(qsizetype row) const
+    {
+        const qsizetype start = row == 0 ? 0 : m_ends[row - 1];
+        return QByteArrayView(m_bytes).sliced(start, m_ends[row] - start);
+    }
+
+    const QCollatorSortKey &collatorKey(qsizetype row) const
+    {
+        return row < m_half ? m_firstKeys[row] : m_secondKeys[row - m_half];
+    }
+
+    QByteArray m_bytes;
+    std::vector<qsizetype> m_ends;
+    /// How many bytes every key begins with alike.
+    qsizetype m_shared = 0;
+    qsizetype m_half = 0;
+    std::vector<QCollatorSortKey> m_firstKeys;
+    std::vector<QCollatorSortKey> m_secondKeys;
+};
+
+/// What each row is sorted by before its name: its date, size or kind's rank; nothing when the
+/// list is sorted by name. A big folder's dates and sizes are read on two threads.
+std::vector<qint64> sortNumbers(const QList<DocumentListEntry> &entries, const ListSortOrder &order, const QCollator &collator)
+{
+    if (order.key == ListSortOrder::Key::Name) {
+        return {};
+    }
+    if (order.key == ListSortOrder::Key::Kind) {
+        const QList<qint64> ranks = kindRanks(entries, collator);
+        return std::vector<qint64>(ranks.cbegin(), ranks.cend());
+    }
+    std::vector<qint64> numbers(entries.size());
+    const auto read = [&](qsizetype from, qsizetype to) {
+        for (qsizetype i = from; i < to; ++i) {
+            numbers[i] = dateOrSizeOf(entries.at(i), order.key);
+        }
+    };
+    if (entries.size() < SortedTogetherBelow) {
+        read(0, entries.size());
+        return numbers;
+    }
+    const qsizetype half = entries.size() / 2;
+    auto secondHalf = std::async(std::launch::async, read, half, entries.size());
+    read(0, half);
+    secondHalf.get();
+    return numbers;
+}
 
 } // namespace
 
@@ -583,66 +723,48 @@ QCollator DocumentListModel::nameCollator()
 
 void DocumentListModel::sortEntries(QList<DocumentListEntry> &entries, const ListSortOrder &order)
 {
-    struct Keyed {
-        QCollatorSortKey key;
-        bool isFolder;
-        qint64 number; // the date, size or kind's rank; 0 when sorted by name
+    const qsizetype count = entries.size();
+    const QCollator collator = nameCollator();
+    const RowNameKeys names(entries, collator);
+    const std::vector<qint64> numbers = sortNumbers(entries, order, collator);
+    // what the comparisons look at, side by side: the rows themselves are not touched while sorting
+    struct Row {
+        qint64 number;
+        quint64 prefix;
         qsizetype index;
+        bool isFolder;
     };
-    const auto before = [&order](const Keyed &a, const Keyed &b) {
+    std::vector<Row> rows;
+    rows.reserve(count);
+    for (qsizetype i = 0; i < count; ++i) {
+        const DocumentListEntry &entry = entries.at(i);
+        rows.push_back({numbers.empty() ? 0 : numbers[i], names.prefix(i), i, entry.isFolder || entry.isAppContainer});
+    }
+    std::sort(rows.begin(), rows.end(), [&](const Row &a, const Row &b) {
         if (a.isFolder != b.isFolder) {
             return a.isFolder;
         }
-        const int compared = order.key == ListSortOrder::Key::Name ? a.key.compare(b.key)
-            : a.number < b.number                                  ? -1
-            : a.number > b.number                                  ? 1
-                                                                   : 0;
-        if (compared != 0) {
-            return order.descending ? compared > 0 : compared < 0;
+        if (a.number != b.number) {
+            return order.descending ? a.number > b.number : a.number < b.number;
         }
-        return a.key.compare(b.key) < 0;
-    };
-    const QList<qint64> ranks = order.key == ListSortOrder::Key::Kind ? kindRanks(entries, nameCollator()) : QList<qint64>();
-    const auto keyAndSort = [&](qsizetype from, qsizetype to) {
-        // a collator is not shared between threads: each part has its own
-        const QCollator collator = nameCollator();
-        std::vector<Keyed> keyed;
-        keyed.reserve(to - from);
-        for (qsizetype i = from; i < to; ++i) {
-            const DocumentListEntry &entry = entries.at(i);
-            const qint64 number = order.key == ListSortOrder::Key::Name ? 0
-                : order.key == ListSortOrder::Key::Kind                 ? ranks.at(i)
-                                                                        : dateOrSizeOf(entry, order.key);
-            // sorted as shown: a byte that is no text sorts as the replacement character it shows as
-            keyed.push_back({collator.sortKey(FilePath::displayName(entry.name)), entry.isFolder || entry.isAppContainer,
-                             number, i});
+        int byName = a.prefix < b.prefix ? -1 : a.prefix > b.prefix ? 1 : 0;
+        if (byName == 0) {
+            byName = names.compare(a.index, b.index);
         }
-        std::stable_sort(keyed.begin(), keyed.end(), before);
-        return keyed;
-    };
-    std::vector<Keyed> keyed;
-    if (entries.size() < SortedTogetherBelow) {
-        keyed = keyAndSort(0, entries.size());
-    } else {
-        // making the keys is most of a big folder's sort: the two halves are keyed and sorted at
-        // once, then merged, the first half first among equals so the sort stays stable
-        const qsizetype half = entries.size() / 2;
-        auto secondHalf = std::async(std::launch::async, keyAndSort, half, entries.size());
-        std::vector<Keyed> first = keyAndSort(0, half);
-        std::vector<Keyed> second = secondHalf.get();
-        keyed.reserve(entries.size());
-        std::merge(std::make_move_iterator(first.begin()), std::make_move_iterator(first.end()),
-                   std::make_move_iterator(second.begin()), std::make_move_iterator(second.end()), std::back_inserter(keyed),
-                   before);
-    }
+        if (byName != 0) {
+            // by name the order turns round; by another key names settle ties from A
+            return numbers.empty() && order.descending ? byName > 0 : byName < 0;
+        }
+        return a.index < b.index; // the folder's own order settles the rest
+    });
     std::vector<qsizetype> sourceOf;
-    sourceOf.reserve(keyed.size());
-    for (const Keyed &k : keyed) {
-        sourceOf.push_back(k.index);
+    sourceOf.reserve(count);
+    for (const Row &row : rows) {
+        sourceOf.push_back(row.index);
     }
-    keyed = {};
+    rows = {};
     // the rows move into their order where they are: no second list of a big folder
-    for (qsizetype start = 0; start < qsizetype(sourceOf.size()); ++start) {
+    for (qsizetype start = 0; start < count; ++start) {
         if (sourceOf[start] < 0) {
             continue; // placed in an earlier cycle
         }
