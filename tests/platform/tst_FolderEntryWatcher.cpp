@@ -8,6 +8,8 @@
 #include <QSignalSpy>
 #include <QTest>
 
+#include <memory>
+
 class tst_FolderEntryWatcher : public QObject
 {
     Q_OBJECT
@@ -57,6 +59,23 @@ private slots:
         QTest::qWait(100);
         QCOMPARE(changes.count(), reports);
         QCOMPARE(rereads.count(), 0);
+    }
+
+    // Two watchers of one folder share the kernel's watch: both hear a change, and one that
+    // goes leaves the other hearing.
+    void twoWatchersOfOneFolderBothHear()
+    {
+        const QString folder = m_drive.freshFolder(QStringLiteral("Shared"));
+        FolderEntryWatcher kept(folder);
+        auto gone = std::make_unique<FolderEntryWatcher>(folder);
+        QSignalSpy keptChanges(&kept, &FolderEntryWatcher::entriesChanged);
+        QSignalSpy goneChanges(gone.get(), &FolderEntryWatcher::entriesChanged);
+        QVERIFY(TestDrive::writeFile(folder + QStringLiteral("/one.txt"), "x"));
+        QTRY_VERIFY(reported(keptChanges).contains(QStringLiteral("one.txt")));
+        QTRY_VERIFY(reported(goneChanges).contains(QStringLiteral("one.txt")));
+        gone.reset();
+        QVERIFY(TestDrive::writeFile(folder + QStringLiteral("/two.txt"), "x"));
+        QTRY_VERIFY(reported(keptChanges).contains(QStringLiteral("two.txt")));
     }
 
     // The folder itself removed: the names no longer mean anything, so a re-read is asked for.

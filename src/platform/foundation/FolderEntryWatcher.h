@@ -5,7 +5,6 @@
 #include <QStringList>
 
 class QFileSystemWatcher;
-class QSocketNotifier;
 
 /// Tells which entries of one folder changed, by name, as the kernel reports them: an entry
 /// made, removed, renamed in or out, written and closed, or given new attributes (tags). Whoever
@@ -26,7 +25,12 @@ public:
 
     QString folder() const { return m_folder; }
     /// Whether changes come by name.
-    bool reportsNames() const { return m_fd >= 0; }
+    bool reportsNames() const { return m_fallback == nullptr; }
+
+    /// From the process's kernel watch: entries of the folder changed.
+    void entriesReported(const QStringList &names);
+    /// From the process's kernel watch: what changed is not known.
+    void namesLost();
 
 Q_SIGNALS:
     /// Entries changed: each name once per report, as the folder names them (a placeholder's
@@ -35,10 +39,6 @@ Q_SIGNALS:
     void rereadNeeded();
 
 private:
-    void readEvents();
-
     QString m_folder;
-    int m_fd = -1;
-    QSocketNotifier *m_notifier = nullptr;
     QFileSystemWatcher *m_fallback = nullptr;
 };

@@ -1,0 +1,153 @@
+#include "platform/foundation/FolderWatchHub.h"
+
+#include "platform/foundation/FilePath.h"
+#include "platform/foundation/FolderEntryWatcher.h"
+
+#include <QCoreApplication>
+#include <QSet>
+#include <QSocketNotifier>
+#include <QThread>
+
+#include <cstring>
+
+#include <sys/inotify.h>
+#include <unistd.h>
+
+namespace {
+
+// what changes a row: an entry coming or going, new content, new tags; not who read it
+constexpr uint32_t WatchedEvents = IN_CREATE | IN_DELETE | IN_MOVED_FROM | IN_MOVED_TO | IN_CLOSE_WRITE | IN_ATTRIB
+    | IN_DELETE_SELF | IN_MOVE_SELF | IN_ONLYDIR | IN_EXCL_UNLINK;
+
+} // namespace
+
+namespace {
+QPointer<FolderWatchHub> theHub;
+} // namespace
+
+FolderWatchHub *FolderWatchHub::instance()
+{
+    if (!theHub) {
+        // owned by the application: it goes before the event loop it listens on
+        theHub = new FolderWatchHub;
+    }
+    return theHub;
+}
+
+FolderWatchHub *FolderWatchHub::existingInstance()
+{
+    return theHub;
+}
+
+FolderWatchHub::FolderWatchHub()
+    : QObject(QCoreApplication::instance())
+    , m_fd(::inotify_init1(IN_NONBLOCK | IN_CLOEXEC))
+{
+    if (m_fd >= 0) {
+        m_notifier = new QSocketNotifier(m_fd, QSocketNotifier::Read, this);
+        connect(m_notifier, &QSocketNotifier::activated, this, &FolderWatchHub::readEvents);
+    }
+}
+
+FolderWatchHub::~FolderWatchHub()
+{
+    if (m_fd >= 0) {
+        ::close(m_fd);
+    }
+}
+
+bool FolderWatchHub::add(const QString &folder, FolderEntryWatcher *watcher)
+{
+    Q_ASSERT(QThread::currentThread() == thread());
+    if (m_fd < 0) {
+        return false;
+    }
+    // the same folder twice gives the same descriptor: both watchers hear of it
+    const int wd = ::inotify_add_watch(m_fd, FilePath::encode(folder).constData(), WatchedEvents);
+    if (wd < 0) {
+        return false;
+    }
+    m_watchersOfDescriptor[wd].append(watcher);
+    m_descriptorOfWatcher.insert(watcher, wd);
+    return true;
+}
+
+void FolderWatchHub::remove(FolderEntryWatcher *watcher)
+{
+    const auto found = m_descriptorOfWatcher.constFind(watcher);
+    if (found == m_descriptorOfWatcher.constEnd()) {
+        return;
+    }
+    const int wd = *found;
+    m_descriptorOfWatcher.erase(found);
+    QList<QPointer<FolderEntryWatcher>> &watchers = m_watchersOfDescriptor[wd];
+    watchers.removeIf([watcher](const QPointer<FolderEntryWatcher> &each) { return !each || each == watcher; });
+    if (watchers.isEmpty()) {
+        m_watchersOfDescriptor.remove(wd);
+        ::inotify_rm_watch(m_fd, wd);
+    }
+}
+
+void FolderWatchHub::readEvents()
+{
+    alignas(struct inotify_event) char buffer[64 * 1024];
+    QHash<int, QStringList> namesOf;
+    QHash<int, QSet<QString>> seenOf;
+    QSet<int> lost;
+    bool overflowed = false;
+    for (;;) {
+        const ssize_t length = ::read(m_fd, buffer, sizeof buffer);
+        if (length <= 0) {
+            break; // EAGAIN: all read
+        }
+        for (ssize_t offset = 0; offset < length;) {
+            const auto *event = reinterpret_cast<const struct inotify_event *>(buffer + offset);
+            offset += ssize_t(sizeof(struct inotify_event)) + event->len;
+            if (event->mask & IN_Q_OVERFLOW) {
+                overflowed = true; // names lost in every folder
+                continue;
+            }
+            if (event->mask & IN_MOVE_SELF) {
+                // moved away, the folder is no longer the one listed: its watch goes
+                ::inotify_rm_watch(m_fd, event->wd);
+            }
+            if (event->mask & (IN_DELETE_SELF | IN_MOVE_SELF | IN_IGNORED)) {
+                lost.insert(event->wd);
+                continue;
+            }
+            if (event->len == 0) {
+                continue;
+            }
+            const QString name = FilePath::decode(QByteArrayView(event->name, qsizetype(std::strlen(event->name))));
+            QSet<QString> &seen = seenOf[event->wd];
+            if (!seen.contains(name)) {
+                seen.insert(name);
+                namesOf[event->wd].append(name);
+            }
+        }
+    }
+    // the watchers are told once all is read: one may be removed while another is told
+    const QHash<int, QList<QPointer<FolderEntryWatcher>>> watchers = m_watchersOfDescriptor;
+    for (auto it = watchers.constBegin(); it != watchers.constEnd(); ++it) {
+        const bool reread = overflowed || lost.contains(it.key());
+        for (const QPointer<FolderEntryWatcher> &watcher : it.value()) {
+            if (!watcher) {
+                continue;
+            }
+            if (reread) {
+                watcher->namesLost();
+            } else if (const auto names = namesOf.constFind(it.key()); names != namesOf.constEnd()) {
+                watcher->entriesReported(*names);
+            }
+        }
+    }
+    for (const int wd : std::as_const(lost)) {
+        // the kernel dropped the watch with the folder: a descriptor may come back for another
+        if (const auto gone = m_watchersOfDescriptor.constFind(wd); gone != m_watchersOfDescriptor.constEnd()) {
+            for (const QPointer<FolderEntryWatcher> &watcher : *gone) {
+                m_descriptorOfWatcher.remove(watcher.data());
+            }
+            m_watchersOfDescriptor.erase(gone);
+        }
+    }
+}
