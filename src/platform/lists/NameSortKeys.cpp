@@ -82,40 +82,42 @@ std::optional<NameSortKeys> NameSortKeys::made(const QCollator &collator)
 bool NameSortKeys::append(QStringView name, QByteArray *keys) const
 {
     const qsizetype start = keys->size();
-    for (qsizetype i = 0; i < name.size();) {
-        const char16_t c = name.at(i).unicode();
-        if (c < FirstPrintable || c > LastPrintable) {
+    // at most three bytes a character (a one-digit number) and the end: written in place
+    keys->resize(start + 3 * name.size() + 1);
+    char *out = keys->data() + start;
+    const char16_t *c = name.utf16();
+    const char16_t *const end = c + name.size();
+    while (c < end) {
+        if (*c < FirstPrintable || *c > LastPrintable) {
             keys->truncate(start);
             return false;
         }
-        if (!isDigit(c)) {
-            keys->append(char(m_weight[c]));
-            ++i;
+        if (!isDigit(*c)) {
+            *out++ = char(m_weight[*c++]);
             continue;
         }
         // a number: the digits' weight, then how many digits it has without its leading
         // zeros, then those digits; a longer number is the larger
-        qsizetype end = i;
-        while (end < name.size() && isDigit(name.at(end).unicode())) {
-            ++end;
+        while (c < end && *c == u'0') {
+            ++c;
         }
-        qsizetype first = i;
-        while (first < end && name.at(first) == u'0') {
-            ++first;
+        const char16_t *const digits = c;
+        while (c < end && isDigit(*c)) {
+            ++c;
         }
-        if (end - first > LongestNumber) {
+        if (c - digits > LongestNumber) {
             keys->truncate(start);
             return false;
         }
-        keys->append(char(m_weight[u'0']));
-        keys->append(char(1 + end - first));
-        for (qsizetype d = first; d < end; ++d) {
-            keys->append(char(1 + name.at(d).unicode() - u'0'));
+        *out++ = char(m_weight[u'0']);
+        *out++ = char(1 + (c - digits));
+        for (const char16_t *d = digits; d < c; ++d) {
+            *out++ = char(1 + *d - u'0');
         }
-        i = end;
     }
     // a name that is the start of another sorts first
-    keys->append('\0');
+    *out++ = '\0';
+    keys->truncate(out - keys->constData());
     return true;
 }
 
