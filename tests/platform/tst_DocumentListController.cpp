@@ -537,7 +537,7 @@ private slots:
         for (int row = 0; row < expected.size(); row += 97) {
             QCOMPARE(list.model()->rowForURL(expected.at(row).url()), row);
         }
-        QVERIFY(!list.model()->entries().contains(DocumentListEntry{QStringLiteral("swap.tmp"), folder, {}, false, false, false}));
+        QVERIFY(!list.model()->entries().contains(DocumentListEntry{QStringLiteral("swap.tmp"), folder, false, false, false}));
     }
 
     // Sorted by date, a document written anew moves to the top on its own; a promised item that

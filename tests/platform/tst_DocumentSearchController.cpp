@@ -168,7 +168,7 @@ private slots:
         QTRY_COMPARE(hits->count(), 2);
         for (int row = 0; row < 2; ++row) {
             const DocumentSearchController::Result result = shown.search->results().at(row);
-            const QIcon expected = DocumentListModel::iconForEntry({result.name, {}, {}, false, false, false});
+            const QIcon expected = DocumentListModel::iconForEntry({result.name, {}, false, false, false});
             QCOMPARE(hits->item(row)->icon().cacheKey(), expected.cacheKey());
         }
         QVERIFY(hits->item(0)->icon().cacheKey() != hits->item(1)->icon().cacheKey());

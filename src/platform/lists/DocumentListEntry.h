@@ -11,17 +11,16 @@
 /// asked for.
 struct DocumentListEntry {
     QString name;
-    /// The folder the row was listed in, without a trailing slash.
+    /// The folder the row was listed in, without a trailing slash; for an app container, the
+    /// container's documents folder itself (its name is the app's).
     QString folderPath;
-    /// Where the item is when that is not `folderPath/name`: an app container's documents.
-    QString itemPath;
     bool isFolder = false;
     bool isPromise = false;
     /// An app's container shown in the drive's root.
     bool isAppContainer = false;
 
     /// The item's path: a promised item's logical path.
-    QString path() const { return itemPath.isEmpty() ? folderPath + QLatin1Char('/') + name : itemPath; }
+    QString path() const { return isAppContainer ? folderPath : folderPath + QLatin1Char('/') + name; }
     QUrl url() const { return QUrl::fromLocalFile(path()); }
 
     bool operator==(const DocumentListEntry &other) const = default;

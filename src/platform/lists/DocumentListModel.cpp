@@ -699,7 +699,7 @@ QList<DocumentListEntry> DocumentListModel::entriesOfDriveRoot(const ListSortOrd
         }
         DocumentListEntry entry;
         entry.name = container->localizedName().isEmpty() ? container->identifier() : container->localizedName();
-        entry.itemPath = FilePath::localPath(documents);
+        entry.folderPath = FilePath::localPath(documents);
         entry.isAppContainer = true;
         appContainers.append(std::move(entry));
     }
@@ -740,7 +740,7 @@ void DocumentListModel::sortEntries(QList<DocumentListEntry> &entries, const Lis
         const DocumentListEntry &entry = entries.at(i);
         rows.push_back({numbers.empty() ? 0 : numbers[i], names.prefix(i), i, entry.isFolder || entry.isAppContainer});
     }
-    std::sort(rows.begin(), rows.end(), [&](const Row &a, const Row &b) {
+    const auto before = [&](const Row &a, const Row &b) {
         if (a.isFolder != b.isFolder) {
             return a.isFolder;
         }
@@ -756,7 +756,17 @@ void DocumentListModel::sortEntries(QList<DocumentListEntry> &entries, const Lis
             return numbers.empty() && order.descending ? byName > 0 : byName < 0;
         }
         return a.index < b.index; // the folder's own order settles the rest
-    });
+    };
+    if (count < SortedTogetherBelow) {
+        std::sort(rows.begin(), rows.end(), before);
+    } else {
+        // a big folder's halves are sorted at once, then merged
+        const auto middle = rows.begin() + count / 2;
+        auto secondHalf = std::async(std::launch::async, [&] { std::sort(middle, rows.end(), before); });
+        std::sort(rows.begin(), middle, before);
+        secondHalf.get();
+        std::inplace_merge(rows.begin(), middle, rows.end(), before);
+    }
     std::vector<qsizetype> sourceOf;
     sourceOf.reserve(count);
     for (const Row &row : rows) {
