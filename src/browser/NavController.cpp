@@ -1073,17 +1073,7 @@ void NavController::documentTargetSelectionController_didSelectItemAtURL(Documen
 
 QList<Error> NavController::moveItemsToDirectory_toDirectory(const QList<QUrl> &items, const QUrl &directory)
 {
-    DRLog(LOG_DEBUG, "MoveTarget = %@", directory);
-    DRLog(LOG_DEBUG, "ItemsToMove = %@", items);
-    QList<Error> errors;
-    for (const QUrl &item : items) {
-        const QUrl destination = FileUtils::destinationOfItem_inDirectory(item, directory);
-        // every item is attempted: one failure must not strand the rest
-        if (const std::optional<Error> error = FileUtils::move_to(item, destination)) {
-            errors.append(*error);
-        }
-    }
-    return errors;
+    return FileUtils::moveItems_toDirectory(items, directory);
 }
 
 void NavController::moveItemsToDirectoryAndShowErrors_toDirectory(const QList<QUrl> &items, const QUrl &directory)

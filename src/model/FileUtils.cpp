@@ -9,6 +9,7 @@
 #include "platform/drive/PromisePlaceholder.h"
 #include "platform/drive/PromiseStore.h"
 #include "platform/drive/URLResourceValues.h"
+#include "platform/foundation/FileDescriptor.h"
 #include "platform/foundation/FilePath.h"
 #include "platform/foundation/Preferences.h"
 #include "platform/foundation/StringFormat.h"
@@ -19,6 +20,10 @@
 #include <QSet>
 
 #include <filesystem>
+#include <memory>
+
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <system_error>
 
 namespace {
@@ -191,6 +196,194 @@ std::optional<Error> FileUtils::move_to(const QUrl &src, const QUrl &dst)
         DRLog(LOG_WARNING, "Move failed: %@", result);
     }
     return result;
+}
+
+namespace {
+
+/// One move of items into a folder: the folders opened once, by the real paths checked to be
+/// in the drive, and every look-up and rename relative to them.
+class FolderMove
+{
+public:
+    explicit FolderMove(const QUrl &directory)
+        : m_targetPath(localPath(directory))
+        , m_target(openInDrive(m_targetPath, &m_targetProblem))
+    {
+    }
+
+    std::optional<Error> move(const QUrl &item)
+    {
+        const QString path = localPath(item);
+        const qsizetype slash = path.lastIndexOf(QLatin1Char('/'));
+        const QString name = path.mid(slash + 1);
+        // the destinations' URLs are made for the log only when it keeps them: ten thousand moves
+        // would spend more on them than on the renames
+        const bool logsDebug = DRLogShouldLog(LOG_DEBUG);
+        DRLog(LOG_DEBUG, "Moving src1:  '%@'", item);
+        if (logsDebug) {
+            DRLog(LOG_DEBUG, "Moving dest1: '%@'", QUrl::fromLocalFile(m_targetPath + QLatin1Char('/') + name));
+        }
+        if (!m_target.isValid()) {
+            return Error::fromErrno(m_targetProblem, m_targetPath);
+        }
+        if (slash <= 0 || name.isEmpty() || name == QLatin1String(".") || name == QLatin1String("..")) {
+            return Error::fromErrno(EINVAL, path);
+        }
+        const int source = sourceFolder(path.left(slash));
+        if (source < 0) {
+            return Error::fromErrno(m_sourceProblem, path);
+        }
+        if (m_sourceIsTarget) {
+            DRLog(LOG_DEBUG, "Move: src and dest are the same");
+            return std::nullopt;
+        }
+        // a promised item moves as its placeholder, in one rename: its name is the placeholder's own
+        struct stat st;
+        const bool isReal = ::fstatat(source, FilePath::encode(name).constData(), &st, AT_SYMLINK_NOFOLLOW) == 0;
+        if (isReal && S_ISLNK(st.st_mode) && ::fstatat(source, FilePath::encode(name).constData(), &st, 0) != 0) {
+            st.st_mode = S_IFREG; // a dangling link moves as the document it stands for
+        }
+        const bool isPromised = !isReal && exists(source, placeholderName(name));
+        if (!isReal) {
+            DRLog(LOG_INFO, "Move: source filename does not exist, must be a fault.");
+        }
+        if (!isReal && !isPromised) {
+            return Error::fromErrno(ENOENT, path);
+        }
+        const bool isFolder = isReal && S_ISDIR(st.st_mode);
+        QString freeName = name;
+        for (int n = 2;; ++n) {
+            struct stat there;
+            if (::fstatat(m_target.get(), FilePath::encode(freeName).constData(), &there, AT_SYMLINK_NOFOLLOW) != 0) {
+                if (!exists(m_target.get(), placeholderName(freeName))) {
+                    break; // neither a real item nor a promised one holds the name
+                }
+            } else if (freeName == name) {
+                if (S_ISLNK(there.st_mode) && ::fstatat(m_target.get(), FilePath::encode(name).constData(), &there, 0) != 0) {
+                    there.st_mode = S_IFREG;
+                }
+                if (!isFolder && S_ISDIR(there.st_mode)) {
+                    DRLog(LOG_ERR, "Move: must move a file to a file (dest is a dir)");
+                    return Error::fileError(FeatureUnsupportedError);
+                }
+                if (isFolder && !S_ISDIR(there.st_mode)) {
+                    DRLog(LOG_ERR, "Move: must move a dir to a dir (dest is a file)");
+                    return Error::fileError(FeatureUnsupportedError);
+                }
+            }
+            freeName = nextName(name, n);
+        }
+        if (freeName != name && logsDebug) {
+            DRLog(LOG_DEBUG, "Avail  dest1: '%@'", QUrl::fromLocalFile(m_targetPath + QLatin1Char('/') + freeName));
+        }
+        return renameInto(item, source, name, freeName, isPromised);
+    }
+
+private:
+    /// The folder opened by its real path when that is in the drive; -1 and the reason otherwise.
+    static int openInDrive(const QString &folder, int *problem)
+    {
+        // a folder of the drive only, opened by the real path that was checked
+        const QString real = kd_resolvedPathInMobileDocuments(QUrl::fromLocalFile(folder));
+        if (real.isEmpty()) {
+            *problem = EACCES;
+            return -1;
+        }
+        const int fd = ::open(FilePath::encode(real).constData(), O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+        *problem = fd < 0 ? errno : 0;
+        return fd;
+    }
+
+    int sourceFolder(const QString &folder)
+    {
+        if (folder != m_sourcePath || !m_source) {
+            m_sourcePath = folder;
+            m_source = std::make_unique<FileDescriptor>(openInDrive(folder, &m_sourceProblem));
+            m_sourceIsTarget = m_source->isValid() && m_target.isValid() && sameFolder(m_source->get(), m_target.get());
+        }
+        return m_source->get();
+    }
+
+    /// Whether two open folders are one: moving an item into its own folder leaves it be.
+    static bool sameFolder(int a, int b)
+    {
+        struct stat first;
+        struct stat second;
+        return ::fstat(a, &first) == 0 && ::fstat(b, &second) == 0 && first.st_dev == second.st_dev
+            && first.st_ino == second.st_ino;
+    }
+
+    static bool exists(int folder, const QString &name)
+    {
+        struct stat st;
+        return ::fstatat(folder, FilePath::encode(name).constData(), &st, AT_SYMLINK_NOFOLLOW) == 0;
+    }
+
+    static QString placeholderName(const QString &name)
+    {
+        return PromisePlaceholder::placeholderPathFor(name);
+    }
+
+    static QString nextName(const QString &name, int n)
+    {
+        const auto [stem, suffix] = FileUtils::splitName(name);
+        return StringFormat::format("%@ %d%@", stem, n, suffix);
+    }
+
+    std::optional<Error> renameInto(const QUrl &item, int source, const QString &name, const QString &freeName, bool isPromised)
+    {
+        const QUrl destination = QUrl::fromLocalFile(m_targetPath + QLatin1Char('/') + freeName);
+        std::optional<Error> coordinationError;
+        std::optional<Error> writerError;
+        FileCoordinator coordinator;
+        coordinator.coordinateWritingItemAtURL_options_writingItemAtURL_options_error_byAccessor(
+            item, FileCoordinator::WritingForMoving, destination, FileCoordinator::WritingForReplacing, &coordinationError,
+            [&](const QUrl &newSrc, const QUrl &newDst) {
+                coordinator.itemAtURL_willMoveToURL(newSrc, newDst);
+                DRLog(LOG_DEBUG, "Moving src2:  '%@'", newSrc);
+                DRLog(LOG_DEBUG, "Moving dest2: '%@'", newDst);
+                const QString from = isPromised ? placeholderName(name) : name;
+                const QString to = isPromised ? placeholderName(freeName) : freeName;
+                if (::renameat2(source, FilePath::encode(from).constData(), m_target.get(), FilePath::encode(to).constData(),
+                                RENAME_NOREPLACE)
+                    != 0) {
+                    writerError = Error::fromErrno(errno, localPath(item));
+                    DRLog(LOG_WARNING, "KD Move failed: %@", writerError);
+                } else {
+                    DRLog(LOG_INFO, "Move successful");
+                }
+            });
+        const std::optional<Error> result = coordinationError ? coordinationError : writerError;
+        if (result) {
+            DRLog(LOG_WARNING, "Move failed: %@", result);
+        }
+        return result;
+    }
+
+    QString m_targetPath;
+    int m_targetProblem = 0;
+    FileDescriptor m_target;
+    QString m_sourcePath;
+    int m_sourceProblem = 0;
+    std::unique_ptr<FileDescriptor> m_source;
+    bool m_sourceIsTarget = false;
+};
+
+} // namespace
+
+QList<Error> FileUtils::moveItems_toDirectory(const QList<QUrl> &items, const QUrl &directory)
+{
+    DRLog(LOG_DEBUG, "MoveTarget = %@", directory);
+    DRLog(LOG_DEBUG, "ItemsToMove = %@", items);
+    FolderMove move(directory);
+    QList<Error> errors;
+    for (const QUrl &item : items) {
+        // every item is attempted: one failure must not strand the rest
+        if (const std::optional<Error> error = move.move(item)) {
+            errors.append(*error);
+        }
+    }
+    return errors;
 }
 
 QUrl FileUtils::destinationOfItem_inDirectory(const QUrl &item, const QUrl &directory)

@@ -31,6 +31,12 @@ public:
     static std::optional<Error> mkdir(const QUrl &url);
     static std::optional<Error> remove(const QUrl &url);
     static std::optional<Error> move_to(const QUrl &src, const QUrl &dst);
+    /// Moves each item into `directory` as `move_to` does to `destinationOfItem_inDirectory`:
+    /// an occupied name gives way to the next free one, a document never lands on a folder's
+    /// name nor a folder on a document's. The folders are looked up once for all the items and
+    /// held open, so each item costs a few calls beside its rename, and each lands in the very
+    /// folder that was checked. Returns an error for each item that did not move.
+    static QList<Error> moveItems_toDirectory(const QList<QUrl> &items, const QUrl &directory);
     /// Where `item` goes when moved into `directory`: its name there, as the URL of a file
     /// whatever it is (a folder's URL loses its trailing slash).
     static QUrl destinationOfItem_inDirectory(const QUrl &item, const QUrl &directory);

@@ -176,11 +176,12 @@ void FileCoordinator::coordinateWritingItemAtURL_options_writingItemAtURL_option
     QList<FilePresenter *> moved;
     for (const auto &[from, to] : std::as_const(m_moves)) {
         changed << to;
-        if (!FileCoordinationCenter::stateOf(to).exists()) {
-            continue; // the move did not happen
+        const auto presenters = center->presentersFor(from, FileCoordinationCenter::Relation::SameOrInside, m_excludedPresenter);
+        // looked at on disk only when somebody follows the item: a batch of moves costs no extra call each
+        if (presenters.isEmpty() || !FileCoordinationCenter::stateOf(to).exists()) {
+            continue; // nobody to tell, or the move did not happen
         }
-        for (const auto &presenter : center->presentersFor(from, FileCoordinationCenter::Relation::SameOrInside,
-                                                          m_excludedPresenter)) {
+        for (const auto &presenter : presenters) {
             const QString oldPath = QDir::cleanPath(presenter->presentedItemURL().toLocalFile());
             const QString newPath = to + oldPath.mid(from.size());
             center->notePresenterMoved(presenter.get(), newPath);
