@@ -201,13 +201,16 @@ std::optional<Error> FileUtils::move_to(const QUrl &src, const QUrl &dst)
 namespace {
 
 /// One move of items into a folder: the folders opened once, by the real paths checked to be
-/// in the drive, and every look-up and rename relative to them.
+/// in the drive, and every look-up and rename relative to them. For many items each folder is
+/// read once and the names it holds kept, so an item costs its rename and little more; the
+/// rename never replaces, so a name taken since the read is found then and passed over.
 class FolderMove
 {
 public:
-    explicit FolderMove(const QUrl &directory)
+    FolderMove(const QUrl &directory, qsizetype itemCount)
         : m_targetPath(localPath(directory))
         , m_target(openInDrive(m_targetPath, &m_targetProblem))
+        , m_readsFolders(itemCount >= ReadFoldersFrom)
     {
     }
 
@@ -229,57 +232,123 @@ public:
         if (slash <= 0 || name.isEmpty() || name == QLatin1String(".") || name == QLatin1String("..")) {
             return Error::fromErrno(EINVAL, path);
         }
-        const int source = sourceFolder(path.left(slash));
-        if (source < 0) {
+        if (!openSource(path.left(slash))) {
             return Error::fromErrno(m_sourceProblem, path);
         }
         if (m_sourceIsTarget) {
             DRLog(LOG_DEBUG, "Move: src and dest are the same");
             return std::nullopt;
         }
-        // a promised item moves as its placeholder, in one rename: its name is the placeholder's own
-        struct stat st;
-        const bool isReal = ::fstatat(source, FilePath::encode(name).constData(), &st, AT_SYMLINK_NOFOLLOW) == 0;
-        if (isReal && S_ISLNK(st.st_mode) && ::fstatat(source, FilePath::encode(name).constData(), &st, 0) != 0) {
-            st.st_mode = S_IFREG; // a dangling link moves as the document it stands for
-        }
-        const bool isPromised = !isReal && exists(source, placeholderName(name));
-        if (!isReal) {
+        const Held moving = heldIn(m_source->get(), &m_sourceNames, name);
+        if (moving != Held::Document && moving != Held::Folder) {
             DRLog(LOG_INFO, "Move: source filename does not exist, must be a fault.");
         }
-        if (!isReal && !isPromised) {
+        if (moving == Held::Nothing) {
             return Error::fromErrno(ENOENT, path);
         }
-        const bool isFolder = isReal && S_ISDIR(st.st_mode);
         QString freeName = name;
         for (int n = 2;; ++n) {
-            struct stat there;
-            if (::fstatat(m_target.get(), FilePath::encode(freeName).constData(), &there, AT_SYMLINK_NOFOLLOW) != 0) {
-                if (!exists(m_target.get(), placeholderName(freeName))) {
-                    break; // neither a real item nor a promised one holds the name
+            const Held there = heldIn(m_target.get(), &m_targetNames, freeName);
+            if (there == Held::Nothing) {
+                if (freeName != name && logsDebug) {
+                    DRLog(LOG_DEBUG, "Avail  dest1: '%@'", QUrl::fromLocalFile(m_targetPath + QLatin1Char('/') + freeName));
                 }
-            } else if (freeName == name) {
-                if (S_ISLNK(there.st_mode) && ::fstatat(m_target.get(), FilePath::encode(name).constData(), &there, 0) != 0) {
-                    there.st_mode = S_IFREG;
+                int renameError = 0;
+                std::optional<Error> error = renameInto(item, name, freeName, moving == Held::Promised, &renameError);
+                if (renameError != EEXIST) {
+                    noteMoved(name, freeName, moving, error.has_value());
+                    return error;
                 }
-                if (!isFolder && S_ISDIR(there.st_mode)) {
+                m_targetNames.real.insert(freeName, FilePath::EntryKind::Unknown); // taken meanwhile: the next name
+            } else if (freeName == name && there != Held::Promised && (there == Held::Folder) != (moving == Held::Folder)) {
+                if (moving != Held::Folder) {
                     DRLog(LOG_ERR, "Move: must move a file to a file (dest is a dir)");
-                    return Error::fileError(FeatureUnsupportedError);
-                }
-                if (isFolder && !S_ISDIR(there.st_mode)) {
+                } else {
                     DRLog(LOG_ERR, "Move: must move a dir to a dir (dest is a file)");
-                    return Error::fileError(FeatureUnsupportedError);
                 }
+                return Error::fileError(FeatureUnsupportedError);
             }
             freeName = nextName(name, n);
         }
-        if (freeName != name && logsDebug) {
-            DRLog(LOG_DEBUG, "Avail  dest1: '%@'", QUrl::fromLocalFile(m_targetPath + QLatin1Char('/') + freeName));
-        }
-        return renameInto(item, source, name, freeName, isPromised);
     }
 
 private:
+    /// From this many items, the folders are read once instead of asked name by name.
+    static constexpr qsizetype ReadFoldersFrom = 64;
+
+    /// What holds a name in a folder.
+    enum class Held { Nothing, Document, Folder, Promised };
+
+    /// The names a folder held when it was read: each real entry's kind, and the promised items.
+    struct FolderNames {
+        bool read = false;
+        QHash<QString, FilePath::EntryKind> real;
+        QSet<QString> promised;
+    };
+
+    Held heldIn(int folder, FolderNames *names, const QString &name)
+    {
+        if (m_readsFolders && !names->read) {
+            readNames(folder, names);
+        }
+        if (names->read) {
+            const auto real = names->real.constFind(name);
+            if (real != names->real.constEnd() && *real != FilePath::EntryKind::Link && *real != FilePath::EntryKind::Unknown) {
+                return *real == FilePath::EntryKind::Folder ? Held::Folder : Held::Document;
+            }
+            if (real == names->real.constEnd() && names->promised.contains(name)) {
+                return Held::Promised;
+            }
+            if (real == names->real.constEnd() && folder == m_target.get()) {
+                return Held::Nothing; // a name taken since the read is found by the rename
+            }
+        }
+        return heldOnDisk(folder, name);
+    }
+
+    /// What holds a name, asked of the folder itself: a link counts as what it leads to, a
+    /// dangling one as a document.
+    static Held heldOnDisk(int folder, const QString &name)
+    {
+        const QByteArray encoded = FilePath::encode(name);
+        struct stat st;
+        if (::fstatat(folder, encoded.constData(), &st, AT_SYMLINK_NOFOLLOW) == 0) {
+            if (S_ISLNK(st.st_mode) && ::fstatat(folder, encoded.constData(), &st, 0) != 0) {
+                return Held::Document;
+            }
+            return S_ISDIR(st.st_mode) ? Held::Folder : Held::Document;
+        }
+        return ::fstatat(folder, FilePath::encode(placeholderName(name)).constData(), &st, AT_SYMLINK_NOFOLLOW) == 0
+            ? Held::Promised
+            : Held::Nothing;
+    }
+
+    static void readNames(int folder, FolderNames *names)
+    {
+        names->read = FilePath::forEachEntryAt(::openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC),
+                                               [names](FilePath::Entry &&entry) {
+                                                   if (PromisePlaceholder::isPlaceholderName(entry.name)) {
+                                                       names->promised.insert(PromisePlaceholder::logicalPathFor(entry.name));
+                                                   } else {
+                                                       names->real.insert(entry.name, entry.kind);
+                                                   }
+                                               });
+    }
+
+    void noteMoved(const QString &name, const QString &freeName, Held moving, bool failed)
+    {
+        if (failed) {
+            return;
+        }
+        if (moving == Held::Promised) {
+            m_sourceNames.promised.remove(name);
+            m_targetNames.promised.insert(freeName);
+        } else {
+            m_sourceNames.real.remove(name);
+            m_targetNames.real.insert(freeName, moving == Held::Folder ? FilePath::EntryKind::Folder : FilePath::EntryKind::Other);
+        }
+    }
+
     /// The folder opened by its real path when that is in the drive; -1 and the reason otherwise.
     static int openInDrive(const QString &folder, int *problem)
     {
@@ -294,14 +363,15 @@ private:
         return fd;
     }
 
-    int sourceFolder(const QString &folder)
+    bool openSource(const QString &folder)
     {
         if (folder != m_sourcePath || !m_source) {
             m_sourcePath = folder;
             m_source = std::make_unique<FileDescriptor>(openInDrive(folder, &m_sourceProblem));
-            m_sourceIsTarget = m_source->isValid() && m_target.isValid() && sameFolder(m_source->get(), m_target.get());
+            m_sourceIsTarget = m_source->isValid() && sameFolder(m_source->get(), m_target.get());
+            m_sourceNames = {};
         }
-        return m_source->get();
+        return m_source->isValid();
     }
 
     /// Whether two open folders are one: moving an item into its own folder leaves it be.
@@ -311,12 +381,6 @@ private:
         struct stat second;
         return ::fstat(a, &first) == 0 && ::fstat(b, &second) == 0 && first.st_dev == second.st_dev
             && first.st_ino == second.st_ino;
-    }
-
-    static bool exists(int folder, const QString &name)
-    {
-        struct stat st;
-        return ::fstatat(folder, FilePath::encode(name).constData(), &st, AT_SYMLINK_NOFOLLOW) == 0;
     }
 
     static QString placeholderName(const QString &name)
@@ -330,7 +394,9 @@ private:
         return StringFormat::format("%@ %d%@", stem, n, suffix);
     }
 
-    std::optional<Error> renameInto(const QUrl &item, int source, const QString &name, const QString &freeName, bool isPromised)
+    /// Renames under coordination; `renameError` says why the rename itself failed.
+    std::optional<Error> renameInto(const QUrl &item, const QString &name, const QString &freeName, bool isPromised,
+                                    int *renameError)
     {
         const QUrl destination = QUrl::fromLocalFile(m_targetPath + QLatin1Char('/') + freeName);
         std::optional<Error> coordinationError;
@@ -344,9 +410,10 @@ private:
                 DRLog(LOG_DEBUG, "Moving dest2: '%@'", newDst);
                 const QString from = isPromised ? placeholderName(name) : name;
                 const QString to = isPromised ? placeholderName(freeName) : freeName;
-                if (::renameat2(source, FilePath::encode(from).constData(), m_target.get(), FilePath::encode(to).constData(),
-                                RENAME_NOREPLACE)
+                if (::renameat2(m_source->get(), FilePath::encode(from).constData(), m_target.get(),
+                                FilePath::encode(to).constData(), RENAME_NOREPLACE)
                     != 0) {
+                    *renameError = errno;
                     writerError = Error::fromErrno(errno, localPath(item));
                     DRLog(LOG_WARNING, "KD Move failed: %@", writerError);
                 } else {
@@ -354,7 +421,7 @@ private:
                 }
             });
         const std::optional<Error> result = coordinationError ? coordinationError : writerError;
-        if (result) {
+        if (result && *renameError != EEXIST) {
             DRLog(LOG_WARNING, "Move failed: %@", result);
         }
         return result;
@@ -363,10 +430,13 @@ private:
     QString m_targetPath;
     int m_targetProblem = 0;
     FileDescriptor m_target;
+    FolderNames m_targetNames;
     QString m_sourcePath;
     int m_sourceProblem = 0;
     std::unique_ptr<FileDescriptor> m_source;
+    FolderNames m_sourceNames;
     bool m_sourceIsTarget = false;
+    bool m_readsFolders = false;
 };
 
 } // namespace
@@ -375,7 +445,7 @@ QList<Error> FileUtils::moveItems_toDirectory(const QList<QUrl> &items, const QU
 {
     DRLog(LOG_DEBUG, "MoveTarget = %@", directory);
     DRLog(LOG_DEBUG, "ItemsToMove = %@", items);
-    FolderMove move(directory);
+    FolderMove move(directory, items.size());
     QList<Error> errors;
     for (const QUrl &item : items) {
         // every item is attempted: one failure must not strand the rest

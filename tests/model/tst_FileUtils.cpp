@@ -263,6 +263,88 @@ private slots:
         QCOMPARE(read(mine), QByteArray("content"));
     }
 
+    // Items moved together into a folder each land under a free name, whether few (looked up
+    // name by name) or many (the folders read once): a promised item as its placeholder, a
+    // document never onto a folder's name, nothing replaced.
+    void itemsMovedTogetherLandUnderFreeNames_data()
+    {
+        QTest::addColumn<int>("count");
+        QTest::newRow("a few") << 3;
+        QTest::newRow("many") << 100;
+    }
+    void itemsMovedTogetherLandUnderFreeNames()
+    {
+        QFETCH(int, count);
+        QList<QUrl> items;
+        for (int i = 0; i < count; ++i) {
+            const QString name = QStringLiteral("Doc %1.txt").arg(i);
+            items << url(file(QStringLiteral("in/") + name, "new " + QByteArray::number(i)));
+            file(QStringLiteral("out/") + name, "old " + QByteArray::number(i));
+        }
+        file(QStringLiteral("out/Doc 0 2.txt"), "second"); // the first free name of Doc 0 is its third
+        const QString promised = file(QStringLiteral("in/Cloud.pdf"), "cloud");
+        QVERIFY(!DriveSetup::promise(promised));
+        file(QStringLiteral("out/Cloud.pdf"), "local");
+        items << url(promised);
+        file(QStringLiteral("in/Shelf"), "a document");
+        QVERIFY(QDir().mkpath(m_folder + QStringLiteral("/out/Shelf")));
+        items << url(m_folder + QStringLiteral("/in/Shelf"));
+        QVERIFY(QDir().mkpath(m_folder + QStringLiteral("/in/Box/inner")));
+        file(QStringLiteral("out/.Box.promise"), "{}"); // a promised item holds the name Box
+        items << url(m_folder + QStringLiteral("/in/Box/"));
+
+        const QList<Error> errors = FileUtils::moveItems_toDirectory(items, url(m_folder + QStringLiteral("/out/")));
+
+        QCOMPARE(errors.size(), 1); // the document named as the folder there
+        QCOMPARE(errors.first().code(), FeatureUnsupportedError);
+        QCOMPARE(read(m_folder + QStringLiteral("/in/Shelf")), QByteArray("a document"));
+        QCOMPARE(read(m_folder + QStringLiteral("/out/Doc 0.txt")), QByteArray("old 0"));
+        QCOMPARE(read(m_folder + QStringLiteral("/out/Doc 0 2.txt")), QByteArray("second"));
+        QCOMPARE(read(m_folder + QStringLiteral("/out/Doc 0 3.txt")), QByteArray("new 0"));
+        for (int i = 1; i < count; ++i) {
+            QCOMPARE(read(m_folder + QStringLiteral("/out/Doc %1.txt").arg(i)), "old " + QByteArray::number(i));
+            QCOMPARE(read(m_folder + QStringLiteral("/out/Doc %1 2.txt").arg(i)), "new " + QByteArray::number(i));
+            QVERIFY(!QFileInfo::exists(m_folder + QStringLiteral("/in/Doc %1.txt").arg(i)));
+        }
+        QCOMPARE(read(m_folder + QStringLiteral("/out/Cloud.pdf")), QByteArray("local"));
+        QVERIFY(PromisePlaceholder::isPromisedItem(m_folder + QStringLiteral("/out/Cloud 2.pdf")));
+        QVERIFY(!PromisePlaceholder::isPromisedItem(promised));
+        QVERIFY(QFileInfo(m_folder + QStringLiteral("/out/Box 2/inner")).isDir());
+        QVERIFY(QFileInfo::exists(m_folder + QStringLiteral("/out/.Box.promise")));
+    }
+
+    // Items moved into the folder they are in stay as they are, quietly.
+    void itemsMovedIntoTheirOwnFolderStay()
+    {
+        const QString kept = file(QStringLiteral("Kept.txt"), "kept");
+        QVERIFY(FileUtils::moveItems_toDirectory({url(kept)}, url(m_folder + QLatin1Char('/'))).isEmpty());
+        QCOMPARE(read(kept), QByteArray("kept"));
+        QVERIFY(!QFileInfo::exists(m_folder + QStringLiteral("/Kept 2.txt")));
+        QCOMPARE(LogSpy::levelOf(QStringLiteral("Move: src and dest are the same")), LOG_DEBUG);
+    }
+
+    // Neither end of a move may lead out of the drive, through a link or otherwise: every item
+    // is refused and nothing outside is read or changed.
+    void itemsMovedTogetherNeverLeaveTheDrive()
+    {
+        QTemporaryDir outside;
+        QVERIFY(TestDrive::writeFile(outside.path() + QStringLiteral("/keep.txt"), "keep"));
+        QVERIFY(QFile::link(outside.path(), m_folder + QStringLiteral("/way out")));
+        const QString mine = file(QStringLiteral("mine.txt"));
+        const QList<Error> intoOutside = FileUtils::moveItems_toDirectory({url(mine)}, url(m_folder + QStringLiteral("/way out")));
+        QCOMPARE(intoOutside.size(), 1);
+        QCOMPARE(read(mine), QByteArray("content"));
+        QCOMPARE(QDir(outside.path()).entryList(QDir::NoDotAndDotDot | QDir::AllEntries), QStringList{QStringLiteral("keep.txt")});
+        QList<QUrl> fromOutside{url(m_folder + QStringLiteral("/way out/keep.txt"))};
+        for (int i = 0; i < 70; ++i) { // enough to read the folders
+            fromOutside << url(m_folder + QStringLiteral("/way out/missing %1.txt").arg(i));
+        }
+        QVERIFY(QDir().mkpath(m_folder + QStringLiteral("/inside")));
+        QCOMPARE(FileUtils::moveItems_toDirectory(fromOutside, url(m_folder + QStringLiteral("/inside"))).size(), fromOutside.size());
+        QCOMPARE(read(outside.path() + QStringLiteral("/keep.txt")), QByteArray("keep"));
+        QVERIFY(QDir(m_folder + QStringLiteral("/inside")).isEmpty());
+    }
+
     // Deleting removes the item (folders with their contents) and reports at info level.
     void removeDeletesItem()
     {

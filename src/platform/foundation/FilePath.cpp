@@ -6,6 +6,7 @@
 #include <climits>
 #include <cstdlib>
 #include <dirent.h>
+#include <fcntl.h>
 #include <unistd.h>
 
 namespace {
@@ -206,8 +207,16 @@ QList<FilePath::Entry> FilePath::entries(const QString &folder)
 
 bool FilePath::forEachEntry(const QString &folder, const std::function<void(Entry &&entry)> &take)
 {
-    DIR *dir = ::opendir(encode(folder).constData());
+    return forEachEntryAt(::open(encode(folder).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC), take);
+}
+
+bool FilePath::forEachEntryAt(int folderFd, const std::function<void(Entry &&entry)> &take)
+{
+    DIR *dir = folderFd < 0 ? nullptr : ::fdopendir(folderFd);
     if (dir == nullptr) {
+        if (folderFd >= 0) {
+            ::close(folderFd);
+        }
         return false;
     }
     while (const dirent *entry = ::readdir(dir)) {

@@ -72,6 +72,8 @@ public:
     /// thousand items is read without holding its listing twice. Returns false when the folder
     /// cannot be read.
     static bool forEachEntry(const QString &folder, const std::function<void(Entry &&entry)> &take);
+    /// The same for a folder already open (`folderFd` is taken over and closed).
+    static bool forEachEntryAt(int folderFd, const std::function<void(Entry &&entry)> &take);
     /// What a walk does after an entry.
     enum class WalkStep { Continue, SkipChildren, Stop };
     /// Visits every entry below `folder`, depth first; walks into folders, never through links.
