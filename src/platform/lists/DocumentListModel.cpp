@@ -197,6 +197,11 @@ public:
 private:
     bool makeSimpleKeys(const QList<DocumentListEntry> &entries, const QCollator &collator)
     {
+        // a small folder is keyed by the collator in microseconds: the rule, checked against the
+        // collator once a language, is made for the folders where the keys cost
+        if (entries.size() < SortedTogetherBelow) {
+            return false;
+        }
         const std::optional<NameSortKeys> rule = NameSortKeys::forCollator(collator);
         if (!rule) {
             return false;
