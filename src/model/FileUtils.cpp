@@ -20,6 +20,7 @@
 #include <QSet>
 
 #include <filesystem>
+#include <functional>
 #include <memory>
 
 #include <fcntl.h>
@@ -32,6 +33,31 @@ namespace {
 QString localPath(const QUrl &url)
 {
     return FilePath::localPath(url);
+}
+
+/// Moves `source` to `destination` under file coordination, so that whoever presents the item
+/// follows it; `rename` carries the move out and says what went wrong. Returns the
+/// coordination's error or the rename's.
+std::optional<Error> coordinatedMove(const QUrl &source, const QUrl &destination,
+                                     const std::function<std::optional<Error>(const QUrl &, const QUrl &)> &rename)
+{
+    std::optional<Error> coordinationError;
+    std::optional<Error> writerError;
+    FileCoordinator coordinator;
+    coordinator.coordinateWritingItemAtURL_options_writingItemAtURL_options_error_byAccessor(
+        source, FileCoordinator::WritingForMoving, destination, FileCoordinator::WritingForReplacing, &coordinationError,
+        [&](const QUrl &newSrc, const QUrl &newDst) {
+            coordinator.itemAtURL_willMoveToURL(newSrc, newDst);
+            DRLog(LOG_DEBUG, "Moving src2:  '%@'", newSrc);
+            DRLog(LOG_DEBUG, "Moving dest2: '%@'", newDst);
+            writerError = rename(newSrc, newDst);
+            if (!writerError) {
+                DRLog(LOG_INFO, "Move successful");
+            } else {
+                DRLog(LOG_WARNING, "KD Move failed: %@", writerError);
+            }
+        });
+    return coordinationError ? coordinationError : writerError;
 }
 
 QString extensionOf(const QString &name)
@@ -176,22 +202,11 @@ std::optional<Error> FileUtils::move_to(const QUrl &src, const QUrl &dst)
         DRLog(LOG_DEBUG, "Avail  dest1: '%@'", destination);
     }
 
-    std::optional<Error> coordinationError;
-    std::optional<Error> writerError;
-    FileCoordinator coordinator;
-    coordinator.coordinateWritingItemAtURL_options_writingItemAtURL_options_error_byAccessor(
-        src, FileCoordinator::WritingForMoving, destination, FileCoordinator::WritingForReplacing, &coordinationError,
-        [&](const QUrl &newSrc, const QUrl &newDst) {
-            coordinator.itemAtURL_willMoveToURL(newSrc, newDst);
-            DRLog(LOG_DEBUG, "Moving src2:  '%@'", newSrc);
-            DRLog(LOG_DEBUG, "Moving dest2: '%@'", newDst);
-            if (kd_movePromisedItemAtURL_toURL_error(newSrc, newDst, &writerError)) {
-                DRLog(LOG_INFO, "Move successful");
-            } else {
-                DRLog(LOG_WARNING, "KD Move failed: %@", writerError);
-            }
-        });
-    const std::optional<Error> result = coordinationError ? coordinationError : writerError;
+    const std::optional<Error> result = coordinatedMove(src, destination, [](const QUrl &newSrc, const QUrl &newDst) {
+        std::optional<Error> error;
+        kd_movePromisedItemAtURL_toURL_error(newSrc, newDst, &error);
+        return error;
+    });
     if (result) {
         DRLog(LOG_WARNING, "Move failed: %@", result);
     }
@@ -399,28 +414,17 @@ private:
                                     int *renameError)
     {
         const QUrl destination = QUrl::fromLocalFile(m_targetPath + QLatin1Char('/') + freeName);
-        std::optional<Error> coordinationError;
-        std::optional<Error> writerError;
-        FileCoordinator coordinator;
-        coordinator.coordinateWritingItemAtURL_options_writingItemAtURL_options_error_byAccessor(
-            item, FileCoordinator::WritingForMoving, destination, FileCoordinator::WritingForReplacing, &coordinationError,
-            [&](const QUrl &newSrc, const QUrl &newDst) {
-                coordinator.itemAtURL_willMoveToURL(newSrc, newDst);
-                DRLog(LOG_DEBUG, "Moving src2:  '%@'", newSrc);
-                DRLog(LOG_DEBUG, "Moving dest2: '%@'", newDst);
-                const QString from = isPromised ? placeholderName(name) : name;
-                const QString to = isPromised ? placeholderName(freeName) : freeName;
-                if (::renameat2(m_source->get(), FilePath::encode(from).constData(), m_target.get(),
-                                FilePath::encode(to).constData(), RENAME_NOREPLACE)
-                    != 0) {
-                    *renameError = errno;
-                    writerError = Error::fromErrno(errno, localPath(item));
-                    DRLog(LOG_WARNING, "KD Move failed: %@", writerError);
-                } else {
-                    DRLog(LOG_INFO, "Move successful");
-                }
-            });
-        const std::optional<Error> result = coordinationError ? coordinationError : writerError;
+        const std::optional<Error> result = coordinatedMove(item, destination, [&](const QUrl &, const QUrl &) -> std::optional<Error> {
+            const QString from = isPromised ? placeholderName(name) : name;
+            const QString to = isPromised ? placeholderName(freeName) : freeName;
+            if (::renameat2(m_source->get(), FilePath::encode(from).constData(), m_target.get(), FilePath::encode(to).constData(),
+                            RENAME_NOREPLACE)
+                == 0) {
+                return std::nullopt;
+            }
+            *renameError = errno;
+            return Error::fromErrno(errno, localPath(item));
+        });
         if (result && *renameError != EEXIST) {
             DRLog(LOG_WARNING, "Move failed: %@", result);
         }
