@@ -20,9 +20,9 @@
 #include <QPointer>
 
 #include <algorithm>
+#include <functional>
 #include <future>
 #include <numeric>
-#include <future>
 #include <ranges>
 
 #include <sys/stat.h>
@@ -32,6 +32,21 @@ namespace {
 constexpr int MaximumCachedRecords = 1024;
 /// From this many rows a sort shares its work with a second thread.
 constexpr qsizetype SortedTogetherBelow = 4096;
+
+/// Runs `work` over [0, count): in a big folder the two halves at once, the second on a thread
+/// of its own. Returns where the halves part (`count` when it ran in one piece).
+qsizetype inTwoHalves(qsizetype count, const std::function<void(qsizetype from, qsizetype to)> &work)
+{
+    if (count < SortedTogetherBelow) {
+        work(0, count);
+        return count;
+    }
+    const qsizetype half = count / 2;
+    auto secondHalf = std::async(std::launch::async, work, half, count);
+    work(0, half);
+    secondHalf.get();
+    return half;
+}
 
 /// The kind of an entry, its type's description ("PDF document"); empty for a folder. One
 /// look-up per extension (or per whole name when it has none: "Makefile").
@@ -148,26 +163,16 @@ public:
         if (makeSimpleKeys(entries, collator)) {
             return;
         }
-        const auto keysOf = [&entries](qsizetype from, qsizetype to) {
+        m_half = inTwoHalves(entries.size(), [&](qsizetype from, qsizetype to) {
             // a collator is not shared between threads: each part has its own
             const QCollator partCollator = DocumentListModel::nameCollator();
-            std::vector<QCollatorSortKey> keys;
+            std::vector<QCollatorSortKey> &keys = from == 0 ? m_firstKeys : m_secondKeys;
             keys.reserve(to - from);
             for (qsizetype i = from; i < to; ++i) {
                 // sorted as shown: a byte that is no text sorts as the replacement character it shows as
                 keys.push_back(partCollator.sortKey(FilePath::displayName(entries.at(i).name)));
             }
-            return keys;
-        };
-        if (entries.size() < SortedTogetherBelow) {
-            m_half = entries.size();
-            m_firstKeys = keysOf(0, m_half);
-            return;
-        }
-        m_half = entries.size() / 2;
-        auto secondHalf = std::async(std::launch::async, keysOf, m_half, entries.size());
-        m_firstKeys = keysOf(0, m_half);
-        m_secondKeys = secondHalf.get();
+        });
     }
 
     /// Eight bytes of a row's key as one number, taken after what every key begins with: rows
@@ -262,19 +267,11 @@ std::vector<qint64> sortNumbers(const QList<DocumentListEntry> &entries, const L
         return std::vector<qint64>(ranks.cbegin(), ranks.cend());
     }
     std::vector<qint64> numbers(entries.size());
-    const auto read = [&](qsizetype from, qsizetype to) {
+    inTwoHalves(entries.size(), [&](qsizetype from, qsizetype to) {
         for (qsizetype i = from; i < to; ++i) {
             numbers[i] = dateOrSizeOf(entries.at(i), order.key);
         }
-    };
-    if (entries.size() < SortedTogetherBelow) {
-        read(0, entries.size());
-        return numbers;
-    }
-    const qsizetype half = entries.size() / 2;
-    auto secondHalf = std::async(std::launch::async, read, half, entries.size());
-    read(0, half);
-    secondHalf.get();
+    });
     return numbers;
 }
 
@@ -469,7 +466,8 @@ QList<QUrl> DocumentListModel::urls() const
 int DocumentListModel::rowForURL(const QUrl &url) const
 {
     const QString path = FilePath::localPath(url);
-    for (int row = 0; row < firstFolderItemRow(); ++row) {
+    const int firstItemRow = firstFolderItemRow();
+    for (int row = 0; row < firstItemRow; ++row) {
         if (m_entries.at(row).path() == path) {
             return row;
         }
@@ -762,16 +760,11 @@ void DocumentListModel::sortEntries(QList<DocumentListEntry> &entries, const Lis
         }
         return a.index < b.index; // the folder's own order settles the rest
     };
-    if (count < SortedTogetherBelow) {
-        std::sort(rows.begin(), rows.end(), before);
-    } else {
-        // a big folder's halves are sorted at once, then merged
-        const auto middle = rows.begin() + count / 2;
-        auto secondHalf = std::async(std::launch::async, [&] { std::sort(middle, rows.end(), before); });
-        std::sort(rows.begin(), middle, before);
-        secondHalf.get();
-        std::inplace_merge(rows.begin(), middle, rows.end(), before);
-    }
+    // a big folder's halves are sorted at once, then merged
+    const qsizetype half = inTwoHalves(count, [&](qsizetype from, qsizetype to) {
+        std::sort(rows.begin() + from, rows.begin() + to, before);
+    });
+    std::inplace_merge(rows.begin(), rows.begin() + half, rows.end(), before);
     std::vector<qsizetype> sourceOf;
     sourceOf.reserve(count);
     for (const Row &row : rows) {
