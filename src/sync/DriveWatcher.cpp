@@ -2,6 +2,7 @@
 
 #include "core/DRLogging.h"
 #include "platform/foundation/FilePath.h"
+#include "platform/foundation/InotifyEvents.h"
 
 #include <QSocketNotifier>
 
@@ -90,31 +91,20 @@ bool DriveWatcher::watch(const QString &folder)
 
 void DriveWatcher::readEvents()
 {
-    alignas(struct inotify_event) char buffer[16 * 1024];
-    bool any = false;
-    for (;;) {
-        const ssize_t length = ::read(m_fd, buffer, sizeof buffer);
-        if (length <= 0) {
-            break; // EAGAIN: all read
+    const bool any = InotifyEvents::readAll(m_fd, [this](const struct inotify_event &event, QByteArrayView name) {
+        if (event.mask & IN_IGNORED) {
+            m_folders.remove(event.wd); // the folder is gone or moved away
+            return;
         }
-        for (ssize_t offset = 0; offset < length;) {
-            const auto *event = reinterpret_cast<const struct inotify_event *>(buffer + offset);
-            offset += ssize_t(sizeof(struct inotify_event)) + event->len;
-            any = true;
-            if (event->mask & IN_IGNORED) {
-                m_folders.remove(event->wd); // the folder is gone or moved away
-                continue;
-            }
-            if (event->mask & IN_Q_OVERFLOW || !(event->mask & IN_ISDIR) || !(event->mask & (IN_CREATE | IN_MOVED_TO))) {
-                continue;
-            }
-            // a folder made or moved in: what it already holds is watched too
-            const QString folder = m_folders.value(event->wd);
-            if (!folder.isEmpty() && event->len > 0) {
-                watchTree(folder + QLatin1Char('/') + FilePath::decode(QByteArrayView(event->name, qsizetype(std::strlen(event->name)))));
-            }
+        if (event.mask & IN_Q_OVERFLOW || !(event.mask & IN_ISDIR) || !(event.mask & (IN_CREATE | IN_MOVED_TO))) {
+            return;
         }
-    }
+        // a folder made or moved in: what it already holds is watched too
+        const QString folder = m_folders.value(event.wd);
+        if (!folder.isEmpty() && !name.isEmpty()) {
+            watchTree(folder + QLatin1Char('/') + FilePath::decode(name));
+        }
+    });
     if (!any) {
         return;
     }

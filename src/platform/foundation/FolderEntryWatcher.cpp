@@ -5,18 +5,18 @@
 
 #include <QFileSystemWatcher>
 
-#include <cerrno>
 #include <cstring>
 
 FolderEntryWatcher::FolderEntryWatcher(const QString &folder, QObject *parent)
     : QObject(parent)
     , m_folder(folder)
 {
-    if (FolderWatchHub::instance()->add(folder, this)) {
+    const int problem = FolderWatchHub::instance()->add(folder, this);
+    if (problem == 0) {
         return;
     }
     DRLog(LOG_WARNING, "Cannot watch %@ by name (%@): every change in it reads it again", folder,
-          QString::fromLocal8Bit(std::strerror(errno)));
+          QString::fromLocal8Bit(std::strerror(problem)));
     m_fallback = new QFileSystemWatcher(this);
     m_fallback->addPath(folder);
     connect(m_fallback, &QFileSystemWatcher::directoryChanged, this, &FolderEntryWatcher::rereadNeeded);

@@ -2,13 +2,14 @@
 
 #include "platform/foundation/FilePath.h"
 #include "platform/foundation/FolderEntryWatcher.h"
+#include "platform/foundation/InotifyEvents.h"
 
 #include <QCoreApplication>
 #include <QSet>
 #include <QSocketNotifier>
 #include <QThread>
 
-#include <cstring>
+#include <cerrno>
 
 #include <sys/inotify.h>
 #include <unistd.h>
@@ -43,6 +44,7 @@ FolderWatchHub::FolderWatchHub()
     : QObject(QCoreApplication::instance())
     , m_fd(::inotify_init1(IN_NONBLOCK | IN_CLOEXEC))
 {
+    m_openError = m_fd < 0 ? errno : 0;
     if (m_fd >= 0) {
         m_notifier = new QSocketNotifier(m_fd, QSocketNotifier::Read, this);
         connect(m_notifier, &QSocketNotifier::activated, this, &FolderWatchHub::readEvents);
@@ -56,20 +58,20 @@ FolderWatchHub::~FolderWatchHub()
     }
 }
 
-bool FolderWatchHub::add(const QString &folder, FolderEntryWatcher *watcher)
+int FolderWatchHub::add(const QString &folder, FolderEntryWatcher *watcher)
 {
     Q_ASSERT(QThread::currentThread() == thread());
     if (m_fd < 0) {
-        return false;
+        return m_openError;
     }
     // the same folder twice gives the same descriptor: both watchers hear of it
     const int wd = ::inotify_add_watch(m_fd, FilePath::encode(folder).constData(), WatchedEvents);
     if (wd < 0) {
-        return false;
+        return errno;
     }
     m_watchersOfDescriptor[wd].append(watcher);
     m_descriptorOfWatcher.insert(watcher, wd);
-    return true;
+    return 0;
 }
 
 void FolderWatchHub::remove(FolderEntryWatcher *watcher)
@@ -90,42 +92,33 @@ void FolderWatchHub::remove(FolderEntryWatcher *watcher)
 
 void FolderWatchHub::readEvents()
 {
-    alignas(struct inotify_event) char buffer[64 * 1024];
     QHash<int, QStringList> namesOf;
     QHash<int, QSet<QString>> seenOf;
     QSet<int> lost;
     bool overflowed = false;
-    for (;;) {
-        const ssize_t length = ::read(m_fd, buffer, sizeof buffer);
-        if (length <= 0) {
-            break; // EAGAIN: all read
+    InotifyEvents::readAll(m_fd, [&](const struct inotify_event &event, QByteArrayView rawName) {
+        if (event.mask & IN_Q_OVERFLOW) {
+            overflowed = true; // names lost in every folder
+            return;
         }
-        for (ssize_t offset = 0; offset < length;) {
-            const auto *event = reinterpret_cast<const struct inotify_event *>(buffer + offset);
-            offset += ssize_t(sizeof(struct inotify_event)) + event->len;
-            if (event->mask & IN_Q_OVERFLOW) {
-                overflowed = true; // names lost in every folder
-                continue;
-            }
-            if (event->mask & IN_MOVE_SELF) {
-                // moved away, the folder is no longer the one listed: its watch goes
-                ::inotify_rm_watch(m_fd, event->wd);
-            }
-            if (event->mask & (IN_DELETE_SELF | IN_MOVE_SELF | IN_IGNORED)) {
-                lost.insert(event->wd);
-                continue;
-            }
-            if (event->len == 0) {
-                continue;
-            }
-            const QString name = FilePath::decode(QByteArrayView(event->name, qsizetype(std::strlen(event->name))));
-            QSet<QString> &seen = seenOf[event->wd];
-            if (!seen.contains(name)) {
-                seen.insert(name);
-                namesOf[event->wd].append(name);
-            }
+        if (event.mask & IN_MOVE_SELF) {
+            // moved away, the folder is no longer the one listed: its watch goes
+            ::inotify_rm_watch(m_fd, event.wd);
         }
-    }
+        if (event.mask & (IN_DELETE_SELF | IN_MOVE_SELF | IN_IGNORED)) {
+            lost.insert(event.wd);
+            return;
+        }
+        if (rawName.isEmpty()) {
+            return;
+        }
+        const QString name = FilePath::decode(rawName);
+        QSet<QString> &seen = seenOf[event.wd];
+        if (!seen.contains(name)) {
+            seen.insert(name);
+            namesOf[event.wd].append(name);
+        }
+    });
     // the watchers are told once all is read: one may be removed while another is told
     const QHash<int, QList<QPointer<FolderEntryWatcher>>> watchers = m_watchersOfDescriptor;
     for (auto it = watchers.constBegin(); it != watchers.constEnd(); ++it) {

@@ -25,8 +25,8 @@ public:
     /// The hub when there is one: nothing once the application is gone.
     static FolderWatchHub *existingInstance();
 
-    /// Starts telling `watcher` of `folder`'s entries; false when the kernel cannot.
-    bool add(const QString &folder, FolderEntryWatcher *watcher);
+    /// Starts telling `watcher` of `folder`'s entries; 0, or the reason (errno) the kernel cannot.
+    int add(const QString &folder, FolderEntryWatcher *watcher);
     void remove(FolderEntryWatcher *watcher);
 
 private:
@@ -35,6 +35,8 @@ private:
     void readEvents();
 
     int m_fd = -1;
+    /// Why the kernel gave no watch, when it did not.
+    int m_openError = 0;
     QSocketNotifier *m_notifier = nullptr;
     QHash<int, QList<QPointer<FolderEntryWatcher>>> m_watchersOfDescriptor;
     QHash<FolderEntryWatcher *, int> m_descriptorOfWatcher;
