@@ -390,8 +390,9 @@ void DocumentListController::watchFolder()
     if (folder.isEmpty() || !QFileInfo(folder).isDir()) {
         return;
     }
-    m_entryWatcher = new FolderEntryWatcher(folder, this);
-    connect(m_entryWatcher, &FolderEntryWatcher::entriesChanged, this, &DocumentListController::takeChangedNames);
+    // the watchers are the list's children: they stop with it
+    auto *entryWatcher = new FolderEntryWatcher(folder, this);
+    connect(entryWatcher, &FolderEntryWatcher::entriesChanged, this, &DocumentListController::takeChangedNames);
     // the first change of a burst starts the wait, later ones join it: a folder that keeps
     // changing is still shown as it is within the wait, however many changes follow
     const auto rereadSoon = [this] {
@@ -399,13 +400,13 @@ void DocumentListController::watchFolder()
             m_reloadTimer.start();
         }
     };
-    connect(m_entryWatcher, &FolderEntryWatcher::rereadNeeded, this, rereadSoon);
+    connect(entryWatcher, &FolderEntryWatcher::rereadNeeded, this, rereadSoon);
     const QString containers = DriveLayout::mobileDocumentsPath();
     if (m_isDriveRoot && !containers.isEmpty() && QFileInfo(containers).isDir()) {
         // new or removed app containers show in the root too; they are few, so the root is read again
-        m_containersWatcher = new FolderEntryWatcher(containers, this);
-        connect(m_containersWatcher, &FolderEntryWatcher::entriesChanged, this, rereadSoon);
-        connect(m_containersWatcher, &FolderEntryWatcher::rereadNeeded, this, rereadSoon);
+        auto *containersWatcher = new FolderEntryWatcher(containers, this);
+        connect(containersWatcher, &FolderEntryWatcher::entriesChanged, this, rereadSoon);
+        connect(containersWatcher, &FolderEntryWatcher::rereadNeeded, this, rereadSoon);
     }
 }
 

@@ -18,7 +18,6 @@ class DocumentItemDelegate;
 class DocumentListControllerDelegate;
 class DocumentListModel;
 class QFileDialog;
-class FolderEntryWatcher;
 class QLabel;
 class QListView;
 class QPushButton;
@@ -164,9 +163,6 @@ private:
     QPointer<QObject> m_delegate;
     qint64 m_availableActions = 0;
     bool m_editing = false;
-    FolderEntryWatcher *m_entryWatcher = nullptr;
-    /// The drive's root: the folder of the app containers.
-    FolderEntryWatcher *m_containersWatcher = nullptr;
     QTimer m_reloadTimer;
     /// Names reported changed and not yet applied, in the order they came.
     QStringList m_changedNames;
