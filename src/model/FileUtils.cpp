@@ -35,6 +35,13 @@ QString localPath(const QUrl &url)
     return FilePath::localPath(url);
 }
 
+/// The name an item takes when its own is taken, the `n`-th of its kind: "Report 2.pdf".
+QString numberedName(const QString &name, int n)
+{
+    const auto [stem, suffix] = FileUtils::splitName(name);
+    return StringFormat::format("%@ %d%@", stem, n, suffix);
+}
+
 /// Moves `source` to `destination` under file coordination, so that whoever presents the item
 /// follows it; `rename` carries the move out and says what went wrong. Returns the
 /// coordination's error or the rename's.
@@ -283,7 +290,7 @@ public:
                 }
                 return Error::fileError(FeatureUnsupportedError);
             }
-            freeName = nextName(name, n);
+            freeName = numberedName(name, n);
         }
     }
 
@@ -403,12 +410,6 @@ private:
         return PromisePlaceholder::placeholderPathFor(name);
     }
 
-    static QString nextName(const QString &name, int n)
-    {
-        const auto [stem, suffix] = FileUtils::splitName(name);
-        return StringFormat::format("%@ %d%@", stem, n, suffix);
-    }
-
     /// Renames under coordination; `renameError` says why the rename itself failed.
     std::optional<Error> renameInto(const QUrl &item, const QString &name, const QString &freeName, bool isPromised,
                                     int *renameError)
@@ -495,9 +496,8 @@ QString FileUtils::stringByUniquingPathInsideDirectory_forBasename(const QString
     if (!nameIsTaken(directory, basename)) {
         return {};
     }
-    const auto [stem, suffix] = splitName(basename);
     for (int n = 2;; ++n) {
-        const QString candidate = StringFormat::format("%@ %d%@", stem, n, suffix);
+        const QString candidate = numberedName(basename, n);
         if (!nameIsTaken(directory, candidate)) {
             return candidate;
         }
