@@ -6,6 +6,7 @@
 #include "platform/drive/FileCoordinator.h"
 #include "platform/drive/KDContainer.h"
 #include "platform/drive/KDURL.h"
+#include "platform/drive/PromisePlaceholder.h"
 #include "platform/drive/PromiseURL.h"
 #include "platform/drive/SecurityScopedResource.h"
 #include "platform/drive/Thumbnailer.h"
@@ -25,23 +26,6 @@ namespace {
 bool isSameURLObject(QUrl a, QUrl b)
 {
     return a.data_ptr() == b.data_ptr();
-}
-
-bool isNumber(const QVariant &value)
-{
-    switch (value.typeId()) {
-    case QMetaType::Int:
-    case QMetaType::UInt:
-    case QMetaType::Long:
-    case QMetaType::ULong:
-    case QMetaType::LongLong:
-    case QMetaType::ULongLong:
-    case QMetaType::Double:
-    case QMetaType::Float:
-        return true;
-    default:
-        return false;
-    }
 }
 
 } // namespace
@@ -108,6 +92,39 @@ bool DRItem::cacheValues()
     if (m_url.isEmpty()) {
         return false;
     }
+    if (const std::optional<bool> made = cachePlainItemValues()) {
+        return *made;
+    }
+    return cacheValuesOfAnyItem();
+}
+
+std::optional<bool> DRItem::cachePlainItemValues()
+{
+    std::optional<ResourceValues> values;
+    QUrl coordinated;
+    FileCoordinator coordinator;
+    std::optional<Error> coordinationError;
+    coordinator.coordinateReadingItemAtURL_options_error_byAccessor(
+        m_url, FileCoordinator::ReadingImmediatelyAvailableMetadataOnly, &coordinationError,
+        [&](const QUrl &coordinatedURL) {
+            values = URLResourceValues::plainItemValues(coordinatedURL, false);
+            coordinated = coordinatedURL;
+        });
+    if (!values) {
+        return std::nullopt;
+    }
+    m_isBookmark = false;
+    m_resolvedURL = m_url;
+    if (values->isPromise) {
+        m_promisedByPlaceholder = true;
+    }
+    initFromValues_withURL(*values, coordinated);
+    m_tags = values->tags;
+    return true;
+}
+
+bool DRItem::cacheValuesOfAnyItem()
+{
     if (const QUrl target = avd_URLByResolvingBookmark(m_url); !target.isEmpty()) {
         m_resolvedURL = target;
         m_isBookmark = true;
@@ -150,7 +167,6 @@ bool DRItem::cacheValues()
                 }
             }
             initFromKeysAndValues_withURL(*values, coordinatedURL);
-            m_canPreview = PreviewController::canPreviewItem(m_resolvedURL);
             std::optional<Error> tagError;
             const QStringList tags = kd_getTagNames_error(m_resolvedURL, &tagError);
             m_tags = tagError ? std::nullopt : std::optional<QStringList>(tags);
@@ -165,16 +181,20 @@ void DRItem::clearValues()
 {
     m_resolvedURL.clear();
     m_localizedName.clear();
+    m_typeDerived.store(DerivedNow, std::memory_order_relaxed);
+    m_typeNamedBy.clear();
     m_typeIdentifier.clear();
     m_localizedTypeDescription.clear();
     m_fileSize.reset();
-    m_friendlyFileSize.clear();
+    m_friendlyFileSize.reset();
     m_creationDate = {};
     m_contentModificationDate = {};
     m_parentDirectoryURL.clear();
+    m_parentDirectoryPath.clear();
     m_thumbnail = {};
     m_tags.reset();
     m_promiseURL.clear();
+    m_promisedByPlaceholder = false;
     m_isContainer = false;
     m_isDirectory = false;
     m_isPackage = false;
@@ -187,35 +207,35 @@ void DRItem::clearValues()
 
 void DRItem::initFromKeysAndValues_withURL(const QVariantMap &values, const QUrl &url)
 {
-    m_localizedName = values.value(URLResourceKey::LocalizedName).toString();
-    if (m_localizedName.isNull()) {
-        m_localizedName = values.value(URLResourceKey::Name).toString();
+    initFromValues_withURL(ResourceValues::fromMap(values), url);
+    if (m_localizedTypeDescription.isEmpty()) {
+        // a type the platform does not describe keeps the description it came with
+        m_localizedTypeDescription = values.value(URLResourceKey::LocalizedTypeDescription).toString();
     }
-    m_typeIdentifier = values.value(URLResourceKey::TypeIdentifier).toString();
-    m_localizedTypeDescription = values.value(URLResourceKey::LocalizedTypeDescription).toString();
-    if (const QString description = UniformType::localizedDescription(m_typeIdentifier); !description.isEmpty()) {
-        m_localizedTypeDescription = description;
-    }
+}
 
-    const QVariant size = values.value(URLResourceKey::FileSize);
-    if (isNumber(size)) {
-        m_fileSize = size.toULongLong();
-        m_friendlyFileSize = ByteCountFormatter::stringFromByteCount(qint64(*m_fileSize),
-                                                                     ByteCountFormatter::CountStyle::File);
-    } else {
-        m_fileSize.reset();
-    }
+void DRItem::initFromValues_withURL(const ResourceValues &values, const QUrl &url)
+{
+    m_localizedName = values.localizedName.isNull() ? values.name : values.localizedName;
+    m_fileSize = values.fileSize;
+    m_friendlyFileSize.reset();
+    m_creationDate = values.creationDate;
+    m_contentModificationDate = values.contentModificationDate;
+    m_parentDirectoryURL.clear();
+    m_parentDirectoryPath = values.parentDirectoryPath;
 
-    m_creationDate = values.value(URLResourceKey::CreationDate).toDateTime();
-    m_contentModificationDate = values.value(URLResourceKey::ContentModificationDate).toDateTime();
-    m_parentDirectoryURL = values.value(URLResourceKey::ParentDirectoryURL).toUrl();
+    m_isPackage = values.isPackage;
+    m_isDirectory = values.isDirectory && !values.isPackage; // a package is one document, never entered
+    m_hasHiddenExtension = values.hasHiddenExtension;
 
-    m_isDirectory = values.value(URLResourceKey::IsDirectory).toBool();
-    m_isPackage = values.value(URLResourceKey::IsPackage).toBool();
-    if (m_isPackage) {
-        m_isDirectory = false; // a package is one document, never entered
+    // a document's type costs a pass over the type database: it is looked up when first asked
+    m_typeIdentifier = values.typeIdentifier;
+    m_canPreviewIsDirectory = values.isDirectory;
+    m_typeNamedBy = m_typeIdentifier.isEmpty() && !values.name.isEmpty() ? values.name : QString();
+    m_typeDerived.store(m_typeNamedBy.isEmpty() ? DerivedNow : DerivedOnFirstUse, std::memory_order_release);
+    if (m_typeNamedBy.isEmpty()) {
+        deriveFromType();
     }
-    m_hasHiddenExtension = values.value(URLResourceKey::HasHiddenExtension).toBool();
 
     m_isContainer = kd_isDocumentsContainer(url);
     if (m_isContainer) {
@@ -227,18 +247,59 @@ void DRItem::initFromKeysAndValues_withURL(const QVariantMap &values, const QUrl
         }
     } else {
         // the owner of a shared item may rename it; a participant may not
-        m_renameable = !(values.value(URLResourceKey::UbiquitousItemIsShared).toBool()
-                         && values.value(URLResourceKey::UbiquitousSharedItemRole).toString()
-                             == URLResourceValue::SharedItemRoleParticipant);
+        m_renameable = !(values.isShared.value_or(false)
+                         && values.sharedRole == URLResourceValue::SharedItemRoleParticipant);
     }
 
-    const QVariant status = values.value(URLResourceKey::UbiquitousItemDownloadingStatus);
-    m_isDownloaded = status.isValid() && status.toString() != URLResourceValue::DownloadingStatusNotDownloaded;
+    m_isDownloaded = !values.downloadingStatus.isEmpty()
+        && values.downloadingStatus != URLResourceValue::DownloadingStatusNotDownloaded;
+}
+
+void DRItem::deriveFromType() const
+{
+    m_localizedTypeDescription = UniformType::localizedDescription(m_typeIdentifier);
+    m_canPreview = PreviewController::canPreviewItem(m_resolvedURL, m_typeIdentifier, m_canPreviewIsDirectory);
+}
+
+void DRItem::deriveTypeOnFirstUse() const
+{
+    if (m_typeDerived.load(std::memory_order_acquire) == DerivedNow) {
+        return;
+    }
+    QMutexLocker lock(&m_typeMutex);
+    if (m_typeDerived.load(std::memory_order_relaxed) == DerivedNow) {
+        return;
+    }
+    m_typeIdentifier = URLResourceValues::typeOfDocumentNamed(m_typeNamedBy);
+    deriveFromType();
+    m_typeDerived.store(DerivedNow, std::memory_order_release);
+}
+
+QString DRItem::friendlyFileSize() const
+{
+    if (m_friendlyFileSize) {
+        return *m_friendlyFileSize;
+    }
+    return m_fileSize ? ByteCountFormatter::stringFromByteCount(qint64(*m_fileSize), ByteCountFormatter::CountStyle::File)
+                      : QString();
+}
+
+QUrl DRItem::parentDirectoryURL() const
+{
+    return m_parentDirectoryPath.isEmpty() ? m_parentDirectoryURL : QUrl::fromLocalFile(m_parentDirectoryPath);
+}
+
+QUrl DRItem::promiseURL() const
+{
+    if (m_promisedByPlaceholder) {
+        return QUrl::fromLocalFile(PromisePlaceholder::placeholderPathFor(m_resolvedURL.toLocalFile()));
+    }
+    return m_promiseURL;
 }
 
 bool DRItem::isPromise() const
 {
-    return !m_promiseURL.isEmpty() && !isSameURLObject(m_promiseURL, m_resolvedURL);
+    return m_promisedByPlaceholder || (!m_promiseURL.isEmpty() && !isSameURLObject(m_promiseURL, m_resolvedURL));
 }
 
 QImage DRItem::thumbnail()

@@ -15,12 +15,14 @@ constexpr const char createdName[] = "user.aerova.created";
 constexpr const char storeKeyName[] = "user.aerova.storekey";
 constexpr const char roleName[] = "user.aerova.sharedrole";
 
-QByteArray readAttribute(const QString &path, const char *name)
+/// An attribute's value read by `get(buffer, size)`, a getxattr of one file: first into a
+/// small buffer, then, when the value is larger, into one of its size.
+template <typename Get>
+QByteArray readValue(Get get)
 {
-    const QByteArray encoded = FilePath::encode(path);
     QByteArray value(256, Qt::Uninitialized);
     for (int attempt = 0; attempt < 2; ++attempt) {
-        const ssize_t n = ::lgetxattr(encoded.constData(), name, value.data(), size_t(value.size()));
+        const ssize_t n = get(value.data(), size_t(value.size()));
         if (n >= 0) {
             value.truncate(qsizetype(n));
             return value;
@@ -28,13 +30,42 @@ QByteArray readAttribute(const QString &path, const char *name)
         if (errno != ERANGE) {
             return {};
         }
-        const ssize_t needed = ::lgetxattr(encoded.constData(), name, nullptr, 0);
+        const ssize_t needed = get(nullptr, 0);
         if (needed < 0) {
             return {};
         }
         value.resize(qsizetype(needed));
     }
     return {};
+}
+
+QByteArray readAttribute(const QString &path, const char *name)
+{
+    const QByteArray encoded = FilePath::encode(path);
+    return readValue([&](char *buffer, size_t size) { return ::lgetxattr(encoded.constData(), name, buffer, size); });
+}
+
+QByteArray readAttribute(int fd, const char *name)
+{
+    return readValue([&](char *buffer, size_t size) { return ::fgetxattr(fd, name, buffer, size); });
+}
+
+/// The names of the file's attributes, each ended by a NUL; empty when it has none or they
+/// cannot be listed.
+QByteArray attributeNames(int fd)
+{
+    char names[1024];
+    const ssize_t n = ::flistxattr(fd, names, sizeof names);
+    if (n >= 0) {
+        return QByteArray(names, qsizetype(n));
+    }
+    return errno == ERANGE ? readValue([&](char *buffer, size_t size) { return ::flistxattr(fd, buffer, size); })
+                           : QByteArray();
+}
+
+QDateTime storedDate(const QByteArray &value)
+{
+    return value.isEmpty() ? QDateTime() : QDateTime::fromString(QString::fromLatin1(value), Qt::ISODateWithMs);
 }
 
 bool writeAttribute(int fd, const char *name, const QByteArray &value)
@@ -95,16 +126,50 @@ bool FileAttributes::setTags(int fd, const QStringList &tags)
 QDateTime FileAttributes::creationDate(const QString &path)
 {
     struct statx stx = {};
+    const QDateTime stored = storedDate(readAttribute(path, createdName));
     if (::statx(AT_FDCWD, FilePath::encode(path).constData(), 0, STATX_BTIME, &stx) == 0
         && (stx.stx_mask & STATX_BTIME)) {
-        const QDateTime birth = QDateTime::fromMSecsSinceEpoch(qint64(stx.stx_btime.tv_sec) * 1000
-                                                               + stx.stx_btime.tv_nsec / 1000000);
-        const QDateTime stored = QDateTime::fromString(QString::fromLatin1(readAttribute(path, createdName)),
-                                                       Qt::ISODateWithMs);
-        // a downloaded item was born on the server, before its copy here
-        return stored.isValid() && stored < birth ? stored : birth;
+        return creationDate(birthDate(stx), stored);
     }
-    return QDateTime::fromString(QString::fromLatin1(readAttribute(path, createdName)), Qt::ISODateWithMs);
+    return stored;
+}
+
+QDateTime FileAttributes::birthDate(const struct statx &stx)
+{
+    if (!(stx.stx_mask & STATX_BTIME)) {
+        return {};
+    }
+    return QDateTime::fromMSecsSinceEpoch(qint64(stx.stx_btime.tv_sec) * 1000 + stx.stx_btime.tv_nsec / 1000000,
+                                          Qt::UTC);
+}
+
+QDateTime FileAttributes::creationDate(const QDateTime &birth, const QDateTime &stored)
+{
+    if (!birth.isValid()) {
+        return stored;
+    }
+    // a downloaded item was born on the server, before its copy here
+    return stored.isValid() && stored < birth ? stored : birth;
+}
+
+FileAttributes::Stored FileAttributes::readAll(int fd)
+{
+    Stored stored;
+    const QByteArray names = attributeNames(fd);
+    // most files hold none of the drive's attributes: the listing alone tells
+    for (qsizetype start = 0; start < names.size();) {
+        const qsizetype end = names.indexOf('\0', start);
+        const QByteArrayView name(names.constData() + start, (end < 0 ? names.size() : end) - start);
+        if (name == QByteArrayView(tagsName)) {
+            stored.tags = decodeTags(readAttribute(fd, tagsName));
+        } else if (name == QByteArrayView(createdName)) {
+            stored.creationDate = storedDate(readAttribute(fd, createdName));
+        } else if (name == QByteArrayView(roleName)) {
+            stored.sharedRole = QString::fromLatin1(readAttribute(fd, roleName));
+        }
+        start = end < 0 ? names.size() : end + 1;
+    }
+    return stored;
 }
 
 void FileAttributes::setCreationDate(int fd, const QDateTime &date)

@@ -108,7 +108,8 @@ void FileCoordinator::coordinateReadingItemAtURL_options_error_byAccessor(
             center->deliver(presenter, [](FilePresenter &p) { p.presentedItemDidChange(); });
         }
     }
-    reader(QUrl::fromLocalFile(path));
+    // the URL asked about is handed on as it is when it already names the path read
+    reader(url.toLocalFile() == path ? url : QUrl::fromLocalFile(path));
     endAccess(claims, {});
 }
 

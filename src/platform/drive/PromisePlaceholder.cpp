@@ -50,9 +50,13 @@ struct CachedPlaceholder {
     }
 };
 
-constexpr int CacheLimit = 256;
+/// Enough for every item of a large folder to be recorded again without a parse; the thumbnails
+/// kept are bounded on their own, being far larger than the rest.
+constexpr int CacheLimit = 16384;
+constexpr qsizetype CachedThumbnailBytesLimit = 16 * 1024 * 1024;
 QMutex g_cacheMutex;
 QHash<QString, CachedPlaceholder> g_cache;
+qsizetype g_cachedThumbnailBytes = 0;
 
 std::optional<PromisePlaceholder> parsePlaceholder(const QString &placeholderPath, std::optional<Error> *error);
 
@@ -71,9 +75,15 @@ std::optional<PromisePlaceholder> PromisePlaceholder::read(const QString &placeh
     std::optional<PromisePlaceholder> placeholder = parsePlaceholder(placeholderPath, error);
     if (placeholder && known) {
         QMutexLocker lock(&g_cacheMutex);
-        if (g_cache.size() >= CacheLimit) {
-            g_cache.clear();
+        if (const auto stale = g_cache.constFind(placeholderPath); stale != g_cache.cend()) {
+            g_cachedThumbnailBytes -= stale->placeholder.thumbnailPng.size();
         }
+        if (g_cache.size() >= CacheLimit
+            || g_cachedThumbnailBytes + placeholder->thumbnailPng.size() > CachedThumbnailBytesLimit) {
+            g_cache.clear();
+            g_cachedThumbnailBytes = 0;
+        }
+        g_cachedThumbnailBytes += placeholder->thumbnailPng.size();
         g_cache.insert(placeholderPath, CachedPlaceholder{st.st_dev, st.st_ino, st.st_size, st.st_mtim, st.st_ctim, *placeholder});
     }
     return placeholder;

@@ -1,5 +1,6 @@
 #include "platform/drive/URLResourceValues.h"
 
+#include "platform/drive/DriveLayout.h"
 #include "platform/drive/FileAttributes.h"
 #include "platform/drive/KDURL.h"
 #include "platform/drive/PromisePlaceholder.h"
@@ -12,123 +13,216 @@
 #include <QImage>
 #include <QMimeDatabase>
 
+#include <cerrno>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 namespace {
 
-/// A folder whose extension names a known non-folder type is one document (a package).
-bool isPackageFolder(const QFileInfo &info, bool isDir)
+/// What the file system says of a real item, however it was read: through a descriptor opened
+/// beneath the drive's root, or by its path.
+struct RealItem
 {
-    const QString suffix = info.suffix();
-    return isDir && !suffix.isEmpty() && !UniformType::preferredIdentifierForExtension(suffix).isEmpty();
+    QString name;
+    /// The folder holding it, without the ending '/'.
+    QString folder;
+    /// Of what the item is (a link into the drive: of what it leads to).
+    mode_t mode = 0;
+    quint64 size = 0;
+    QDateTime modified;
+    QDateTime created;
+    /// Its real place is in the drive: it has the drive's values (shared role, downloaded).
+    bool inDrive = false;
+    QString sharedRole;
+    std::optional<QStringList> tags;
+};
+
+QDateTime dateOf(const struct statx_timestamp &time)
+{
+    return QDateTime::fromMSecsSinceEpoch(qint64(time.tv_sec) * 1000 + time.tv_nsec / 1000000, Qt::UTC);
 }
 
-/// The values of a real item; only the keys asked for are computed (extended attributes and
-/// type descriptions cost system calls and lookups). `info` gives the names only: the status
-/// `st` was taken through the path's own bytes, which Qt's file classes cannot reach for a name
-/// that is not UTF-8.
-QVariantMap realValues(const QFileInfo &info, const struct stat &st, const QStringList &keys)
+QString suffixOf(const QString &name)
 {
-    const auto wants = [&keys](const QString &key) { return keys.contains(key); };
-    const QString path = info.filePath();
-    const bool isDir = S_ISDIR(st.st_mode);
-    QVariantMap values;
-    if (wants(URLResourceKey::Name)) {
-        values.insert(URLResourceKey::Name, info.fileName());
+    const qsizetype dot = name.lastIndexOf(QLatin1Char('.'));
+    return dot < 0 ? QString() : name.mid(dot + 1);
+}
+
+/// A folder whose extension names a known non-folder type is one document (a package).
+QString packageType(const QString &name)
+{
+    const QString suffix = suffixOf(name);
+    return suffix.isEmpty() ? QString() : UniformType::preferredIdentifierForExtension(suffix);
+}
+
+/// The type of what is no document and no folder, told by what it is, as the platform's type
+/// database tells it; empty for a document.
+QString specialFileType(mode_t mode)
+{
+    if (S_ISCHR(mode)) {
+        return QStringLiteral("inode/chardevice");
     }
-    if (wants(URLResourceKey::LocalizedName)) {
-        values.insert(URLResourceKey::LocalizedName, FilePath::displayName(info.fileName()));
+    if (S_ISBLK(mode)) {
+        return QStringLiteral("inode/blockdevice");
     }
-    const bool package = isPackageFolder(info, isDir);
-    if (wants(URLResourceKey::TypeIdentifier) || wants(URLResourceKey::LocalizedTypeDescription)) {
-        const QString type = isDir && !package ? UniformType::Folder
-                             : package ? UniformType::preferredIdentifierForExtension(info.suffix())
-                                       : QMimeDatabase().mimeTypeForFile(info, QMimeDatabase::MatchExtension).name();
-        if (wants(URLResourceKey::TypeIdentifier)) {
-            values.insert(URLResourceKey::TypeIdentifier, type);
-        }
-        if (wants(URLResourceKey::LocalizedTypeDescription)) {
-            values.insert(URLResourceKey::LocalizedTypeDescription, UniformType::localizedDescription(type));
-        }
+    if (S_ISFIFO(mode)) {
+        return QStringLiteral("inode/fifo");
     }
-    if (wants(URLResourceKey::ContentModificationDate)) {
-        values.insert(URLResourceKey::ContentModificationDate, FilePath::modificationDate(st));
+    if (S_ISSOCK(mode)) {
+        return QStringLiteral("inode/socket");
     }
-    if (wants(URLResourceKey::IsDirectory)) {
-        values.insert(URLResourceKey::IsDirectory, isDir);
+    return {};
+}
+
+/// The values of a real item. A document's type comes from its name, which costs a look through
+/// the type database's patterns: left empty unless `withDocumentType`.
+ResourceValues realValues(const RealItem &item, bool withDocumentType)
+{
+    const bool isDir = S_ISDIR(item.mode);
+    ResourceValues values;
+    values.name = item.name;
+    values.localizedName = FilePath::displayName(item.name);
+    const QString package = isDir ? packageType(item.name) : QString();
+    values.isPackage = !package.isEmpty();
+    if (isDir) {
+        values.typeIdentifier = values.isPackage ? package : UniformType::Folder;
+    } else if (const QString special = specialFileType(item.mode); !special.isEmpty()) {
+        values.typeIdentifier = special;
+    } else if (withDocumentType) {
+        values.typeIdentifier = URLResourceValues::typeOfDocumentNamed(item.name);
     }
-    if (wants(URLResourceKey::IsPackage)) {
-        values.insert(URLResourceKey::IsPackage, package);
+    values.contentModificationDate = item.modified;
+    values.creationDate = item.created;
+    values.isDirectory = isDir;
+    values.parentDirectoryPath = item.folder + QLatin1Char('/');
+    if (!isDir) {
+        values.fileSize = item.size;
     }
-    if (wants(URLResourceKey::HasHiddenExtension)) {
-        values.insert(URLResourceKey::HasHiddenExtension, false);
+    if (item.inDrive) {
+        values.isShared = !item.sharedRole.isEmpty();
+        values.sharedRole = item.sharedRole;
+        values.downloadingStatus = URLResourceValue::DownloadingStatusCurrent;
     }
-    if (wants(URLResourceKey::ParentDirectoryURL)) {
-        values.insert(URLResourceKey::ParentDirectoryURL, QUrl::fromLocalFile(info.absolutePath() + QLatin1Char('/')));
-    }
-    if (wants(URLResourceKey::FileSize) && !isDir) {
-        values.insert(URLResourceKey::FileSize, quint64(st.st_size));
-    }
-    if (wants(URLResourceKey::CreationDate)) {
-        if (const QDateTime created = FileAttributes::creationDate(path); created.isValid()) {
-            values.insert(URLResourceKey::CreationDate, created);
-        }
-    }
-    const bool wantsUbiquity = wants(URLResourceKey::UbiquitousItemIsShared)
-        || wants(URLResourceKey::UbiquitousSharedItemRole) || wants(URLResourceKey::UbiquitousItemDownloadingStatus);
-    if (wantsUbiquity && kd_isInMobileDocuments(QUrl::fromLocalFile(path))) {
-        const QString role = FileAttributes::sharedRole(path);
-        values.insert(URLResourceKey::UbiquitousItemIsShared, !role.isEmpty());
-        if (!role.isEmpty()) {
-            values.insert(URLResourceKey::UbiquitousSharedItemRole, role);
-        }
-        values.insert(URLResourceKey::UbiquitousItemDownloadingStatus, URLResourceValue::DownloadingStatusCurrent);
-    }
+    values.tags = item.tags;
     return values;
 }
 
 /// The values of a document known by its name and type alone, without reading it.
-QVariantMap documentValues(const QFileInfo &info, const QString &type)
+ResourceValues documentValues(const QString &name, const QString &folder, const QString &type)
 {
-    return {
-        {URLResourceKey::Name, info.fileName()},
-        {URLResourceKey::LocalizedName, FilePath::displayName(info.fileName())},
-        {URLResourceKey::TypeIdentifier, type},
-        {URLResourceKey::LocalizedTypeDescription, UniformType::localizedDescription(type)},
-        {URLResourceKey::IsDirectory, false},
-        {URLResourceKey::IsPackage, false},
-        {URLResourceKey::HasHiddenExtension, false},
-        {URLResourceKey::ParentDirectoryURL, QUrl::fromLocalFile(info.absolutePath() + QLatin1Char('/'))},
-    };
+    ResourceValues values;
+    values.name = name;
+    values.localizedName = FilePath::displayName(name);
+    values.typeIdentifier = type;
+    values.parentDirectoryPath = folder + QLatin1Char('/');
+    return values;
+}
+
+ResourceValues promiseValues(const QString &name, const QString &folder, const PromisePlaceholder &placeholder,
+                             bool withDocumentType)
+{
+    const QString type = !placeholder.mimeType.isEmpty() ? placeholder.mimeType
+                         : withDocumentType              ? URLResourceValues::typeOfDocumentNamed(name)
+                                                         : QString();
+    ResourceValues values = documentValues(name, folder, type);
+    values.isPromise = true;
+    values.isShared = placeholder.shared;
+    values.downloadingStatus = URLResourceValue::DownloadingStatusNotDownloaded;
+    if (placeholder.size >= 0) {
+        values.fileSize = quint64(placeholder.size);
+    }
+    values.creationDate = placeholder.creationDate;
+    values.contentModificationDate = placeholder.modificationDate;
+    if (placeholder.shared) {
+        values.sharedRole = placeholder.role;
+    }
+    values.tags = placeholder.tags;
+    return values;
+}
+
+/// Which of the values the keyed callers ask for cost more than the item's status.
+struct Wanted
+{
+    bool documentType = true;
+    bool creationDate = true;
+    bool driveValues = true;
+
+    static Wanted forKeys(const QStringList &keys)
+    {
+        return {keys.contains(URLResourceKey::TypeIdentifier) || keys.contains(URLResourceKey::LocalizedTypeDescription),
+                keys.contains(URLResourceKey::CreationDate),
+                keys.contains(URLResourceKey::UbiquitousItemIsShared)
+                    || keys.contains(URLResourceKey::UbiquitousSharedItemRole)
+                    || keys.contains(URLResourceKey::UbiquitousItemDownloadingStatus)};
+    }
+};
+
+/// A real item read by its path, for what lies outside the drive or is reached through a link:
+/// its status followed through links, its attributes only where they are wanted.
+RealItem realItemAtPath(const QString &path, const struct stat &st, Wanted wanted)
+{
+    const QFileInfo info(path);
+    RealItem item;
+    item.name = info.fileName();
+    item.folder = info.absolutePath();
+    item.mode = st.st_mode;
+    item.size = quint64(st.st_size);
+    item.modified = FilePath::modificationDate(st);
+    if (wanted.creationDate) {
+        item.created = FileAttributes::creationDate(path);
+    }
+    item.inDrive = wanted.driveValues && kd_isInMobileDocuments(QUrl::fromLocalFile(path));
+    if (item.inDrive) {
+        item.sharedRole = FileAttributes::sharedRole(path);
+    }
+    return item;
+}
+
+/// The path's string lies below the drive's root (the root itself does not count).
+bool isBelowDriveRoot(const QString &path)
+{
+    const QString root = QDir::cleanPath(DriveLayout::mobileDocumentsPath());
+    return path.size() > root.size() + 1 && path.startsWith(root) && path.at(root.size()) == QLatin1Char('/');
+}
+
+/// A real item of the drive read through one descriptor, opened with no link on the way: a
+/// status and one listing of its attributes, with no further look-up of its path. Null with
+/// errno when it cannot be opened that way.
+std::optional<RealItem> realItemInDrive(const QString &path)
+{
+    const int fd = FilePath::openWithoutLinks(path);
+    if (fd < 0) {
+        return std::nullopt;
+    }
+    struct statx stx = {};
+    const bool known = ::statx(fd, "", AT_EMPTY_PATH, STATX_BASIC_STATS | STATX_BTIME, &stx) == 0;
+    const FileAttributes::Stored stored = known ? FileAttributes::readAll(fd) : FileAttributes::Stored();
+    const int error = errno;
+    ::close(fd);
+    if (!known) {
+        errno = error;
+        return std::nullopt;
+    }
+    RealItem item;
+    const qsizetype slash = path.lastIndexOf(QLatin1Char('/'));
+    item.name = path.mid(slash + 1);
+    item.folder = path.left(slash);
+    item.mode = stx.stx_mode;
+    item.size = stx.stx_size;
+    item.modified = dateOf(stx.stx_mtime);
+    item.created = FileAttributes::creationDate(FileAttributes::birthDate(stx), stored.creationDate);
+    item.inDrive = true;
+    item.sharedRole = stored.sharedRole;
+    item.tags = stored.tags;
+    return item;
 }
 
 /// A link that leads out of the drive is described as what it is, an unavailable bookmark,
 /// without a look at what it leads to.
-QVariantMap unavailableLinkValues(const QFileInfo &info)
+ResourceValues unavailableLinkValues(const QFileInfo &info)
 {
-    return documentValues(info, UniformType::SymbolicLink);
-}
-
-QVariantMap promiseValues(const QString &logicalPath, const PromisePlaceholder &placeholder)
-{
-    const QFileInfo info(logicalPath);
-    const QString type = placeholder.mimeType.isEmpty()
-        ? QMimeDatabase().mimeTypeForFile(info, QMimeDatabase::MatchExtension).name()
-        : placeholder.mimeType;
-    QVariantMap values = documentValues(info, type);
-    values.insert(URLResourceKey::UbiquitousItemIsShared, placeholder.shared);
-    values.insert(URLResourceKey::UbiquitousItemDownloadingStatus, URLResourceValue::DownloadingStatusNotDownloaded);
-    if (placeholder.size >= 0) {
-        values.insert(URLResourceKey::FileSize, quint64(placeholder.size));
-    }
-    if (placeholder.creationDate.isValid()) {
-        values.insert(URLResourceKey::CreationDate, placeholder.creationDate);
-    }
-    if (placeholder.modificationDate.isValid()) {
-        values.insert(URLResourceKey::ContentModificationDate, placeholder.modificationDate);
-    }
-    if (placeholder.shared && !placeholder.role.isEmpty()) {
-        values.insert(URLResourceKey::UbiquitousSharedItemRole, placeholder.role);
-    }
-    return values;
+    return documentValues(info.fileName(), info.absolutePath(), UniformType::SymbolicLink);
 }
 
 QVariantMap thumbnailDictionary(const QImage &thumbnail)
@@ -139,17 +233,6 @@ QVariantMap thumbnailDictionary(const QImage &thumbnail)
     return {{URLThumbnailDictionaryItem::Size1024x1024, thumbnail}};
 }
 
-QVariantMap only(const QVariantMap &values, const QStringList &keys)
-{
-    QVariantMap result;
-    for (const QString &key : keys) {
-        if (values.contains(key)) {
-            result.insert(key, values.value(key));
-        }
-    }
-    return result;
-}
-
 void setNoSuchFile(std::optional<Error> *error, const QString &path)
 {
     if (error) {
@@ -157,13 +240,10 @@ void setNoSuchFile(std::optional<Error> *error, const QString &path)
     }
 }
 
-} // namespace
-
-std::optional<QVariantMap> URLResourceValues::resourceValuesForKeys(const QUrl &url, const QStringList &keys,
-                                                                    std::optional<Error> *error)
+/// The values of a real item by its path, as the keyed callers ask: the item's own for a plain
+/// item, the link's for a link that leads out of the drive, what a link into the drive leads to.
+std::optional<ResourceValues> realValuesAtPath(const QString &path, Wanted wanted, std::optional<Error> *error)
 {
-    const QString path = QDir::cleanPath(url.toLocalFile());
-    const QFileInfo info(path);
     const std::optional<struct stat> linkStatus = FilePath::linkStatus(path);
     const std::optional<struct stat> status = FilePath::status(path);
     if (!linkStatus || !status) {
@@ -171,15 +251,65 @@ std::optional<QVariantMap> URLResourceValues::resourceValuesForKeys(const QUrl &
         return std::nullopt;
     }
     if (S_ISLNK(linkStatus->st_mode) && kd_resolvedPathInMobileDocuments(QUrl::fromLocalFile(path)).isNull()) {
-        return only(unavailableLinkValues(info), keys);
+        return unavailableLinkValues(QFileInfo(path));
     }
-    QVariantMap values = realValues(info, *status, keys);
-    if (keys.contains(URLResourceKey::ThumbnailDictionary) && S_ISREG(status->st_mode)) {
-        if (const QImage thumbnail = Thumbnailer::cachedThumbnail(path); !thumbnail.isNull()) {
-            values.insert(URLResourceKey::ThumbnailDictionary, thumbnailDictionary(thumbnail));
+    return realValues(realItemAtPath(path, *status, wanted), wanted.documentType);
+}
+
+} // namespace
+
+QString URLResourceValues::typeOfDocumentNamed(const QString &name)
+{
+    return QMimeDatabase().mimeTypeForFile(name, QMimeDatabase::MatchExtension).name();
+}
+
+std::optional<ResourceValues> URLResourceValues::plainItemValues(const QUrl &url, bool withDocumentType)
+{
+    // opened with no link on the way, an item whose path's string is in the drive really is
+    const QString path = QDir::cleanPath(url.toLocalFile());
+    if (!isBelowDriveRoot(path)) {
+        return std::nullopt;
+    }
+    if (const std::optional<RealItem> item = realItemInDrive(path)) {
+        return realValues(*item, withDocumentType);
+    }
+    if (errno != ENOENT) {
+        return std::nullopt; // a link on the way, an unreadable item: asked by path
+    }
+    // no real item has the name: a placeholder beside a real file would be stale
+    std::optional<Error> readError;
+    if (const auto placeholder = PromisePlaceholder::read(PromisePlaceholder::placeholderPathFor(path), &readError)) {
+        const qsizetype slash = path.lastIndexOf(QLatin1Char('/'));
+        return promiseValues(path.mid(slash + 1), path.left(slash), *placeholder, withDocumentType);
+    }
+    return std::nullopt;
+}
+
+std::optional<QVariantMap> URLResourceValues::resourceValuesForKeys(const QUrl &url, const QStringList &keys,
+                                                                    std::optional<Error> *error)
+{
+    const QString path = QDir::cleanPath(url.toLocalFile());
+    const Wanted wanted = Wanted::forKeys(keys);
+    std::optional<ResourceValues> values = plainItemValues(url, wanted.documentType);
+    if (values && values->isPromise) {
+        values.reset(); // a real item only
+    }
+    if (!values) {
+        values = realValuesAtPath(path, wanted, error);
+    }
+    if (!values) {
+        return std::nullopt;
+    }
+    QVariantMap map = values->toMap(keys);
+    if (keys.contains(URLResourceKey::ThumbnailDictionary) && !values->isDirectory
+        && values->typeIdentifier != UniformType::SymbolicLink) {
+        if (const std::optional<struct stat> status = FilePath::status(path); status && S_ISREG(status->st_mode)) {
+            if (const QImage thumbnail = Thumbnailer::cachedThumbnail(path); !thumbnail.isNull()) {
+                map.insert(URLResourceKey::ThumbnailDictionary, thumbnailDictionary(thumbnail));
+            }
         }
     }
-    return only(values, keys);
+    return map;
 }
 
 std::optional<QVariantMap> URLResourceValues::promisedItemResourceValuesForKeys(const QUrl &url,
@@ -190,12 +320,13 @@ std::optional<QVariantMap> URLResourceValues::promisedItemResourceValuesForKeys(
     if (!path.isEmpty() && PromisePlaceholder::isPromisedItem(path)) {
         std::optional<Error> readError;
         if (const auto placeholder = PromisePlaceholder::read(PromisePlaceholder::placeholderPathFor(path), &readError)) {
-            QVariantMap values = promiseValues(path, *placeholder);
+            const QFileInfo info(path);
+            QVariantMap values = promiseValues(info.fileName(), info.absolutePath(), *placeholder, true).toMap(keys);
             if (keys.contains(URLResourceKey::ThumbnailDictionary) && !placeholder->thumbnailPng.isEmpty()) {
                 values.insert(URLResourceKey::ThumbnailDictionary,
                               thumbnailDictionary(QImage::fromData(placeholder->thumbnailPng, "PNG")));
             }
-            return only(values, keys);
+            return values;
         }
     }
     return resourceValuesForKeys(url, keys, error);

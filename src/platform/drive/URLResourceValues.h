@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/drive/ResourceValues.h"
 #include "platform/foundation/Error.h"
 
 #include <QStringList>
@@ -51,6 +52,17 @@ public:
     /// Values of a real item only.
     static std::optional<QVariantMap> resourceValuesForKeys(const QUrl &url, const QStringList &keys,
                                                             std::optional<Error> *error);
+    /// Every value of an item of the drive that is no link, with its tags: a real item read
+    /// through one descriptor opened beneath the drive's root (a status and one listing of its
+    /// attributes), or a promised item from its placeholder. A document's type is looked up by
+    /// its name only `withDocumentType` (it costs a pass over the type database's patterns);
+    /// without it, `typeIdentifier` is empty exactly when typeOfDocumentNamed gives it.
+    /// Null when the item is not such an item or cannot be read that way (a link, a path out
+    /// of the drive or through a link leading out, an unreadable file, nothing by that name):
+    /// the keyed functions answer for those.
+    static std::optional<ResourceValues> plainItemValues(const QUrl &url, bool withDocumentType);
+    /// The type of a document (no folder, no device) by its name, as the type database tells it.
+    static QString typeOfDocumentNamed(const QString &name);
     /// The item exists, real or promised.
     static bool checkPromisedItemIsReachableAndReturnError(const QUrl &url, std::optional<Error> *error);
 };

@@ -7,6 +7,8 @@
 #include <cstdlib>
 #include <dirent.h>
 #include <fcntl.h>
+#include <linux/openat2.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 namespace {
@@ -138,6 +140,19 @@ bool FilePath::holdsUndecodableBytes(QStringView path)
         }
     }
     return false;
+}
+
+int FilePath::openWithoutLinks(const QString &path)
+{
+    const QByteArray encoded = encode(path);
+    if (encoded.isEmpty()) {
+        errno = ENOENT;
+        return -1;
+    }
+    struct open_how how = {};
+    how.flags = O_RDONLY | O_NONBLOCK | O_NOFOLLOW | O_NOCTTY | O_CLOEXEC;
+    how.resolve = RESOLVE_NO_SYMLINKS | RESOLVE_NO_MAGICLINKS;
+    return int(::syscall(SYS_openat2, AT_FDCWD, encoded.constData(), &how, sizeof how));
 }
 
 std::optional<struct stat> FilePath::linkStatus(const QString &path)

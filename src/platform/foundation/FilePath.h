@@ -46,6 +46,15 @@ public:
     /// Whether the path holds bytes that are not UTF-8 (Qt's file classes cannot reach it).
     static bool holdsUndecodableBytes(QStringView path);
 
+    /// The item opened for reading its status and attributes, with the kernel refusing every
+    /// link on the way, above the item as well as the item itself (openat2 with
+    /// RESOLVE_NO_SYMLINKS): what it opens is really where the path's string says, so a check
+    /// of the string is a check of the real place, with no lstat of each folder on the way and no
+    /// window between a check of one path and the open of another. O_RDONLY, never blocking (a
+    /// FIFO does not hang), never becoming the terminal. Returns the descriptor, or -1 with
+    /// errno: ELOOP when a link is on the way, ENOSYS where the kernel cannot refuse links,
+    /// ENOENT when nothing has that name, EACCES for what may not be read.
+    static int openWithoutLinks(const QString &path);
     /// The item's status, the item itself when it is a link (`lstat`).
     static std::optional<struct stat> linkStatus(const QString &path);
     /// The status of what the path leads to, links followed (`stat`).

@@ -19,12 +19,14 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QHBoxLayout>
+#include <QHash>
 #include <QImageReader>
 #include <QLabel>
 #include <QMediaPlayer>
 #include <QMimeDatabase>
 #include <QMouseEvent>
 #include <QMovie>
+#include <QMutex>
 #include <QPainter>
 #include <QPdfDocument>
 #include <QPdfView>
@@ -166,16 +168,20 @@ PreviewController::~PreviewController() = default;
 
 bool PreviewController::canPreviewItem(const QUrl &url)
 {
-    if (FilePath::holdsUndecodableBytes(url.toLocalFile())) {
-        return false; // the viewers open files through Qt, which cannot reach a name that is not UTF-8
-    }
     std::optional<Error> error;
     const auto values = URLResourceValues::promisedItemResourceValuesForKeys(
         url, {URLResourceKey::TypeIdentifier, URLResourceKey::IsDirectory}, &error);
-    if (!values || values->value(URLResourceKey::IsDirectory).toBool()) {
-        return false;
+    return values
+        && canPreviewItem(url, values->value(URLResourceKey::TypeIdentifier).toString(),
+                          values->value(URLResourceKey::IsDirectory).toBool());
+}
+
+bool PreviewController::canPreviewItem(const QUrl &url, const QString &typeIdentifier, bool isDirectory)
+{
+    if (FilePath::holdsUndecodableBytes(url.toLocalFile())) {
+        return false; // the viewers open files through Qt, which cannot reach a name that is not UTF-8
     }
-    return canPreviewType(values->value(URLResourceKey::TypeIdentifier).toString());
+    return !isDirectory && canPreviewType(typeIdentifier);
 }
 
 bool PreviewController::canPreviewType(const QString &typeIdentifier)
@@ -183,11 +189,20 @@ bool PreviewController::canPreviewType(const QString &typeIdentifier)
     if (typeIdentifier.isEmpty()) {
         return false;
     }
+    // the answer asks the type database for the type's parents: every record asks, so keep them
+    static QMutex mutex;
+    static QHash<QString, bool> answers;
+    QMutexLocker lock(&mutex);
+    if (const auto found = answers.constFind(typeIdentifier); found != answers.cend()) {
+        return *found;
+    }
     static const QList<QByteArray> imageTypes = QImageReader::supportedMimeTypes();
-    return imageTypes.contains(typeIdentifier.toLatin1()) || typeIdentifier == QLatin1String("image/svg+xml")
+    const bool answer = imageTypes.contains(typeIdentifier.toLatin1()) || typeIdentifier == QLatin1String("image/svg+xml")
         || UniformType::conformsTo(typeIdentifier, UniformType::PDF)
         || UniformType::conformsTo(typeIdentifier, QStringLiteral("text/plain")) || isMarkdown(typeIdentifier)
         || isMedia(typeIdentifier);
+    answers.insert(typeIdentifier, answer);
+    return answer;
 }
 
 bool PreviewController::wantsDefaultMediaPlayer(const QUrl &url)

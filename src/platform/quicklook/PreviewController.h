@@ -43,6 +43,9 @@ public:
     /// Whether the viewer has a renderer for the item's type (promised items included: the
     /// answer comes from the type, not the content).
     static bool canPreviewItem(const QUrl &url);
+    /// The same answer from what is already known of the item: its type and whether it is a
+    /// folder (a package counts as one here) as its resource values say.
+    static bool canPreviewItem(const QUrl &url, const QString &typeIdentifier, bool isDirectory);
     /// The same question for a type identifier (a MIME type name).
     static bool canPreviewType(const QString &typeIdentifier);
     /// Whether audio and video of `url` play in the full player with its controls; every
