@@ -10,6 +10,7 @@
 #include "platform/foundation/InvalidArgumentException.h"
 #include "platform/foundation/OperationQueue.h"
 #include "platform/foundation/StringFormat.h"
+#include "platform/types/UniformType.h"
 #include "support/LogSpy.h"
 #include "support/TestDrive.h"
 
@@ -19,6 +20,10 @@
 #include <QImage>
 #include <QTemporaryDir>
 #include <QTest>
+
+#include <sys/stat.h>
+#include <thread>
+#include <vector>
 
 class tst_DRItem : public QObject
 {
@@ -62,6 +67,51 @@ private slots:
         QCOMPARE(keys.first(), URLResourceKey::Name);
         QCOMPARE(keys.last(), URLResourceKey::UbiquitousItemDownloadingStatus);
         QCOMPARE(keys.at(10), URLResourceKey::ParentDirectoryURL);
+    }
+
+    // Asked by key, an item's values hold only the keys asked for and only what is known: a
+    // folder has no size, an item that is not shared no role, a promise is not downloaded.
+    void keyedValuesHoldOnlyWhatIsKnown()
+    {
+        const QString document = writeFile(QStringLiteral("Keyed/Notes.txt"), QByteArray(10, 'n'));
+        std::optional<Error> error;
+        const auto values = URLResourceValues::promisedItemResourceValuesForKeys(QUrl::fromLocalFile(document),
+                                                                                 DRItem::resourceKeys(), &error);
+        QVERIFY(values);
+        QStringList expected = DRItem::resourceKeys();
+        expected.removeOne(URLResourceKey::UbiquitousSharedItemRole);
+        QStringList present = values->keys();
+        present.sort();
+        expected.sort();
+        QCOMPARE(present, expected);
+        QCOMPARE(values->value(URLResourceKey::FileSize).toULongLong(), 10u);
+        QCOMPARE(values->value(URLResourceKey::UbiquitousItemDownloadingStatus).toString(),
+                 URLResourceValue::DownloadingStatusCurrent);
+        QCOMPARE(values->value(URLResourceKey::ParentDirectoryURL).toUrl(),
+                 QUrl::fromLocalFile(m_drive.path(QStringLiteral("Keyed/"))));
+
+        const auto folder = URLResourceValues::resourceValuesForKeys(m_drive.url(QStringLiteral("Keyed")),
+                                                                     DRItem::resourceKeys(), &error);
+        QVERIFY(folder);
+        QVERIFY(!folder->contains(URLResourceKey::FileSize));
+        QCOMPARE(folder->value(URLResourceKey::TypeIdentifier).toString(), QStringLiteral("inode/directory"));
+
+        const auto one = URLResourceValues::resourceValuesForKeys(QUrl::fromLocalFile(document),
+                                                                  {URLResourceKey::FileSize}, &error);
+        QVERIFY(one);
+        QCOMPARE(one->keys(), QStringList{URLResourceKey::FileSize});
+
+        QVERIFY(!DriveSetup::promise(document));
+        const auto promised = URLResourceValues::promisedItemResourceValuesForKeys(QUrl::fromLocalFile(document),
+                                                                                   DRItem::resourceKeys(), &error);
+        QVERIFY(promised);
+        QCOMPARE(promised->value(URLResourceKey::UbiquitousItemDownloadingStatus).toString(),
+                 URLResourceValue::DownloadingStatusNotDownloaded);
+        QCOMPARE(promised->value(URLResourceKey::UbiquitousItemIsShared), QVariant(false));
+        QVERIFY(!promised->contains(URLResourceKey::UbiquitousSharedItemRole));
+        QCOMPARE(promised->value(URLResourceKey::FileSize).toULongLong(), 10u);
+        QVERIFY(!URLResourceValues::resourceValuesForKeys(QUrl::fromLocalFile(document), {URLResourceKey::FileSize},
+                                                          &error)); // a real item only
     }
 
     // A document's record carries its name, type, size and parent, and counts as downloaded.
@@ -309,6 +359,139 @@ private slots:
         QVERIFY(FileAttributes::setTags(path, {QStringLiteral("Red"), QStringLiteral("Work")}));
         QCOMPARE(DRItem::initWithURL(QUrl::fromLocalFile(path))->tags(),
                  std::optional<QStringList>(QStringList{QStringLiteral("Red"), QStringLiteral("Work")}));
+    }
+
+    // Every attribute the drive keeps on one file comes with its record: tags, the creation
+    // date stored for a downloaded item (its birth on the server, before the copy here) and the
+    // shared role.
+    void attributesOfOneFileComeTogether()
+    {
+        const QString path = writeFile(QStringLiteral("Downloaded/From the server.txt"), "s");
+        const QDateTime born = QDateTime(QDate(2020, 2, 3), QTime(4, 5, 6), Qt::UTC);
+        QFile file(path);
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        FileAttributes::setCreationDate(file.handle(), born);
+        file.close();
+        QVERIFY(FileAttributes::setTags(path, {QStringLiteral("Blue")}));
+        QVERIFY(FileAttributes::setSharedRole(path, QStringLiteral("participant")));
+
+        const auto item = DRItem::initWithURL(QUrl::fromLocalFile(path));
+        QVERIFY(item);
+        QCOMPARE(item->creationDate(), born);
+        QCOMPARE(item->tags(), std::optional<QStringList>(QStringList{QStringLiteral("Blue")}));
+        QVERIFY(!item->renameable());
+        QVERIFY(item->isDownloaded());
+    }
+
+    // A file without any of the drive's attributes has no tags (not unknown ones), and its
+    // creation date is its birth here.
+    void fileWithoutAttributesHasNoTags()
+    {
+        const QString path = writeFile(QStringLiteral("Plain/Plain.txt"), "p");
+        const auto item = DRItem::initWithURL(QUrl::fromLocalFile(path));
+        QVERIFY(item);
+        QCOMPARE(item->tags(), std::optional<QStringList>(QStringList()));
+        QVERIFY(item->creationDate().isValid());
+        QVERIFY(qAbs(item->creationDate().secsTo(QDateTime::currentDateTimeUtc())) < 600);
+    }
+
+    // An item reached through a folder that is a link out of the drive is not of the drive:
+    // its record takes nothing the drive keeps from the file there (its shared role), and it
+    // does not count as downloaded.
+    void itemBehindALinkOutOfTheDriveHasNoDriveValues()
+    {
+        QTemporaryDir outside;
+        const QString theirs = outside.path() + QStringLiteral("/Theirs.txt");
+        QVERIFY(TestDrive::writeFile(theirs, "theirs"));
+        QVERIFY(FileAttributes::setSharedRole(theirs, QStringLiteral("participant")));
+        QVERIFY(QFile::link(outside.path(), m_drive.path(QStringLiteral("Away"))));
+
+        const auto item = DRItem::initWithURL(m_drive.url(QStringLiteral("Away/Theirs.txt")));
+        QVERIFY(item);
+        QVERIFY(item->renameable());
+        QVERIFY(!item->isDownloaded());
+    }
+
+    // A folder link that stays in the drive leads to items of the drive, with all they keep.
+    void itemBehindALinkInsideTheDriveIsOfTheDrive()
+    {
+        const QString path = writeFile(QStringLiteral("Inside/Held.txt"), "held");
+        QVERIFY(FileAttributes::setSharedRole(path, QStringLiteral("participant")));
+        QVERIFY(QFile::link(QStringLiteral("Inside"), m_drive.path(QStringLiteral("Alias"))));
+
+        const auto item = DRItem::initWithURL(m_drive.url(QStringLiteral("Alias/Held.txt")));
+        QVERIFY(item);
+        QVERIFY(item->isDownloaded());
+        QVERIFY(!item->renameable());
+        QCOMPARE(item->fileSize(), std::optional<quint64>(4));
+    }
+
+    // A FIFO put in the drive by another program is described by what it is; making its record
+    // never waits for a writer.
+    void fifoInTheDriveNeverHangsItsRecord()
+    {
+        const QString fifo = m_drive.path(QStringLiteral("Pipes/Pipe.txt"));
+        QVERIFY(QDir().mkpath(m_drive.path(QStringLiteral("Pipes"))));
+        QCOMPARE(::mkfifo(QFile::encodeName(fifo).constData(), 0600), 0);
+        const auto item = DRItem::initWithURL(QUrl::fromLocalFile(fifo));
+        QVERIFY(item);
+        QCOMPARE(item->typeIdentifier(), QStringLiteral("inode/fifo"));
+        QVERIFY(!item->canPreview());
+        QVERIFY(!item->isDirectory());
+    }
+
+    // A placeholder left beside a real file of the same name (by an interrupted download) is
+    // stale: the record is the real file's.
+    void realFileWinsOverAStalePlaceholder()
+    {
+        const QString path = writeFile(QStringLiteral("Stale/Report.txt"), QByteArray(12, 'r'));
+        PromisePlaceholder placeholder;
+        placeholder.size = 999999;
+        placeholder.mimeType = QStringLiteral("application/pdf");
+        placeholder.storeKey = PromisePlaceholder::newStoreKey();
+        QVERIFY(!placeholder.write(PromisePlaceholder::placeholderPathFor(path), true));
+
+        const auto item = DRItem::initWithURL(QUrl::fromLocalFile(path));
+        QVERIFY(item);
+        QVERIFY(!item->isPromise());
+        QVERIFY(item->isDownloaded());
+        QCOMPARE(item->fileSize(), std::optional<quint64>(12));
+        QCOMPARE(item->typeIdentifier(), QStringLiteral("text/plain"));
+    }
+
+    // A document's type is found when first asked for; a type set before that is kept, and
+    // its description and preview follow the type found.
+    void typeIsFoundWhenFirstAskedFor()
+    {
+        const QString path = writeFile(QStringLiteral("Types/Paper.pdf"), "%PDF-1.4");
+        const auto set = DRItem::initWithURL(QUrl::fromLocalFile(path));
+        set->setTypeIdentifier(QStringLiteral("text/plain"));
+        QCOMPARE(set->typeIdentifier(), QStringLiteral("text/plain"));
+
+        const auto found = DRItem::initWithURL(QUrl::fromLocalFile(path));
+        QVERIFY(found->canPreview());
+        QCOMPARE(found->typeIdentifier(), QStringLiteral("application/pdf"));
+        QCOMPARE(found->localizedTypeDescription(), UniformType::localizedDescription(QStringLiteral("application/pdf")));
+    }
+
+    // Threads that ask one record for its type at once all get the same answer.
+    void typeAskedFromManyThreadsAtOnceIsOneAnswer()
+    {
+        const QString path = writeFile(QStringLiteral("Types/Song.mp3"), "ID3");
+        for (int round = 0; round < 20; ++round) {
+            const auto item = DRItem::initWithURL(QUrl::fromLocalFile(path));
+            QStringList answers(4);
+            std::vector<std::thread> threads;
+            for (int i = 0; i < 4; ++i) {
+                threads.emplace_back([&, i] {
+                    answers[i] = item->typeIdentifier() + (item->canPreview() ? QStringLiteral(" shown") : QString());
+                });
+            }
+            for (std::thread &thread : threads) {
+                thread.join();
+            }
+            QCOMPARE(answers, QStringList(4, QStringLiteral("audio/mpeg shown")));
+        }
     }
 
     // A promised item's placeholder changed by the service is read anew: its record never shows

@@ -2,11 +2,14 @@
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QUrl>
 
+#include <cerrno>
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 class tst_FilePath : public QObject
@@ -14,6 +17,13 @@ class tst_FilePath : public QObject
     Q_OBJECT
 
 private:
+    static bool writeSmallFile(const QString &path)
+    {
+        QDir().mkpath(QFileInfo(path).absolutePath());
+        QFile file(path);
+        return file.open(QIODevice::WriteOnly) && file.write("x") == 1;
+    }
+
     static bool createRaw(const QByteArray &path, const QByteArray &content)
     {
         const int fd = ::open(path.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644);
@@ -107,6 +117,36 @@ private slots:
         seen.sort();
         QCOMPARE(seen, (QStringList{FilePath::decode("odd\xff"), FilePath::decode("odd\xff/inner.txt"),
                                     QStringLiteral("out")}));
+    }
+
+    // An item opened without links is where its path's string says: a link at the end or on
+    // the way is refused (ELOOP), so nothing is reached through one; a FIFO opens at once.
+    void openWithoutLinksRefusesEveryLink()
+    {
+        QTemporaryDir dir;
+        QTemporaryDir outside;
+        const QString real = QDir(dir.path()).canonicalPath(); // no link above the items either
+        QVERIFY(writeSmallFile(real + QStringLiteral("/folder/plain.txt")));
+        QVERIFY(writeSmallFile(outside.path() + QStringLiteral("/secret.txt")));
+        QVERIFY(QFile::link(outside.path(), real + QStringLiteral("/out")));
+        QVERIFY(QFile::link(QStringLiteral("folder"), real + QStringLiteral("/alias")));
+        QVERIFY(QFile::link(QStringLiteral("folder/plain.txt"), real + QStringLiteral("/shortcut.txt")));
+        QCOMPARE(::mkfifo(QFile::encodeName(real + QStringLiteral("/pipe")).constData(), 0600), 0);
+
+        const int plain = FilePath::openWithoutLinks(real + QStringLiteral("/folder/plain.txt"));
+        QVERIFY(plain >= 0);
+        ::close(plain);
+        const int pipe = FilePath::openWithoutLinks(real + QStringLiteral("/pipe"));
+        QVERIFY(pipe >= 0);
+        ::close(pipe);
+        for (const QString &linked : {QStringLiteral("/out/secret.txt"), QStringLiteral("/alias/plain.txt"),
+                                      QStringLiteral("/shortcut.txt")}) {
+            errno = 0;
+            QCOMPARE(FilePath::openWithoutLinks(real + linked), -1);
+            QCOMPARE(errno, ELOOP);
+        }
+        QCOMPARE(FilePath::openWithoutLinks(real + QStringLiteral("/folder/none.txt")), -1);
+        QCOMPARE(errno, ENOENT);
     }
 
     // A relative link target counts from the link's folder, uncleaned: the kernel walks
