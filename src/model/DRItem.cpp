@@ -208,6 +208,7 @@ void DRItem::clearValues()
 void DRItem::initFromKeysAndValues_withURL(const QVariantMap &values, const QUrl &url)
 {
     initFromValues_withURL(ResourceValues::fromMap(values), url);
+    deriveTypeOnFirstUse();
     if (m_localizedTypeDescription.isEmpty()) {
         // a type the platform does not describe keeps the description it came with
         m_localizedTypeDescription = values.value(URLResourceKey::LocalizedTypeDescription).toString();
@@ -228,16 +229,16 @@ void DRItem::initFromValues_withURL(const ResourceValues &values, const QUrl &ur
     m_isDirectory = values.isDirectory && !values.isPackage; // a package is one document, never entered
     m_hasHiddenExtension = values.hasHiddenExtension;
 
-    // a document's type costs a pass over the type database: it is looked up when first asked
+    // a document's type costs a pass over the type database: it, its description and whether
+    // it can be previewed are found when first asked for
     m_typeIdentifier = values.typeIdentifier;
     m_canPreviewIsDirectory = values.isDirectory;
-    m_typeNamedBy = m_typeIdentifier.isEmpty() && !values.name.isEmpty() ? values.name : QString();
-    m_typeDerived.store(m_typeNamedBy.isEmpty() ? DerivedNow : DerivedOnFirstUse, std::memory_order_release);
-    if (m_typeNamedBy.isEmpty()) {
-        deriveFromType();
-    }
+    m_typeNamedBy = m_typeIdentifier.isEmpty() ? values.name : QString();
+    m_typeDerived.store(DerivedOnFirstUse, std::memory_order_release);
 
-    m_isContainer = kd_isDocumentsContainer(url);
+    const bool placed = !values.parentDirectoryPath.isEmpty() && !values.name.isEmpty();
+    m_isContainer = placed ? kd_isDocumentsContainerAtPath(values.parentDirectoryPath + values.name)
+                           : kd_isDocumentsContainer(url);
     if (m_isContainer) {
         m_renameable = false;
         std::optional<Error> error;
@@ -270,7 +271,9 @@ void DRItem::deriveTypeOnFirstUse() const
     if (m_typeDerived.load(std::memory_order_relaxed) == DerivedNow) {
         return;
     }
-    m_typeIdentifier = URLResourceValues::typeOfDocumentNamed(m_typeNamedBy);
+    if (!m_typeNamedBy.isEmpty()) {
+        m_typeIdentifier = URLResourceValues::typeOfDocumentNamed(m_typeNamedBy);
+    }
     deriveFromType();
     m_typeDerived.store(DerivedNow, std::memory_order_release);
 }

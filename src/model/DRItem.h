@@ -150,8 +150,9 @@ private:
     /// The type's description and whether the viewer shows the item.
     void deriveFromType() const;
     /// A document's type comes from its name through a pass over the type database's patterns,
-    /// which costs more than reading the rest of the record: it is looked up when first asked
-    /// for, once, on whichever thread asks.
+    /// which costs more than reading the rest of the record: it (when not known already), its
+    /// description and whether it can be previewed are found when first asked for, once, on
+    /// whichever thread asks.
     void deriveTypeOnFirstUse() const;
 
     QUrl m_url;
@@ -159,7 +160,8 @@ private:
     QString m_localizedName;
     mutable QString m_typeIdentifier;
     mutable QString m_localizedTypeDescription;
-    /// The name the type is looked up by, while it waits for its first use.
+    /// The name the type is looked up by, while it waits for its first use; empty when the type
+    /// is known.
     QString m_typeNamedBy;
     mutable std::atomic<TypeDerivation> m_typeDerived{DerivedNow};
     mutable QMutex m_typeMutex;

@@ -74,7 +74,8 @@ void FileCoordinator::endAccess(const QList<FileCoordinationCenter::Claim> &clai
 void FileCoordinator::coordinateReadingItemAtURL_options_error_byAccessor(
     const QUrl &url, ReadingOptions options, std::optional<Error> *error, const std::function<void(const QUrl &)> &reader)
 {
-    QString path = cleanPath(url);
+    const QString asked = url.isLocalFile() ? url.toLocalFile() : QString();
+    QString path = QDir::cleanPath(asked);
     if (path.isEmpty()) {
         if (error) {
             *error = invalidURLError(url);
@@ -109,7 +110,7 @@ void FileCoordinator::coordinateReadingItemAtURL_options_error_byAccessor(
         }
     }
     // the URL asked about is handed on as it is when it already names the path read
-    reader(url.toLocalFile() == path ? url : QUrl::fromLocalFile(path));
+    reader(asked == path ? url : QUrl::fromLocalFile(path));
     endAccess(claims, {});
 }
 

@@ -138,14 +138,18 @@ QString kd_resolvedPathInMobileDocuments(const QUrl &url)
 
 bool kd_isDocumentsContainer(const QUrl &url)
 {
-    // every item record asks: an item two folders or more below the root is none, and that
+    return kd_isDocumentsContainerAtPath(cleanLocalPath(url));
+}
+
+bool kd_isDocumentsContainerAtPath(const QString &path)
+{
+    // every item record asks: an item more than two folders below the root is none, and that
     // needs no look at the folders on the way
-    const QString path = cleanLocalPath(url);
     const QString root = QDir::cleanPath(DriveLayout::mobileDocumentsPath());
-    if (!path.startsWith(root) || path.count(QLatin1Char('/')) > root.count(QLatin1Char('/')) + 2) {
+    if (!path.startsWith(root) || QStringView(path).sliced(root.size()).count(QLatin1Char('/')) > 2) {
         return false;
     }
-    const QString relative = kd_pathRelativeToMobileDocuments(url);
+    const QString relative = kd_pathRelativeToMobileDocuments(QUrl::fromLocalFile(path));
     if (relative.isEmpty()) {
         return false;
     }

@@ -26,6 +26,8 @@ QString kd_resolvedPathInMobileDocuments(const QUrl &url);
 QString kd_pathRelativeToMobileDocuments(const QUrl &url);
 /// The URL is a container's top-level folder, or the documents folder of an app's container.
 bool kd_isDocumentsContainer(const QUrl &url);
+/// The same for an item's cleaned local path.
+bool kd_isDocumentsContainerAtPath(const QString &path);
 /// Moves an item, real or promised, without ever replacing what is at the destination.
 bool kd_movePromisedItemAtURL_toURL_error(const QUrl &source, const QUrl &destination, std::optional<Error> *error);
 /// The item's tag names: a real file's `user.xdg.tags`, a promised item's placeholder tags.
