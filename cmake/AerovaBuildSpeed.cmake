@@ -11,10 +11,13 @@ if(AEROVA_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
         "CCACHE_SLOPPINESS=pch_defines,time_macros,include_file_mtime,include_file_ctime" "${AEROVA_CCACHE}")
 endif()
 
-# gold links the many test programs in a fraction of the default linker's time
+# lld (else gold) links the many test programs in a fraction of the default linker's time
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+    find_program(AEROVA_LLD ld.lld)
     find_program(AEROVA_GOLD ld.gold)
-    if(AEROVA_GOLD)
+    if(AEROVA_LLD)
+        add_link_options(-fuse-ld=lld)
+    elseif(AEROVA_GOLD)
         add_link_options(-fuse-ld=gold)
     endif()
     # debug information stays beside each object (.dwo) instead of being copied into every

@@ -109,8 +109,9 @@ void FileCoordinator::coordinateReadingItemAtURL_options_error_byAccessor(
             center->deliver(presenter, [](FilePresenter &p) { p.presentedItemDidChange(); });
         }
     }
-    // the URL asked about is handed on as it is when it already names the path read
-    reader(asked == path ? url : QUrl::fromLocalFile(path));
+    // the URL asked about is handed on as it is when it already names the path read, and only it
+    const bool asItIs = asked == path && !url.hasQuery() && !url.hasFragment();
+    reader(asItIs ? url : QUrl::fromLocalFile(path));
     endAccess(claims, {});
 }
 
