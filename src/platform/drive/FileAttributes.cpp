@@ -139,8 +139,7 @@ QDateTime FileAttributes::birthDate(const struct statx &stx)
     if (!(stx.stx_mask & STATX_BTIME)) {
         return {};
     }
-    return QDateTime::fromMSecsSinceEpoch(qint64(stx.stx_btime.tv_sec) * 1000 + stx.stx_btime.tv_nsec / 1000000,
-                                          Qt::UTC);
+    return FilePath::date(stx.stx_btime);
 }
 
 QDateTime FileAttributes::creationDate(const QDateTime &birth, const QDateTime &stored)

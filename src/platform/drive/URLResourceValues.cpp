@@ -38,11 +38,6 @@ struct RealItem
     std::optional<QStringList> tags;
 };
 
-QDateTime dateOf(const struct statx_timestamp &time)
-{
-    return QDateTime::fromMSecsSinceEpoch(qint64(time.tv_sec) * 1000 + time.tv_nsec / 1000000, Qt::UTC);
-}
-
 QString suffixOf(const QString &name)
 {
     const qsizetype dot = name.lastIndexOf(QLatin1Char('.'));
@@ -210,7 +205,7 @@ std::optional<RealItem> realItemInDrive(const QString &path)
     item.folder = path.left(slash);
     item.mode = stx.stx_mode;
     item.size = stx.stx_size;
-    item.modified = dateOf(stx.stx_mtime);
+    item.modified = FilePath::date(stx.stx_mtime);
     item.created = FileAttributes::creationDate(FileAttributes::birthDate(stx), stored.creationDate);
     item.inDrive = true;
     item.sharedRole = stored.sharedRole;

@@ -178,6 +178,11 @@ QDateTime FilePath::modificationDate(const struct stat &st)
     return QDateTime::fromMSecsSinceEpoch(qint64(st.st_mtim.tv_sec) * 1000 + st.st_mtim.tv_nsec / 1000000);
 }
 
+QDateTime FilePath::date(const struct statx_timestamp &time)
+{
+    return QDateTime::fromMSecsSinceEpoch(qint64(time.tv_sec) * 1000 + time.tv_nsec / 1000000, Qt::UTC);
+}
+
 bool FilePath::exists(const QString &path)
 {
     return linkStatus(path).has_value();

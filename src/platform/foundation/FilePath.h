@@ -61,6 +61,8 @@ public:
     static std::optional<struct stat> status(const QString &path);
     /// The modification date a status holds, to the millisecond.
     static QDateTime modificationDate(const struct stat &st);
+    /// A time a statx holds, to the millisecond, in UTC.
+    static QDateTime date(const struct statx_timestamp &time);
     /// Whether anything, a dangling link included, has this path.
     static bool exists(const QString &path);
     /// The path with every link resolved, empty when it does not lead to an existing item.
