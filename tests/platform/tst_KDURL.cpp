@@ -38,6 +38,16 @@ private slots:
     }
 
     // Paths below the root are given without a leading slash.
+    // The string test takes what lies below the root, never the root itself nor a sibling
+    // whose name merely starts like it.
+    void pathBelowTheRootIsTestedByItsString()
+    {
+        QVERIFY(kd_pathIsBelowMobileDocumentsRoot(mobileDocuments() + QStringLiteral("/a/b.txt")));
+        QVERIFY(!kd_pathIsBelowMobileDocumentsRoot(mobileDocuments()));
+        QVERIFY(!kd_pathIsBelowMobileDocumentsRoot(mobileDocuments() + QStringLiteral(" 2/a.txt")));
+        QVERIFY(!kd_pathIsBelowMobileDocumentsRoot(QStringLiteral("/etc/passwd")));
+    }
+
     void pathRelativeToMobileDocuments()
     {
         QCOMPARE(kd_pathRelativeToMobileDocuments(m_drive.url(QStringLiteral("A/b.txt"))),

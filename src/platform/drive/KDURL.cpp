@@ -136,6 +136,12 @@ QString kd_resolvedPathInMobileDocuments(const QUrl &url)
     return QDir::cleanPath(DriveLayout::mobileDocumentsPath()) + real.mid(root.size());
 }
 
+bool kd_pathIsBelowMobileDocumentsRoot(const QString &path)
+{
+    const QString root = QDir::cleanPath(DriveLayout::mobileDocumentsPath());
+    return path != root && isSameOrBelow(path, root);
+}
+
 bool kd_isDocumentsContainer(const QUrl &url)
 {
     return kd_isDocumentsContainerAtPath(cleanLocalPath(url));

@@ -24,6 +24,10 @@ QString kd_resolvedPathInMobileDocuments(const QUrl &url);
 /// The URL's path below the drive's root, without a leading '/' ("com.example.Writer/Documents/A");
 /// empty for the root itself, a null string outside it.
 QString kd_pathRelativeToMobileDocuments(const QUrl &url);
+/// The cleaned path's string lies below the drive's root (the root itself does not count). A
+/// test of the string alone: where the path really leads is judged by
+/// kd_pathRelativeToMobileDocuments, or by opening it with no link on the way.
+bool kd_pathIsBelowMobileDocumentsRoot(const QString &path);
 /// The URL is a container's top-level folder, or the documents folder of an app's container.
 bool kd_isDocumentsContainer(const QUrl &url);
 /// The same for an item's cleaned local path.

@@ -1,6 +1,5 @@
 #include "platform/drive/URLResourceValues.h"
 
-#include "platform/drive/DriveLayout.h"
 #include "platform/drive/FileAttributes.h"
 #include "platform/drive/KDURL.h"
 #include "platform/drive/PromisePlaceholder.h"
@@ -21,7 +20,7 @@
 namespace {
 
 /// What the file system says of a real item, however it was read: through a descriptor opened
-/// beneath the drive's root, or by its path.
+/// with no link on the way, or by its path.
 struct RealItem
 {
     QString name;
@@ -38,16 +37,10 @@ struct RealItem
     std::optional<QStringList> tags;
 };
 
-QString suffixOf(const QString &name)
-{
-    const qsizetype dot = name.lastIndexOf(QLatin1Char('.'));
-    return dot < 0 ? QString() : name.mid(dot + 1);
-}
-
 /// A folder whose extension names a known non-folder type is one document (a package).
 QString packageType(const QString &name)
 {
-    const QString suffix = suffixOf(name);
+    const QString suffix = QFileInfo(name).suffix();
     return suffix.isEmpty() ? QString() : UniformType::preferredIdentifierForExtension(suffix);
 }
 
@@ -174,13 +167,6 @@ RealItem realItemAtPath(const QString &path, const struct stat &st, Wanted wante
     return item;
 }
 
-/// The path's string lies below the drive's root (the root itself does not count).
-bool isBelowDriveRoot(const QString &path)
-{
-    const QString root = QDir::cleanPath(DriveLayout::mobileDocumentsPath());
-    return path.size() > root.size() + 1 && path.startsWith(root) && path.at(root.size()) == QLatin1Char('/');
-}
-
 /// A real item of the drive read through one descriptor, opened with no link on the way: a
 /// status and one listing of its attributes, with no further look-up of its path. Null with
 /// errno when it cannot be opened that way.
@@ -262,7 +248,7 @@ std::optional<ResourceValues> URLResourceValues::plainItemValues(const QUrl &url
 {
     // opened with no link on the way, an item whose path's string is in the drive really is
     const QString path = QDir::cleanPath(url.toLocalFile());
-    if (!isBelowDriveRoot(path)) {
+    if (!kd_pathIsBelowMobileDocumentsRoot(path)) {
         return std::nullopt;
     }
     if (const std::optional<RealItem> item = realItemInDrive(path)) {

@@ -53,7 +53,7 @@ public:
     static std::optional<QVariantMap> resourceValuesForKeys(const QUrl &url, const QStringList &keys,
                                                             std::optional<Error> *error);
     /// Every value of an item of the drive that is no link, with its tags: a real item read
-    /// through one descriptor opened beneath the drive's root (a status and one listing of its
+    /// through one descriptor opened with no link on the way (a status and one listing of its
     /// attributes), or a promised item from its placeholder. A document's type is looked up by
     /// its name only `withDocumentType` (it costs a pass over the type database's patterns);
     /// without it, `typeIdentifier` is empty exactly when typeOfDocumentNamed gives it.
