@@ -52,7 +52,16 @@ std::shared_ptr<DRItem> DRItem::initWithURL(const QUrl &url)
 
 OperationQueue *DRItem::getThumbnailQueue()
 {
-    static auto *queue = new OperationQueue(QStringLiteral("thumbnailQueue"), QThread::LowestPriority); // until exit
+    static auto *queue = [] {
+        auto *made = new OperationQueue(QStringLiteral("thumbnailQueue"), QThread::LowestPriority); // until exit
+        // its work reads the drive's shared state, which the process's exit takes down: the
+        // work ends with the application, thumbnails not yet begun are not made
+        qAddPostRoutine([] {
+            getThumbnailQueue()->cancelAllOperations();
+            getThumbnailQueue()->waitUntilAllOperationsAreFinished();
+        });
+        return made;
+    }();
     return queue;
 }
 

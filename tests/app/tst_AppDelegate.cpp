@@ -236,6 +236,38 @@ private Q_SLOTS:
         QVERIFY(app.waitForFinished());
     }
 
+    // Quitting right after the first frame, while the list's thumbnails are still being made,
+    // ends the program cleanly every time: the thumbnail work ends with the application, before
+    // the process's exit takes down what that work reads.
+    void quittingWhileThumbnailsAreMadeEndsCleanly()
+    {
+        QTemporaryDir home;
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QStringLiteral("AEROVA_HOME"), home.path());
+        environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+        environment.insert(QStringLiteral("AEROVA_SYSLOG"), QStringLiteral("memory"));
+        QProcess init;
+        init.setProcessEnvironment(environment);
+        init.start(QStringLiteral(AEROVA_CTL_PATH), {QStringLiteral("init")});
+        QVERIFY(init.waitForFinished(30000));
+        QCOMPARE(init.exitCode(), 0);
+        const QString root = home.path() + QStringLiteral("/Mobile Documents/com.quillmere.AerovaDrive/");
+        for (int i = 0; i < 40; ++i) {
+            QVERIFY(TestDrive::writeFile(root + QStringLiteral("Picture %1.png").arg(i, 2, 10, QLatin1Char('0')),
+                                         TestDrive::png(600, 400)));
+        }
+        environment.insert(QStringLiteral("AEROVA_QUIT_AFTER_FIRST_FRAME"), QStringLiteral("1"));
+        for (int run = 0; run < 15; ++run) {
+            QProcess app;
+            app.setProcessEnvironment(environment);
+            app.start(QStringLiteral(AEROVA_APP_PATH), {});
+            QVERIFY(app.waitForFinished(30000));
+            QVERIFY2(app.exitStatus() == QProcess::NormalExit && app.exitCode() == 0,
+                     qPrintable(QStringLiteral("run %1: %2").arg(run).arg(QString::fromLocal8Bit(app.readAllStandardError()))));
+            QVERIFY(app.readAllStandardOutput().contains("first frame\n"));
+        }
+    }
+
     // senders encode the path twice: a space arrives as %2520
     void doublyEncodedSpaceBecomesASpace()
     {

@@ -33,6 +33,11 @@ void OperationQueue::addOperation(std::function<void()> operation)
     });
 }
 
+void OperationQueue::cancelAllOperations()
+{
+    m_pool.clear();
+}
+
 void OperationQueue::waitUntilAllOperationsAreFinished()
 {
     m_pool.waitForDone();

@@ -22,6 +22,8 @@ public:
     int maxConcurrentOperationCount() const;
 
     void addOperation(std::function<void()> operation);
+    /// Drops the operations that have not started yet; those running go on to their end.
+    void cancelAllOperations();
     /// Blocks until every operation submitted so far has finished.
     void waitUntilAllOperationsAreFinished();
 
