@@ -6,7 +6,7 @@
 #include "platform/drive/PromiseStore.h"
 #include "platform/foundation/DispatchQueue.h"
 #include "platform/lists/DocumentPickerUnavailableViewController.h"
-#include "platform/types/IconForResourceProxy.h"
+#include "platform/types/ThemeIconEngine.h"
 #include "platform/ui/Application.h"
 #include "platform/ui/Device.h"
 #include "platform/ui/InstanceChannel.h"
@@ -96,10 +96,9 @@ int main(int argc, char *argv[])
         }
         Device::setForcedIdiom(idiom);
     }
-    ensureIconTheme();
     // the installed icon (a theme may restyle it), else the one the program carries
-    QApplication::setWindowIcon(QIcon::fromTheme(QStringLiteral("com.quillmere.AerovaDriveApp"),
-                                                 QIcon(QStringLiteral(":/icons/com.quillmere.AerovaDriveApp.svg"))));
+    QApplication::setWindowIcon(ThemeIconEngine::icon({QStringLiteral("com.quillmere.AerovaDriveApp")}, QColor(),
+                                                      QStringLiteral(":/icons/com.quillmere.AerovaDriveApp.svg")));
     DocumentPickerUnavailableViewController::registerClass();
     if (parser.isSet(QStringLiteral("tour"))) {
         return Tour::run(parser.value(QStringLiteral("tour")));

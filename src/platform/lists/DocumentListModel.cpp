@@ -9,7 +9,7 @@
 #include "platform/foundation/FilePath.h"
 #include "platform/foundation/LocalizedString.h"
 #include "platform/foundation/OperationQueue.h"
-#include "platform/types/IconForResourceProxy.h"
+#include "platform/types/ThemeIconEngine.h"
 #include "platform/types/UniformType.h"
 
 #include <QCollator>
@@ -279,13 +279,12 @@ std::vector<qint64> sortNumbers(const QList<DocumentListEntry> &entries, const L
 
 QIcon DocumentListModel::iconForEntry(const DocumentListEntry &entry)
 {
-    ensureIconTheme();
     static QHash<QString, QIcon> icons;
     if (entry.isFolder || entry.isAppContainer) {
         const QString key = entry.isAppContainer ? QStringLiteral("folder-documents") : QStringLiteral("folder");
         auto it = icons.find(key);
         if (it == icons.end()) {
-            it = icons.insert(key, QIcon::fromTheme(key, QIcon::fromTheme(QStringLiteral("folder"))));
+            it = icons.insert(key, ThemeIconEngine::icon({key, QStringLiteral("folder")}));
         }
         return *it;
     }
@@ -293,11 +292,8 @@ QIcon DocumentListModel::iconForEntry(const DocumentListEntry &entry)
     const QMimeType type = database.mimeTypeForFile(entry.name, QMimeDatabase::MatchExtension);
     auto it = icons.find(type.name());
     if (it == icons.end()) {
-        QIcon icon = QIcon::fromTheme(type.iconName());
-        if (icon.isNull()) {
-            icon = QIcon::fromTheme(type.genericIconName(), QIcon::fromTheme(QStringLiteral("text-x-generic")));
-        }
-        it = icons.insert(type.name(), icon);
+        it = icons.insert(type.name(), ThemeIconEngine::icon({type.iconName(), type.genericIconName(),
+                                                               QStringLiteral("text-x-generic")}));
     }
     return *it;
 }

@@ -3,6 +3,7 @@
 #include "platform/drive/RemoteAccount.h"
 #include "platform/foundation/LocalizedString.h"
 #include "platform/lists/ConnectServerViewController.h"
+#include "platform/types/ThemeIconEngine.h"
 #include "platform/ui/Font.h"
 #include "platform/ui/SystemColor.h"
 #include "platform/ui/ViewControllerRegistry.h"
@@ -36,8 +37,7 @@ QWidget *DocumentPickerUnavailableViewController::loadView()
     layout->setSpacing(12);
     layout->addStretch(2);
     auto *icon = new QLabel(root);
-    icon->setPixmap(QIcon::fromTheme(QStringLiteral("folder-cloud"), QIcon::fromTheme(QStringLiteral("folder-remote")))
-                        .pixmap(96, 96));
+    icon->setPixmap(ThemeIconEngine::icon({QStringLiteral("folder-cloud"), QStringLiteral("folder-remote")}).pixmap(96, 96));
     icon->setAlignment(Qt::AlignCenter);
     layout->addWidget(icon);
     auto *title = new QLabel(LocalizedString::localized(QStringLiteral("Aerova Drive Is Off")), root);

@@ -5,7 +5,7 @@
 #include "platform/foundation/LocalizedString.h"
 #include "platform/lists/DocumentItemDelegate.h"
 #include "platform/lists/DocumentListModel.h"
-#include "platform/types/IconForResourceProxy.h"
+#include "platform/types/ThemeIconEngine.h"
 #include "platform/ui/Font.h"
 
 #include <QCollator>
@@ -59,8 +59,7 @@ void DocumentTargetFolderListController::readFolders()
     std::sort(paths.begin(), paths.end(), [&collator](const QString &a, const QString &b) {
         return collator.compare(QFileInfo(a).fileName(), QFileInfo(b).fileName()) < 0;
     });
-    ensureIconTheme();
-    const QIcon folderIcon = QIcon::fromTheme(QStringLiteral("folder"));
+    const QIcon folderIcon = ThemeIconEngine::icon({QStringLiteral("folder")});
     // rows carry the roles of the folder lists, so that they look the same
     const QString folderKind = LocalizedString::localized(QStringLiteral("Folder"));
     for (const QString &path : std::as_const(paths)) {
