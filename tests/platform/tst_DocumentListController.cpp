@@ -30,6 +30,12 @@
 #include <QTimer>
 #include <QScopeGuard>
 #include <QTest>
+#include <QThread>
+
+#include <atomic>
+#include <thread>
+
+#include <sys/stat.h>
 
 
 /// A screen that owns lists, as the browser does, allowing new folders where told.
@@ -461,6 +467,67 @@ private slots:
         QCOMPARE(list.containedItemCount(), expected.size());
         QVERIFY(list.model()->entries().at(0).isFolder);
         QVERIFY(list.model()->entries().at(list.model()->rowForURL(QUrl::fromLocalFile(path(numbered("doc", 2600))))).isPromise);
+    }
+
+    // A large folder's watch is made while the folder is read: documents made all the while,
+    // before the watch began, during the reading and after it, are all listed in the end.
+    void documentsMadeWhileALargeFolderIsReadAreAllListed()
+    {
+        const QString folder = m_drive.freshFolder(QStringLiteral("Large and busy"));
+        for (int i = 0; i < 9000; ++i) {
+            QVERIFY(TestDrive::writeFile(folder + QStringLiteral("/A document with a long name to fill the folder %1.txt").arg(i), "x"));
+        }
+        const std::optional<struct stat> folderStatus = FilePath::status(folder);
+        QVERIFY(folderStatus);
+        if (folderStatus->st_size < 256 * 1024) {
+            QSKIP("this file system gives folders no size by their entries");
+        }
+        std::atomic<bool> stop = false;
+        std::atomic<int> made = 0;
+        std::thread writer([&] {
+            while (!stop) {
+                TestDrive::writeFile(folder + QStringLiteral("/late %1.txt").arg(made.load()), "late");
+                ++made;
+            }
+        });
+        while (made < 20) {
+            QThread::yieldCurrentThread();
+        }
+        {
+            DocumentListController list(QUrl::fromLocalFile(folder), nullptr);
+            const int madeWhileOpening = made;
+            while (made < madeWhileOpening + 20) {
+                QThread::yieldCurrentThread();
+            }
+            stop = true;
+            writer.join();
+            auto *watcher = list.findChild<FolderEntryWatcher *>();
+            QVERIFY(watcher && watcher->reportsNames());
+            QTRY_COMPARE_WITH_TIMEOUT(list.containedItemCount(), qsizetype(9000 + made), 30000);
+            QCOMPARE(list.model()->entries(), DocumentListModel::entriesOfFolder(folder));
+        }
+    }
+
+    // What tells that a large folder may have changed unseen while it was read and its watch
+    // began: its date, its identity, or a date too recent to tell.
+    void aFolderMayHaveChangedUnseenWhenItsDateSaysSo()
+    {
+        struct stat before {};
+        before.st_ino = 42;
+        before.st_mtim = {1'700'000'000, 500'000'000};
+        const qint64 longAfter = 1'700'000'000'500LL + 10'000;
+        QVERIFY(!DocumentListController::mayHaveChangedUnseen(before, before, longAfter));
+        struct stat newer = before;
+        newer.st_mtim.tv_nsec += 1;
+        QVERIFY(DocumentListController::mayHaveChangedUnseen(before, newer, longAfter));
+        struct stat replaced = before;
+        replaced.st_ino = 43;
+        QVERIFY(DocumentListController::mayHaveChangedUnseen(before, replaced, longAfter));
+        QVERIFY(DocumentListController::mayHaveChangedUnseen(before, std::nullopt, longAfter));
+        // changed within the last tick of the clock: a second change may hide behind the same date
+        QVERIFY(DocumentListController::mayHaveChangedUnseen(before, before, 1'700'000'000'500LL + 5));
+        // a date in the future proves nothing either
+        QVERIFY(DocumentListController::mayHaveChangedUnseen(before, before, 1'700'000'000'500LL - 1000));
     }
 
     // When more changes come than the kernel keeps, their names are lost: the list reads the

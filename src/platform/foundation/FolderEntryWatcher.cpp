@@ -8,10 +8,15 @@
 #include <cstring>
 
 FolderEntryWatcher::FolderEntryWatcher(const QString &folder, QObject *parent)
+    : FolderEntryWatcher(folder, FolderWatchHub::instance()->watchAhead(folder, false).get(), parent)
+{
+}
+
+FolderEntryWatcher::FolderEntryWatcher(const QString &folder, const FolderWatchHub::Ahead &ahead, QObject *parent)
     : QObject(parent)
     , m_folder(folder)
 {
-    const int problem = FolderWatchHub::instance()->add(folder, this);
+    const int problem = FolderWatchHub::instance()->adopt(ahead, this);
     if (problem == 0) {
         return;
     }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/foundation/FolderWatchHub.h"
+
 #include <QObject>
 #include <QString>
 #include <QStringList>
@@ -20,6 +22,8 @@ class FolderEntryWatcher final : public QObject
 
 public:
     explicit FolderEntryWatcher(const QString &folder, QObject *parent = nullptr);
+    /// With the kernel's watch asked for ahead (FolderWatchHub::watchAhead).
+    FolderEntryWatcher(const QString &folder, const FolderWatchHub::Ahead &ahead, QObject *parent = nullptr);
     ~FolderEntryWatcher() override;
     Q_DISABLE_COPY_MOVE(FolderEntryWatcher)
 

@@ -58,19 +58,38 @@ FolderWatchHub::~FolderWatchHub()
     }
 }
 
-int FolderWatchHub::add(const QString &folder, FolderEntryWatcher *watcher)
+std::future<FolderWatchHub::Ahead> FolderWatchHub::watchAhead(const QString &folder, bool beside)
 {
     Q_ASSERT(QThread::currentThread() == thread());
-    if (m_fd < 0) {
-        return m_openError;
+    if (m_fd >= 0 && beside) {
+        // the kernel's calls on the descriptor are safe from any thread; the hub's own books
+        // are kept on its thread, by adopt
+        return std::async(std::launch::async, [fd = m_fd, folder] { return addWatch(fd, folder); });
     }
+    std::promise<Ahead> now;
+    now.set_value(m_fd < 0 ? Ahead{-1, m_openError, std::nullopt} : addWatch(m_fd, folder));
+    return now.get_future();
+}
+
+FolderWatchHub::Ahead FolderWatchHub::addWatch(int fd, const QString &folder)
+{
     // the same folder twice gives the same descriptor: both watchers hear of it
-    const int wd = ::inotify_add_watch(m_fd, FilePath::encode(folder).constData(), WatchedEvents);
+    const QByteArray path = FilePath::encode(folder);
+    const int wd = ::inotify_add_watch(fd, path.constData(), WatchedEvents);
     if (wd < 0) {
-        return errno;
+        return {-1, errno, std::nullopt};
     }
-    m_watchersOfDescriptor[wd].append(watcher);
-    m_descriptorOfWatcher.insert(watcher, wd);
+    return {wd, 0, FilePath::status(folder)};
+}
+
+int FolderWatchHub::adopt(const Ahead &ahead, FolderEntryWatcher *watcher)
+{
+    Q_ASSERT(QThread::currentThread() == thread());
+    if (ahead.descriptor < 0) {
+        return ahead.error;
+    }
+    m_watchersOfDescriptor[ahead.descriptor].append(watcher);
+    m_descriptorOfWatcher.insert(watcher, ahead.descriptor);
     return 0;
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "model/DocumentImporter.h"
+#include "platform/foundation/FolderWatchHub.h"
 #include "platform/lists/DocumentListEntry.h"
 #include "platform/lists/ListSortOrder.h"
 #include "platform/ui/ViewController.h"
@@ -36,6 +37,12 @@ class DocumentListController final : public ViewController
     Q_OBJECT
 
 public:
+    /// Whether a folder may have changed between its status taken before its reading (at
+    /// `readStartedMs`) and its status right after its watch began, unseen by both: its date
+    /// or its identity changed, or its date is too recent to tell (a second change within one
+    /// tick of the kernel's clock leaves it as it was).
+    static bool mayHaveChangedUnseen(const struct stat &before, const std::optional<struct stat> &after,
+                                     qint64 readStartedMs);
     enum ActionBit : qint64 {
         DeleteActionBit = 1,
         MoreActionBit = 2,
@@ -117,7 +124,10 @@ protected:
 private:
     void setUp();
     void applyGridMode();
-    void watchFolder();
+    void watchFolder(const FolderWatchHub::Ahead &ahead);
+    /// Reads the folder again a little later, once for a burst of changes.
+    void rereadSoon();
+
     /// The list's rows as they are on disk now; callable from any thread.
     static QList<DocumentListEntry> readEntries(bool isDriveRoot, const QString &folderPath, const ListSortOrder &order);
     bool acceptDrop(QObject *watched, QEvent *event);
