@@ -57,12 +57,17 @@ private slots:
         QVERIFY(m_icons.isValid());
         QVERIFY(TestDrive::writeFile(themeFolder() + QStringLiteral("/index.theme"),
                                      "[Icon Theme]\nName=AerovaTest\nInherits=hicolor\n"
-                                     "Directories=16x16/apps,48x48/apps,scalable/apps\n\n"
+                                     "Directories=16x16/apps,16x16@2/apps,32x32/apps,48x48/apps,scalable/apps\n\n"
                                      "[16x16/apps]\nSize=16\nType=Fixed\n\n"
+                                     "[16x16@2/apps]\nSize=16\nScale=2\nType=Fixed\n\n"
+                                     "[32x32/apps]\nSize=32\nType=Fixed\n\n"
                                      "[48x48/apps]\nSize=48\nType=Fixed\n\n"
                                      "[scalable/apps]\nSize=16\nMinSize=8\nMaxSize=512\nType=Scalable\n"));
         writePng(themeFolder() + QStringLiteral("/16x16/apps/test-red.png"), 16, Qt::red);
         writePng(themeFolder() + QStringLiteral("/48x48/apps/test-red.png"), 48, Qt::red);
+        // a picture drawn for screens of twice the density, and another for 32 pixels
+        writePng(themeFolder() + QStringLiteral("/16x16@2/apps/test-dense.png"), 32, Qt::blue);
+        writePng(themeFolder() + QStringLiteral("/32x32/apps/test-dense.png"), 32, Qt::green);
         QVERIFY(TestDrive::writeFile(themeFolder() + QStringLiteral("/scalable/apps/test-shape-symbolic.svg"),
                                      "<svg xmlns='http://www.w3.org/2000/svg' width='16' height='16'>"
                                      "<rect x='2' y='2' width='12' height='12' fill='#000000'/></svg>"));
@@ -82,6 +87,31 @@ private slots:
             QCOMPARE(imageOf(icon.pixmap(side, side)), imageOf(theme.pixmap(side, side)));
         }
         QCOMPARE(imageOf(icon.pixmap(48, 48)).pixelColor(24, 24), QColor(Qt::red));
+    }
+
+    // On a screen of twice the density the picture is the one the theme gives for that scale,
+    // of the same size and density as the theme's own icon gives it, before and after a start.
+    void onADenserScreenThePictureIsTheThemesForThatScale()
+    {
+        for (int start = 0; start < 2; ++start) {
+            for (const QString &name : {QStringLiteral("test-red"), QStringLiteral("test-dense")}) {
+                const QIcon theme = QIcon::fromTheme(name);
+                const QIcon icon = ThemeIconEngine::icon({name});
+                for (const int side : {16, 24, 44}) {
+                    const QPixmap expected = theme.pixmap(QSize(side, side), 2.0);
+                    const QPixmap drawn = icon.pixmap(QSize(side, side), 2.0);
+                    QCOMPARE(drawn.size(), expected.size());
+                    QCOMPARE(drawn.devicePixelRatio(), expected.devicePixelRatio());
+                    QCOMPARE(imageOf(drawn), imageOf(expected));
+                }
+            }
+            // the picture made for the denser screen, not the one of as many pixels at one scale
+            QCOMPARE(imageOf(ThemeIconEngine::icon({QStringLiteral("test-dense")}).pixmap(QSize(16, 16), 2.0)).pixelColor(8, 8),
+                     QColor(Qt::blue));
+            QCOMPARE(imageOf(ThemeIconEngine::icon({QStringLiteral("test-dense")}).pixmap(QSize(32, 32), 1.0)).pixelColor(8, 8),
+                     QColor(Qt::green));
+            startAgain();
+        }
     }
 
     // A later start draws the cached pictures without the theme: here the theme no longer even

@@ -36,10 +36,21 @@ void ThemeIconEngine::paint(QPainter *painter, const QRect &rect, QIcon::Mode mo
 QPixmap ThemeIconEngine::pixmap(const QSize &size, QIcon::Mode mode, QIcon::State state)
 {
     Q_UNUSED(state) // a theme's icons have one state
+    return picture(size, 1.0, mode);
+}
+
+QPixmap ThemeIconEngine::scaledPixmap(const QSize &size, QIcon::Mode mode, QIcon::State state, qreal scale)
+{
+    Q_UNUSED(state)
+    return picture(size, scale, mode);
+}
+
+QPixmap ThemeIconEngine::picture(const QSize &size, qreal scale, QIcon::Mode mode)
+{
     if (isNull() || size.isEmpty()) {
         return {};
     }
-    const QPixmap normal = normalPixmap(size);
+    const QPixmap normal = normalPixmap(size, scale);
     auto *application = qobject_cast<QApplication *>(QCoreApplication::instance());
     if (mode == QIcon::Normal || normal.isNull() || !application) {
         return normal;
@@ -127,31 +138,38 @@ const QIcon &ThemeIconEngine::source()
     return *m_source;
 }
 
-QPixmap ThemeIconEngine::normalPixmap(const QSize &size)
+QPixmap ThemeIconEngine::normalPixmap(const QSize &size, qreal scale)
 {
     const std::shared_ptr<IconCache> cache = IconCache::shared();
+    // a picture for a denser screen is kept apart: the theme may draw it at another size
+    const QString pictureKey = scale == 1.0 ? imageKey() : imageKey() + QStringLiteral(" @") + QString::number(scale);
     const QString memoryKey = QStringLiteral("ThemeIconEngine\n%1\n%2\n%3x%4")
-                                  .arg(cache->stamp(), imageKey())
+                                  .arg(cache->stamp(), pictureKey)
                                   .arg(size.width())
                                   .arg(size.height());
     QPixmap picture;
     if (QPixmapCache::find(memoryKey, &picture)) {
         return picture;
     }
-    QImage image = cache->image(imageKey(), size);
+    QImage image = cache->image(pictureKey, size);
     if (image.isNull()) {
-        image = drawnFromTheme(size);
-        cache->setImage(imageKey(), size, image);
+        image = drawnFromTheme(size, scale);
+        cache->setImage(pictureKey, size, image);
     }
     picture = QPixmap::fromImage(image);
     QPixmapCache::insert(memoryKey, picture);
     return picture;
 }
 
-QImage ThemeIconEngine::drawnFromTheme(const QSize &size)
+QImage ThemeIconEngine::drawnFromTheme(const QSize &size, qreal scale)
 {
-    // the size asked for is in device pixels already
-    QImage image = source().pixmap(size, 1.0).toImage().convertToFormat(QImage::Format_ARGB32_Premultiplied);
+    // asked as a list asks the theme's own icon, in logical pixels at the screen's scale: the
+    // theme picks the picture made for that scale, and Qt's icon hands the size on in device
+    // pixels again
+    const QPixmap drawn = scale == 1.0 ? source().pixmap(size, 1.0)
+                                       : source().pixmap((QSizeF(size) / scale).toSize(), scale);
+    QImage image = drawn.toImage().convertToFormat(QImage::Format_ARGB32_Premultiplied);
+    image.setDevicePixelRatio(1.0);
     if (image.isNull() || !m_tint.isValid()) {
         return image;
     }

@@ -27,6 +27,9 @@ public:
 
     void paint(QPainter *painter, const QRect &rect, QIcon::Mode mode, QIcon::State state) override;
     QPixmap pixmap(const QSize &size, QIcon::Mode mode, QIcon::State state) override;
+    /// For a screen of `scale` device pixels to the logical one, `size` in device pixels: the
+    /// picture the theme gives for it, which may be of a size drawn for that scale.
+    QPixmap scaledPixmap(const QSize &size, QIcon::Mode mode, QIcon::State state, qreal scale) override;
     QSize actualSize(const QSize &size, QIcon::Mode mode, QIcon::State state) override;
     QList<QSize> availableSizes(QIcon::Mode mode, QIcon::State state) override;
     bool isNull() override;
@@ -40,8 +43,9 @@ private:
     /// The entry key and the tint: what a picture is kept under.
     QString imageKey() const;
     const QIcon &source();
-    QPixmap normalPixmap(const QSize &size);
-    QImage drawnFromTheme(const QSize &size);
+    QPixmap picture(const QSize &size, qreal scale, QIcon::Mode mode);
+    QPixmap normalPixmap(const QSize &size, qreal scale);
+    QImage drawnFromTheme(const QSize &size, qreal scale);
 
     const QStringList m_names;
     const QColor m_tint;
