@@ -117,6 +117,51 @@ private slots:
         QVERIFY(!next.entry(QStringLiteral("name | ")).has_value());
     }
 
+    // A link in a picture's place is not followed, and with a link on the way to the cache's
+    // folder the cache is neither read nor written: nothing outside the home is read or changed.
+    void linksAreNotFollowed()
+    {
+        QTemporaryDir elsewhere;
+        const QString folder = IconCache::defaultFolder();
+        {
+            IconCache cache(folder, QStringLiteral("stamp-1"));
+            cache.setEntry(QStringLiteral("a | "), {true, {QSize(16, 16)}, QStringLiteral("a")});
+            cache.setImage(QStringLiteral("a |  | "), QSize(16, 16), square(Qt::red, 16));
+        }
+        const QStringList pictures = QDir(folder).entryList({QStringLiteral("*.argb")}, QDir::Files);
+        QCOMPARE(pictures.size(), 1);
+        // a picture of another colour, well made, outside: a link to it must not show it
+        {
+            IconCache outside(elsewhere.path(), QStringLiteral("stamp-1"));
+            outside.setImage(QStringLiteral("a |  | "), QSize(16, 16), square(Qt::blue, 16));
+        }
+        const QString picture = folder + QLatin1Char('/') + pictures.constFirst();
+        QVERIFY(QFile::remove(picture));
+        QVERIFY(QFile::link(elsewhere.path() + QLatin1Char('/') + pictures.constFirst(), picture));
+        IconCache withLink(folder, QStringLiteral("stamp-1"));
+        QVERIFY(withLink.entry(QStringLiteral("a | ")).has_value());
+        QVERIFY(withLink.image(QStringLiteral("a |  | "), QSize(16, 16)).isNull());
+
+        // the cache's folder itself a link to a folder outside
+        QVERIFY(QDir(folder).removeRecursively());
+        QTemporaryDir target;
+        QVERIFY(QFile::link(target.path(), folder));
+        QVERIFY(TestDrive::writeFile(target.path() + QStringLiteral("/index"), "aerova icon cache 1\nstamp-1\na | \t1\t16x16\ta\n"));
+        {
+            IconCache linked(folder, QStringLiteral("stamp-1"));
+            QVERIFY(!linked.entry(QStringLiteral("a | ")).has_value());
+            linked.setImage(QStringLiteral("b |  | "), QSize(16, 16), square(Qt::red, 16));
+            linked.setEntry(QStringLiteral("b | "), {true, {QSize(16, 16)}, QStringLiteral("b")});
+        }
+        QCOMPARE(QDir(target.path()).entryList(QDir::Files), QStringList{QStringLiteral("index")});
+        QCOMPARE(TestDrive::readFile(target.path() + QStringLiteral("/index")),
+                 QByteArray("aerova icon cache 1\nstamp-1\na | \t1\t16x16\ta\n"));
+        IconCache::setChosenTheme(folder, QStringLiteral("stamp-1"), QStringLiteral("Adwaita"));
+        QThreadPool::globalInstance()->waitForDone();
+        QVERIFY(!QFile::exists(target.path() + QStringLiteral("/theme")));
+        QVERIFY(QFile::remove(folder));
+    }
+
     // The theme given to a session without one is remembered while the themes stay the same.
     void theChosenThemeIsRememberedForItsStamp()
     {

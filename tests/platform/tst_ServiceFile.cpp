@@ -90,6 +90,29 @@ private slots:
         QCOMPARE(RegularFileReader::check(path + QStringLiteral(".none"), &problem), RegularFileReader::Status::Missing);
     }
 
+    // A reader that refuses links reads a file in its place, never one a link there leads to;
+    // one that follows them reads the file the link leads to.
+    void aLinkIsReadOnlyWhenLinksAreFollowed()
+    {
+        const QString target = m_drive.home() + QStringLiteral("/target.txt");
+        const QString link = m_drive.home() + QStringLiteral("/link.txt");
+        QVERIFY(TestDrive::writeFile(target, "behind the link"));
+        QVERIFY(QFile::link(target, link));
+        QByteArray bytes;
+        QString problem;
+        QCOMPARE(RegularFileReader::read(link, &bytes, &problem, RegularFileReader::DefaultLimit,
+                                         RegularFileReader::Links::Refuse),
+                 RegularFileReader::Status::Unusable);
+        QVERIFY(bytes.isEmpty());
+        QCOMPARE(problem, QStringLiteral("is a link"));
+        QCOMPARE(RegularFileReader::read(target, &bytes, &problem, RegularFileReader::DefaultLimit,
+                                         RegularFileReader::Links::Refuse),
+                 RegularFileReader::Status::Read);
+        QCOMPARE(bytes, QByteArray("behind the link"));
+        QCOMPARE(RegularFileReader::read(link, &bytes, &problem), RegularFileReader::Status::Read);
+        QCOMPARE(bytes, QByteArray("behind the link"));
+    }
+
     // Sizes and counts from a file are whole numbers a JSON number holds exactly.
     void wholeNumbersOnly()
     {

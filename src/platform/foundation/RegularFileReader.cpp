@@ -54,14 +54,19 @@ RegularFileReader::Status judge(const struct stat &st, QString *problem, qint64 
 } // namespace
 
 RegularFileReader::Status RegularFileReader::read(const QString &path, QByteArray *bytes, QString *problem,
-                                                  qint64 limit)
+                                                  qint64 limit, Links links)
 {
     bytes->clear();
     // O_NONBLOCK: opening a FIFO without a writer returns at once instead of waiting for one
-    const int fd = ::open(FilePath::encode(path).constData(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+    const int fd = ::open(FilePath::encode(path).constData(),
+                          O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC | (links == Links::Refuse ? O_NOFOLLOW : 0));
     if (fd < 0) {
         if (errno == ENOENT || errno == ENOTDIR) {
             return Status::Missing;
+        }
+        if (errno == ELOOP && links == Links::Refuse) {
+            *problem = QStringLiteral("is a link");
+            return Status::Unusable;
         }
         *problem = QStringLiteral("cannot be opened: %1").arg(QString::fromLocal8Bit(std::strerror(errno)));
         return Status::Unusable;

@@ -8,6 +8,7 @@
 #include <QCryptographicHash>
 #include <QCoreApplication>
 #include <QDir>
+#include <QFileInfo>
 #include <QIcon>
 #include <QSaveFile>
 #include <QThread>
@@ -156,6 +157,23 @@ QImage decodeImage(const QByteArray &bytes)
     return image;
 }
 
+/// Whether no folder from the app's container down to `folder` is a link: the cache is read
+/// and written only where it is, never where a link would lead.
+bool noLinkOnTheWay(const QString &folder)
+{
+    const QString container = DriveLayout::appContainerPath();
+    const bool inContainer = folder == container || folder.startsWith(container + QLatin1Char('/'));
+    for (QString path = folder;; path = QFileInfo(path).path()) {
+        if (const std::optional<struct stat> st = FilePath::linkStatus(path); st && S_ISLNK(st->st_mode)) {
+            return false;
+        }
+        // a folder of a test's own, outside the container, is looked at by itself
+        if (!inContainer || path == container || path.size() <= 1) {
+            return true;
+        }
+    }
+}
+
 bool writeWhole(const QString &path, const QByteArray &bytes)
 {
     QSaveFile file(path);
@@ -167,6 +185,7 @@ bool writeWhole(const QString &path, const QByteArray &bytes)
 IconCache::IconCache(const QString &folder, const QString &stamp)
     : m_folder(folder)
     , m_stamp(stamp)
+    , m_usable(noLinkOnTheWay(folder))
 {
     readIndex();
 }
@@ -227,8 +246,10 @@ std::optional<QString> IconCache::chosenTheme(const QString &folder, const QStri
 {
     QByteArray bytes;
     QString problem;
-    if (RegularFileReader::read(folder + QStringLiteral("/theme"), &bytes, &problem, LargestIndex)
-        != RegularFileReader::Status::Read) {
+    if (!noLinkOnTheWay(folder)
+        || RegularFileReader::read(folder + QStringLiteral("/theme"), &bytes, &problem, LargestIndex,
+                                   RegularFileReader::Links::Refuse)
+            != RegularFileReader::Status::Read) {
         return std::nullopt;
     }
     const QStringList lines = QString::fromUtf8(bytes).split(QLatin1Char('\n'));
@@ -245,8 +266,9 @@ void IconCache::setChosenTheme(const QString &folder, const QString &stamp, cons
     }
     const QByteArray bytes = (stamp + QLatin1Char('\n') + themeName + QLatin1Char('\n')).toUtf8();
     DispatchQueue::globalAsync([folder, bytes] {
-        QDir().mkpath(folder);
-        writeWhole(folder + QStringLiteral("/theme"), bytes);
+        if (noLinkOnTheWay(folder) && QDir().mkpath(folder)) {
+            writeWhole(folder + QStringLiteral("/theme"), bytes);
+        }
     });
 }
 
@@ -289,8 +311,10 @@ QImage IconCache::image(const QString &key, const QSize &size) const
     }
     QByteArray bytes;
     QString problem;
-    if (RegularFileReader::read(imagePath(key, size), &bytes, &problem, ImageHeaderSize + 4LL * LargestSide * LargestSide)
-        != RegularFileReader::Status::Read) {
+    if (!m_usable
+        || RegularFileReader::read(imagePath(key, size), &bytes, &problem, ImageHeaderSize + 4LL * LargestSide * LargestSide,
+                                   RegularFileReader::Links::Refuse)
+            != RegularFileReader::Status::Read) {
         return {};
     }
     return decodeImage(bytes);
@@ -315,7 +339,9 @@ void IconCache::flush()
     if (m_pendingImages.isEmpty() && !m_indexChanged) {
         return;
     }
-    if (!QDir().mkpath(m_folder)) {
+    if (!m_usable || !QDir().mkpath(m_folder)) {
+        m_pendingImages.clear();
+        m_indexChanged = false;
         return;
     }
     if (m_startOver) {
@@ -360,7 +386,9 @@ void IconCache::readIndex()
 {
     QByteArray bytes;
     QString problem;
-    const RegularFileReader::Status status = RegularFileReader::read(indexPath(), &bytes, &problem, LargestIndex);
+    const RegularFileReader::Status status = m_usable
+        ? RegularFileReader::read(indexPath(), &bytes, &problem, LargestIndex, RegularFileReader::Links::Refuse)
+        : RegularFileReader::Status::Unusable;
     const QStringList lines = QString::fromUtf8(bytes).split(QLatin1Char('\n'));
     if (status != RegularFileReader::Status::Read || lines.size() < 2 || lines.at(0) != QLatin1String(IndexMagic)
         || lines.at(1) != m_stamp) {

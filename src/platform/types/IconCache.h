@@ -24,8 +24,8 @@
 /// install), so a changed theme gives another stamp, and the cache starts over.
 ///
 /// The files are outside input like any other: a picture file that is not a regular file of
-/// exactly the size its header names, or an index line that does not parse, is ignored and the
-/// theme is asked again. Files are written under their final name only whole (QSaveFile), on
+/// exactly the size its header names, a link, or an index line that does not parse, is ignored
+/// and the theme is asked again; with a link on the way to the folder the cache is not used. Files are written under their final name only whole (QSaveFile), on
 /// the global queue, never on the caller's thread.
 class IconCache final : public std::enable_shared_from_this<IconCache>
 {
@@ -83,6 +83,8 @@ private:
 
     const QString m_folder;
     const QString m_stamp;
+    /// False when a link stands on the way to the folder: nothing is read or written there.
+    const bool m_usable;
     mutable QMutex m_mutex;
     QHash<QString, Entry> m_entries;
     bool m_indexChanged = false;
