@@ -168,6 +168,9 @@ PreviewController::~PreviewController() = default;
 
 bool PreviewController::canPreviewItem(const QUrl &url)
 {
+    if (FilePath::holdsUndecodableBytes(url.toLocalFile())) {
+        return false; // known from the name alone: nothing of the item is read
+    }
     std::optional<Error> error;
     const auto values = URLResourceValues::promisedItemResourceValuesForKeys(
         url, {URLResourceKey::TypeIdentifier, URLResourceKey::IsDirectory}, &error);
