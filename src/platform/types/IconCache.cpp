@@ -197,14 +197,17 @@ IconCache::~IconCache()
 
 std::shared_ptr<IconCache> IconCache::shared()
 {
+    static QMutex mutex;
     static std::shared_ptr<IconCache> cache;
     static QString madeFor;
     const QString folder = defaultFolder();
     const QString theme = QIcon::themeName();
     const QStringList searchPaths = QIcon::themeSearchPaths();
     const QString identity = folder + QLatin1Char('\n') + theme + QLatin1Char('\n') + searchPaths.join(QLatin1Char('\n'));
+    QMutexLocker lock(&mutex);
     static const bool flushedAtTheEnd = [] {
         qAddPostRoutine([] {
+            QMutexLocker atTheEnd(&mutex);
             if (cache) {
                 cache->flush();
             }
