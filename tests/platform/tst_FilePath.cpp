@@ -119,6 +119,23 @@ private slots:
                                     QStringLiteral("out")}));
     }
 
+    // A path is cleaned as Qt cleans it, whatever its steps; one that is clean already comes
+    // back as the same string, not a copy made by a pass over it.
+    void cleanPathIsQtsAndKeepsACleanPath()
+    {
+        for (const char *text : {"", "/", "//", "///a", "/a", "/a/", "/a//b", "/a/./b", "/a/../b", "/a/b/..", "/a/b/.",
+                                 "/..", "/.", "/a/.b", "/a/..b", "/a/...", "/a/b.", "a", "a/b", "./a", "../a", ".", "..",
+                                 "a/..", "/a/b/../../..", "/Mobile Documents/com.quillmere.AerovaDrive/Notes.txt",
+                                 "/Mobile Documents/./com.quillmere.AerovaDrive//Notes.txt/"}) {
+            const QString path = QString::fromUtf8(text);
+            QCOMPARE(FilePath::cleanPath(path), QDir::cleanPath(path));
+        }
+        const QString clean = QStringLiteral("/home/someone/Mobile Documents/com.quillmere.AerovaDrive/Notes.txt");
+        QCOMPARE(FilePath::cleanPath(clean).constData(), clean.constData());
+        const QString unclean = clean + QLatin1Char('/');
+        QVERIFY(FilePath::cleanPath(unclean).constData() != unclean.constData());
+    }
+
     // An item opened without links is where its path's string says: a link at the end or on
     // the way is refused (ELOOP), so nothing is reached through one; a FIFO opens at once.
     void openWithoutLinksRefusesEveryLink()

@@ -75,7 +75,7 @@ void FileCoordinator::coordinateReadingItemAtURL_options_error_byAccessor(
     const QUrl &url, ReadingOptions options, std::optional<Error> *error, const std::function<void(const QUrl &)> &reader)
 {
     const QString asked = url.isLocalFile() ? url.toLocalFile() : QString();
-    QString path = QDir::cleanPath(asked);
+    QString path = FilePath::cleanPath(asked);
     if (path.isEmpty()) {
         if (error) {
             *error = invalidURLError(url);

@@ -22,7 +22,7 @@ QString cleanLocalPath(const QUrl &url)
     if (!url.isLocalFile()) {
         return {};
     }
-    return QDir::cleanPath(url.toLocalFile());
+    return FilePath::cleanPath(url.toLocalFile());
 }
 
 bool isSameOrBelow(const QString &path, const QString &root)
@@ -138,7 +138,7 @@ QString kd_resolvedPathInMobileDocuments(const QUrl &url)
 
 bool kd_pathIsBelowMobileDocumentsRoot(const QString &path)
 {
-    const QString root = QDir::cleanPath(DriveLayout::mobileDocumentsPath());
+    const QString root = FilePath::cleanPath(DriveLayout::mobileDocumentsPath());
     return path != root && isSameOrBelow(path, root);
 }
 
@@ -151,7 +151,7 @@ bool kd_isDocumentsContainerAtPath(const QString &path)
 {
     // every item record asks: an item more than two folders below the root is none, and that
     // needs no look at the folders on the way
-    const QString root = QDir::cleanPath(DriveLayout::mobileDocumentsPath());
+    const QString root = FilePath::cleanPath(DriveLayout::mobileDocumentsPath());
     if (!path.startsWith(root) || QStringView(path).sliced(root.size()).count(QLatin1Char('/')) > 2) {
         return false;
     }

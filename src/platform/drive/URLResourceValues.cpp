@@ -247,7 +247,7 @@ QString URLResourceValues::typeOfDocumentNamed(const QString &name)
 std::optional<ResourceValues> URLResourceValues::plainItemValues(const QUrl &url, bool withDocumentType)
 {
     // opened with no link on the way, an item whose path's string is in the drive really is
-    const QString path = QDir::cleanPath(url.toLocalFile());
+    const QString path = FilePath::cleanPath(url.toLocalFile());
     if (!kd_pathIsBelowMobileDocumentsRoot(path)) {
         return std::nullopt;
     }
@@ -269,7 +269,7 @@ std::optional<ResourceValues> URLResourceValues::plainItemValues(const QUrl &url
 std::optional<QVariantMap> URLResourceValues::resourceValuesForKeys(const QUrl &url, const QStringList &keys,
                                                                     std::optional<Error> *error)
 {
-    const QString path = QDir::cleanPath(url.toLocalFile());
+    const QString path = FilePath::cleanPath(url.toLocalFile());
     const Wanted wanted = Wanted::forKeys(keys);
     std::optional<ResourceValues> values = plainItemValues(url, wanted.documentType);
     if (values && values->isPromise) {

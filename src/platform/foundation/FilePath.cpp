@@ -72,6 +72,27 @@ QString FilePath::absolutePath(const QString &path)
     return QDir::cleanPath(QDir::current().absoluteFilePath(path));
 }
 
+QString FilePath::cleanPath(const QString &path)
+{
+    const qsizetype size = path.size();
+    const QChar *chars = path.constData();
+    // a step "." or ".." at the start, after a '/', up to a '/' or the end
+    const auto dotStepAt = [chars, size](qsizetype i) {
+        if (i >= size || chars[i] != QLatin1Char('.')) {
+            return false;
+        }
+        const qsizetype end = i + 1 < size && chars[i + 1] == QLatin1Char('.') ? i + 2 : i + 1;
+        return end == size || chars[end] == QLatin1Char('/');
+    };
+    bool clean = size > 0 && !dotStepAt(0) && (size == 1 || chars[size - 1] != QLatin1Char('/'));
+    for (qsizetype i = 0; clean && i < size; ++i) {
+        if (chars[i] == QLatin1Char('/')) {
+            clean = !(i + 1 < size && chars[i + 1] == QLatin1Char('/')) && !dotStepAt(i + 1);
+        }
+    }
+    return clean ? path : QDir::cleanPath(path);
+}
+
 QByteArray FilePath::encode(const QString &path)
 {
     if (path.contains(QChar::Null)) {

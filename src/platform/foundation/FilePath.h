@@ -35,6 +35,10 @@ public:
     /// `path` made absolute against the current folder and cleaned, undecodable bytes kept
     /// (`QFileInfo::absoluteFilePath` turns them into U+FFFD, naming another file).
     static QString absolutePath(const QString &path);
+    /// `path` as `QDir::cleanPath` makes it ("." and ".." resolved, no doubled or trailing '/');
+    /// a path that is so already, as nearly every one the app makes, is handed back as it is,
+    /// after one look at its characters: every item record cleans a few.
+    static QString cleanPath(const QString &path);
     /// The bytes of `path` for a system call. O(n). A path holding a NUL names no item: it
     /// encodes to nothing, which every system call refuses (the kernel would stop at the NUL
     /// and reach another item).
