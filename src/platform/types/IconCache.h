@@ -25,8 +25,9 @@
 ///
 /// The files are outside input like any other: a picture file that is not a regular file of
 /// exactly the size its header names, a link, or an index line that does not parse, is ignored
-/// and the theme is asked again; with a link on the way to the folder the cache is not used. Files are written under their final name only whole (QSaveFile), on
-/// the global queue, never on the caller's thread.
+/// and the theme is asked again; with a link on the way to the folder the cache is not used.
+/// Files are written under their final name only whole (QSaveFile), on the global queue a
+/// second after a change (or when the application ends), never on the caller's thread.
 class IconCache final : public std::enable_shared_from_this<IconCache>
 {
 public:
@@ -43,8 +44,7 @@ public:
     ~IconCache();
     Q_DISABLE_COPY_MOVE(IconCache)
 
-    /// The cache of the current home and icon theme (made anew when either changes). For the
-    /// GUI thread, like the icons that use it.
+    /// The cache of the current home and icon theme (made anew when either changes).
     static std::shared_ptr<IconCache> shared();
     /// The folder of the current home's cache.
     static QString defaultFolder();
