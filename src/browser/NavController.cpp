@@ -124,7 +124,9 @@ void NavController::setupInitialViewController()
         DRLog(LOG_DEBUG, "Aerova is enabled");
         setToolbarHidden(false);
         auto *root = new DocumentListController(this);
-        DRLog(LOG_DEBUG, "Contained items: %@", root->containedItems());
+        if (DRLogShouldLog(LOG_DEBUG)) { // the list of every item is made only for a kept line
+            DRLog(LOG_DEBUG, "Contained items: %@", root->containedItems());
+        }
         initNewListController(root);
         setViewControllers({root}, false);
         m_quotaFetcher = QuotaFetcher::create();
@@ -157,14 +159,17 @@ void NavController::setupInitialViewController()
 void NavController::initNewListController(DocumentListController *list)
 {
     m_viewTitle = list->title();
-    DRLog(LOG_DEBUG, "DLC title: %@", list->title());
-    DRLog(LOG_DEBUG, "DLC URL: %@", list->presentedURL());
-    DRLog(LOG_DEBUG, "DLC Name: %@", FileUtils::getResourceValue_forURL(URLResourceKey::LocalizedName, list->presentedURL()));
-    DRLog(LOG_DEBUG, "DLC UTI: %@", FileUtils::getResourceValue_forURL(URLResourceKey::TypeIdentifier, list->presentedURL()));
-    DRLog(LOG_DEBUG, "DLC Type: %@",
-          FileUtils::getResourceValue_forURL(URLResourceKey::LocalizedTypeDescription, list->presentedURL()));
-    const QList<QUrl> items = list->containedItems();
-    DRLog(LOG_DEBUG, "DLC has %d items: %@", int(items.size()), items);
+    // what these lines show is read from the folder only when they are kept
+    if (DRLogShouldLog(LOG_DEBUG)) {
+        DRLog(LOG_DEBUG, "DLC title: %@", list->title());
+        DRLog(LOG_DEBUG, "DLC URL: %@", list->presentedURL());
+        DRLog(LOG_DEBUG, "DLC Name: %@", FileUtils::getResourceValue_forURL(URLResourceKey::LocalizedName, list->presentedURL()));
+        DRLog(LOG_DEBUG, "DLC UTI: %@", FileUtils::getResourceValue_forURL(URLResourceKey::TypeIdentifier, list->presentedURL()));
+        DRLog(LOG_DEBUG, "DLC Type: %@",
+              FileUtils::getResourceValue_forURL(URLResourceKey::LocalizedTypeDescription, list->presentedURL()));
+        const QList<QUrl> items = list->containedItems();
+        DRLog(LOG_DEBUG, "DLC has %d items: %@", int(items.size()), items);
+    }
     qint64 actions = Settings::quickLaunch() ? 7 : 3;
     actions |= 8;
     list->setAvailableActions(actions);
