@@ -30,6 +30,25 @@ class tst_AppDelegate : public QObject
 private:
     TestDrive m_drive;
 
+    /// What the app is started with on a drive of its own in `home`, offscreen.
+    static QProcessEnvironment environmentOfHome(const QString &home)
+    {
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QStringLiteral("AEROVA_HOME"), home);
+        environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+        environment.insert(QStringLiteral("AEROVA_SYSLOG"), QStringLiteral("memory"));
+        return environment;
+    }
+
+    /// Whether the control program made a drive in the environment's home.
+    static bool driveMadeIn(const QProcessEnvironment &environment)
+    {
+        QProcess init;
+        init.setProcessEnvironment(environment);
+        init.start(QStringLiteral(AEROVA_CTL_PATH), {QStringLiteral("init")});
+        return init.waitForFinished(30000) && init.exitStatus() == QProcess::NormalExit && init.exitCode() == 0;
+    }
+
     static QVariantMap from(const QString &source)
     {
         return {{Application::OpenURLOptionsSourceApplicationKey, source}};
@@ -194,15 +213,8 @@ private Q_SLOTS:
     void serviceFilesThatAreFifosOrDevicesNeitherHangNorBloatTheApp()
     {
         QTemporaryDir home;
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(QStringLiteral("AEROVA_HOME"), home.path());
-        environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
-        environment.insert(QStringLiteral("AEROVA_SYSLOG"), QStringLiteral("memory"));
-        QProcess init;
-        init.setProcessEnvironment(environment);
-        init.start(QStringLiteral(AEROVA_CTL_PATH), {QStringLiteral("init")});
-        QVERIFY(init.waitForFinished(30000));
-        QCOMPARE(init.exitCode(), 0);
+        QProcessEnvironment environment = environmentOfHome(home.path());
+        QVERIFY(driveMadeIn(environment));
         const QString service = home.path() + QStringLiteral("/Service/");
         for (const char *name : {"containers.json", "account.json", "kvstore.json", "offer.json"}) {
             QFile::remove(service + QLatin1String(name));
@@ -242,15 +254,8 @@ private Q_SLOTS:
     void quittingWhileThumbnailsAreMadeEndsCleanly()
     {
         QTemporaryDir home;
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(QStringLiteral("AEROVA_HOME"), home.path());
-        environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
-        environment.insert(QStringLiteral("AEROVA_SYSLOG"), QStringLiteral("memory"));
-        QProcess init;
-        init.setProcessEnvironment(environment);
-        init.start(QStringLiteral(AEROVA_CTL_PATH), {QStringLiteral("init")});
-        QVERIFY(init.waitForFinished(30000));
-        QCOMPARE(init.exitCode(), 0);
+        QProcessEnvironment environment = environmentOfHome(home.path());
+        QVERIFY(driveMadeIn(environment));
         const QString root = home.path() + QStringLiteral("/Mobile Documents/com.quillmere.AerovaDrive/");
         for (int i = 0; i < 40; ++i) {
             QVERIFY(TestDrive::writeFile(root + QStringLiteral("Picture %1.png").arg(i, 2, 10, QLatin1Char('0')),
